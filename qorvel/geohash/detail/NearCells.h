@@ -1,0 +1,53 @@
+#ifndef QORVEL_GEOHASH_DETAIL_NEARCELLS_H
+#define QORVEL_GEOHASH_DETAIL_NEARCELLS_H
+
+#include "qorvel/config.h"
+#include "qorvel/geohash/detail/Cell.h"
+#include "qorvel/geohash/detail/PointCode.h"
+
+#include <array>
+#include <cstdint>
+
+QORVEL_BEGIN_NAMESPACE
+namespace detail {
+
+/// The distances from a point to the four edges of its cell, metres.
+struct CellEdges {
+    double east;
+    double north;
+    double west;
+    double south;
+
+    double smallest() const;
+};
+
+/// Metres between two parallels whose codes differ by `delta`.
+double latitudeExtent(std::uint64_t delta);
+
+/// Metres along a parallel of the given radius, in metres, between two meridians whose codes differ
+/// by `delta`. Meant as it is: twice the difference wraps, so half a turn has the length 0.
+double longitudeExtent(std::uint64_t delta, double parallelRadius);
+
+/// The radius in metres of the parallel at a latitude in degrees.
+double parallelRadius(double latitude);
+
+/// Edges of the cell that has `bits` bits of each coordinate; the shift 64 - bits counts modulo 64,
+/// so 0 bits are as 64. `latitude` in degrees must be the one that `code` was made from.
+CellEdges cellEdges(PointCode code, double latitude, std::uint32_t bits);
+
+/// The first `count` cells are the result, the others are unwritten.
+struct NearCells {
+    std::array<Cell, 9> cells;
+    std::uint32_t count = 0;
+};
+
+/// The cell of a point and those of its eight neighbours that a radius of `distance` metres
+/// reaches, in the order own, E, N, W, S, SE, NE, NW, SW. `UtilG2::pointToSpaceBoxes` tells the
+/// rules.
+void findNearCells(PointCode code, double latitude, std::uint32_t depth, double distance,
+                   NearCells& out);
+
+} // namespace detail
+QORVEL_END_NAMESPACE
+
+#endif

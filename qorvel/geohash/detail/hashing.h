@@ -1,0 +1,32 @@
+#ifndef QORVEL_GEOHASH_DETAIL_HASHING_H
+#define QORVEL_GEOHASH_DETAIL_HASHING_H
+
+#include "qorvel/geohash/detail/Cell.h"
+
+#include <cstdint>
+
+QORVEL_BEGIN_NAMESPACE
+namespace detail {
+
+/// Hashes for the library's own tables. Entity numbers are dense and cells share their low bits
+/// (which are 0), so every bit of the input has to reach the low bits of the hash. The mixing
+/// steps are the finalizer of SplitMix64.
+constexpr std::uint64_t mix(std::uint64_t value) {
+    value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9U;
+    value = (value ^ (value >> 27)) * 0x94D049BB133111EBU;
+    return value ^ (value >> 31);
+}
+
+constexpr std::uint64_t combine(std::uint64_t hash, std::uint64_t value) {
+    return mix(hash ^ value) + 0x9E3779B97F4A7C15U;
+}
+
+/// Of a significant cell.
+constexpr std::uint64_t hashOf(const Cell& cell) {
+    return mix(cell.first ^ mix(cell.second + cell.depth));
+}
+
+} // namespace detail
+QORVEL_END_NAMESPACE
+
+#endif

@@ -1,0 +1,247 @@
+#include "qorvel/hangout/detail/DetectorState.h"
+
+#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/model/detail/tolerance.h"
+
+#include <algorithm>
+
+QORVEL_BEGIN_NAMESPACE
+namespace detail {
+
+namespace {
+
+TsListItem itemOf(const Event& event, double timeToleranceFactor) {
+    return {event.time, scaledTimeTolerance(event.timeTolerance, timeToleranceFactor),
+            event.sequenceNumber};
+}
+
+/// The boundary of presence compression: the start of the current box when the box began within
+/// the window, else its end.
+std::int64_t getTimeBoundary(std::int64_t time, std::uint32_t span, const TimeBoxSpec& spec) {
+    const std::int64_t start = spec.getTimeBoxStart(time);
+    return start > wrappingSubtract(time, span) ? start : spec.getTimeBoxEnd(time);
+}
+
+/// Turns the series that pass for one event into records.
+class Reporter {
+public:
+    Reporter(const Event& event, const DetectionRule& rule, std::int64_t boundary, RecordSink& sink)
+        : event_(event), rule_(rule), sink_(sink),
+          before_(rule.stbSpec.getTimeBoxStart(wrappingSubtract(boundary, 1)), boundary),
+          after_(boundary, rule.stbSpec.getTimeBoxEnd(boundary)) {}
+
+    /// Reports the sides whose count is not 0 and makes up the spec's share of the denominator:
+    /// the box before the boundary first. `cell` is the cell as this event computed it, with all
+    /// its bits.
+    void report(const Cell& cell, const Series& series, const Tally& tally,
+                std::uint32_t denominator) {
+        const auto passes = [&](std::uint32_t count) {
+            return count != 0 && static_cast<double>(count) / static_cast<double>(denominator) >=
+                                     rule_.spec.ratio;
+        };
+        if (passes(tally.beforeCount)) {
+            reportSide(cell, before_, series, tally);
+        }
+        if (passes(tally.afterCount)) {
+            reportSide(cell, after_, series, tally);
+        }
+    }
+
+private:
+    void reportSide(const Cell& cell, const TimeBox& box, const Series& series,
+                    const Tally& tally) {
+        const RecordKey key{event_.eid, significant(cell), box.start, box.end,
+                            rule_.spec.primaryKeyId};
+        if (sink_.wants(key)) {
+            fill(sink_.add(), cell, box, series, tally);
+        }
+    }
+
+    void fill(STBCompressedEvent& record, const Cell& cell, const TimeBox& box,
+              const Series& series, const Tally& tally) const {
+        record.eid = event_.eid;
+        for (std::uint32_t i = 0; i < series.size(); ++i) {
+            record.eventSequenceNumbers.push_back(series[i].sequenceNumber);
+        }
+        record.specPrimaryKeyId = rule_.spec.primaryKeyId;
+        record.eventSecondaryKeyId = static_cast<std::uint32_t>(event_.secondaryKeyId);
+        record.masterId = rule_.spec.masterId;
+        record.stb = SpaceTimeBox(SpaceBox(cell.first, cell.second, cell.depth), box);
+        record.firstTime = series.front().time;
+        record.endTime = wrappingAdd(series.back().time, 1);
+        record.lastTimeBefore = tally.lastBefore;
+        record.firstTimeAfter = tally.firstAfter;
+        record.totalCount = tally.beforeCount + tally.afterCount;
+        record.beforeCount = tally.beforeCount;
+        record.afterCount = tally.afterCount;
+    }
+
+    const Event& event_;
+    const DetectionRule& rule_;
+    RecordSink& sink_;
+    TimeBox before_;
+    TimeBox after_;
+};
+
+/// Whether a cell is one of those near the previous event. Near cells are few: no table.
+class PreviousCells {
+public:
+    void find(const Position& previous, std::uint32_t depth, double radius) {
+        NearCells near;
+        previous.findNear(depth, radius, near);
+        std::transform(near.cells.begin(), near.cells.begin() + near.count, cells_.begin(),
+                       [](const Cell& cell) { return significant(cell); });
+        count_ = near.count;
+    }
+
+    bool contains(const Cell& cell) const {
+        const auto end = cells_.begin() + count_;
+        return std::find(cells_.begin(), end, cell) != end;
+    }
+
+private:
+    std::array<Cell, std::tuple_size_v<decltype(NearCells::cells)>> cells_{};
+    std::uint32_t count_ = 0;
+};
+
+/// Stayed near the cell for at least the span. An empty series (wrapped times can empty one) covers
+/// nothing.
+bool coversSpan(const Series& series, std::uint32_t span) {
+    return !series.empty() &&
+           wrappingSubtract(endOf(series.back()), beginOf(series.front())) >= std::int64_t{span};
+}
+
+} // namespace
+
+DetectorState::DetectorState() : lock_(std::make_shared<StbSimpleMutex>()) {}
+
+void DetectorState::gc(std::int64_t time) {
+    lock_->lock();
+    gcUnlocked(time);
+    lock_->unlock();
+}
+
+bool DetectorState::processPresence(const Event& event, const Position& position,
+                                    const DetectionRule& rule, RecordSink& sink) {
+    lock_->lock();
+    const bool found = processPresenceUnlocked(event, position, rule, sink);
+    lock_->unlock();
+    return found;
+}
+
+bool DetectorState::processDwell(const Event& event, const Position& position,
+                                 const DetectionRule& rule, RecordSink& sink) {
+    lock_->lock();
+    const bool found = processDwellUnlocked(event, position, rule, sink);
+    lock_->unlock();
+    return found;
+}
+
+void DetectorState::gcUnlocked(std::int64_t time) {
+    const Cutoff cutoff = Cutoff::notBefore(time);
+    for (auto entry = entities_.begin(); entry != entities_.end();) {
+        Entity& entity = entry->second;
+        entity.cells.gc(cutoff);
+        entity.hasSeries = entity.cells.size() != 0;
+        // The last event of an entity is kept for ever, which is meant.
+        const bool keep = entity.hasSeries || entity.hasLast;
+        entry = keep ? std::next(entry) : entities_.erase(entry);
+    }
+}
+
+DetectorState::Entity& DetectorState::findOrInsert(std::uint64_t eid) {
+    Entity& entity = entities_[eid];
+    entity.hasSeries = true; // also when no cell is near: it counts until gc
+    return entity;
+}
+
+bool DetectorState::processPresenceUnlocked(const Event& event, const Position& position,
+                                            const DetectionRule& rule, RecordSink& sink) {
+    Entity& entity = findOrInsert(event.eid);
+    NearCells near;
+    position.findNear(rule.stbSpec.geoHashBitDepth,
+                      event.spaceTolerance * rule.spaceToleranceFactor, near);
+
+    const TsListItem item = itemOf(event, rule.timeToleranceFactor);
+    const std::uint32_t span = rule.spec.windowMillis;
+    const Cutoff cutoff = Cutoff::after(wrappingSubtract(event.time, span));
+    const std::int64_t boundary = getTimeBoundary(event.time, span, rule.stbSpec);
+    Reporter reporter(event, rule, boundary, sink);
+    bool found = false;
+    for (std::uint32_t i = 0; i < near.count; ++i) {
+        Series& series = entity.cells.seriesOf(significant(near.cells[i]));
+        series.append(item);
+        series.forget(cutoff);
+        if (series.size() >= rule.spec.minCount) {
+            const Tally tally = series.tally(boundary);
+            reporter.report(near.cells[i], series, tally, tally.beforeCount + tally.afterCount);
+            found = true;
+        }
+    }
+    return found;
+}
+
+bool DetectorState::processDwellUnlocked(const Event& event, const Position& position,
+                                         const DetectionRule& rule, RecordSink& sink) {
+    Entity& entity = findOrInsert(event.eid);
+    const std::uint32_t depth = rule.stbSpec.geoHashBitDepth;
+    const double radius = event.spaceTolerance * rule.spaceToleranceFactor;
+    NearCells near;
+    position.findNear(depth, radius, near);
+
+    // The cells near the previous event, by the radius of this one; that is meant.
+    PreviousCells previous;
+    if (entity.hasLast) {
+        previous.find(Position(entity.lastLatitude, entity.lastLongitude), depth, radius);
+    }
+    entity.lastLatitude = event.latitude;
+    entity.lastLongitude = event.longitude;
+    entity.hasLast = true;
+
+    const TsListItem item = itemOf(event, rule.timeToleranceFactor);
+    const Cutoff cutoff =
+        Cutoff::notBefore(wrappingSubtract(event.time, rule.stbSpec.getDurationMillis()));
+    const std::int64_t boundary = rule.stbSpec.getTimeBoxStart(event.time);
+    Reporter reporter(event, rule, boundary, sink);
+    bool found = false;
+    for (std::uint32_t i = 0; i < near.count; ++i) {
+        const Cell cell = significant(near.cells[i]);
+        Series& series = entity.cells.seriesOf(cell);
+        if (!previous.contains(cell)) {
+            series.clear(); // the entity was elsewhere: its stay begins anew
+        }
+        series.append(item);
+        series.forget(cutoff);
+        if (coversSpan(series, rule.spec.windowMillis) && series.size() >= rule.spec.minCount) {
+            reporter.report(near.cells[i], series, series.tally(boundary), rule.spec.minCount);
+            found = true;
+        }
+    }
+    return found;
+}
+
+template <typename CountEntity>
+std::uint64_t DetectorState::sumOverEntities(CountEntity count) const {
+    lock_->lock();
+    std::uint64_t sum = 0;
+    for (const auto& entry : entities_) {
+        sum += count(entry.second);
+    }
+    lock_->unlock();
+    return sum;
+}
+
+std::uint64_t DetectorState::entityCount() const {
+    return sumOverEntities([](const Entity& entity) { return entity.hasSeries ? 1U : 0U; });
+}
+
+std::uint64_t DetectorState::cellCount() const {
+    return sumOverEntities([](const Entity& entity) { return entity.cells.size(); });
+}
+
+std::uint64_t DetectorState::itemCount() const {
+    return sumOverEntities([](const Entity& entity) { return entity.cells.itemCount(); });
+}
+
+} // namespace detail
+QORVEL_END_NAMESPACE

@@ -1,0 +1,48 @@
+#ifndef QORVEL_HANGOUT_DETAIL_RECORDSINK_H
+#define QORVEL_HANGOUT_DETAIL_RECORDSINK_H
+
+#include "qorvel/geohash/detail/Cell.h"
+#include "qorvel/model/STBCompressedEvent.h"
+#include "qorvel/model/TimeBox.h"
+
+#include <cstdint>
+#include <list>
+
+QORVEL_BEGIN_NAMESPACE
+namespace detail {
+
+/// What makes two records repeats of each other: the same entity, spec key, cell and time box.
+struct RecordKey {
+    std::uint64_t eid;
+    /// A significant cell.
+    Cell cell;
+    std::int64_t start;
+    std::int64_t end;
+    std::uint32_t specPrimaryKeyId;
+
+    bool operator==(const RecordKey&) const = default;
+};
+
+/// Where a detector's records go. A record costs as much as its list of events is long, so the
+/// detector asks before it builds one.
+class RecordSink {
+public:
+    explicit RecordSink(std::list<STBCompressedEvent>& records) : records_(records) {}
+    RecordSink(const RecordSink&) = delete;
+    RecordSink& operator=(const RecordSink&) = delete;
+    virtual ~RecordSink() = default;
+
+    /// False when the receiver would throw a record with this key away.
+    virtual bool wants(const RecordKey&) const { return true; }
+
+    /// A new last record, for the detector to fill in.
+    STBCompressedEvent& add() { return records_.emplace_back(); }
+
+private:
+    std::list<STBCompressedEvent>& records_;
+};
+
+} // namespace detail
+QORVEL_END_NAMESPACE
+
+#endif

@@ -1,0 +1,12 @@
+#include "qorvel/model/MasterName.h"
+
+#include "qorvel/model/detail/NameRegistry.h"
+
+QORVEL_BEGIN_NAMESPACE
+
+std::int32_t MasterName::getMasterNameInt(const std::string& name) {
+    static detail::NameRegistry<std::int32_t> registry;
+    return registry.numberOf(name);
+}
+
+QORVEL_END_NAMESPACE

@@ -1,0 +1,49 @@
+#ifndef QORVEL_MODEL_DETAIL_NAMEREGISTRY_H
+#define QORVEL_MODEL_DETAIL_NAMEREGISTRY_H
+
+#include "qorvel/config.h"
+
+#include <cstddef>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+QORVEL_BEGIN_NAMESPACE
+namespace detail {
+
+/// Numbers names 0, 1, 2, ... in order of first sight. Names are compared exactly; the empty one is
+/// a name like any other. No lock: whoever registers holds the facade's.
+template <typename Number>
+class NameRegistry {
+public:
+    /// The number of `name`, registering it first if it is new. When memory runs out the registry
+    /// is as before.
+    Number numberOf(const std::string& name) {
+        const auto known = numbers_.find(name);
+        if (known != numbers_.end()) {
+            return known->second;
+        }
+        const std::size_t next = numbers_.size();
+        names_.resize(next + 1); // before the insertion, so that nothing can fail after it
+        const auto added = numbers_.emplace(name, static_cast<Number>(next)).first;
+        names_[next] = &added->first;
+        return added->second;
+    }
+
+    /// The name of `number`, or the empty string when there is none.
+    std::string nameOf(Number number) const {
+        const auto index = static_cast<std::size_t>(number);
+        const bool known = index < names_.size() && names_[index] != nullptr;
+        return known ? *names_[index] : std::string();
+    }
+
+private:
+    std::unordered_map<std::string, Number> numbers_;
+    /// By number; the numbers are dense. Points into the keys, which a rehash does not move.
+    std::vector<const std::string*> names_;
+};
+
+} // namespace detail
+QORVEL_END_NAMESPACE
+
+#endif

@@ -1,0 +1,169 @@
+#include "qorvel/processor/detail/ProcessorState.h"
+
+#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/model/detail/tolerance.h"
+#include "qorvel/processor/detail/BoxCollector.h"
+#include "qorvel/processor/detail/rowApplies.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+QORVEL_BEGIN_NAMESPACE
+namespace detail {
+
+namespace {
+
+SpaceBox boxOf(const Cell& cell) {
+    return SpaceBox(cell.first, cell.second, cell.depth);
+}
+
+/// The one or two time boxes of an event.
+struct TimeBoxes {
+    std::array<TimeBox, 2> boxes;
+    std::uint32_t count;
+};
+
+/// The box of time - margin, and the stretch from the start of the box of time to the end of the
+/// box of time + margin. That the second one starts at time, not at time + margin, is meant.
+TimeBoxes timeBoxesOf(std::int64_t time, std::uint32_t margin, const TimeBoxSpec& spec) {
+    const std::int64_t earliest = wrappingSubtract(time, margin);
+    const std::int64_t latest = wrappingAdd(time, margin);
+    const TimeBox first(spec.getTimeBoxStart(earliest), spec.getTimeBoxEnd(earliest));
+    const TimeBox second(spec.getTimeBoxStart(time), spec.getTimeBoxEnd(latest));
+    return {{first, second}, first == second ? 1U : 2U};
+}
+
+/// The boxes that a row gives an event: every near cell with every time box.
+template <typename Box, typename MakeBox>
+void generateBoxes(const Event& event, const Position& position, const Configuration::Row& from,
+                   MakeBox makeBox, BoxCollector<Box>& boxes) {
+    const STBAssignmentRow& row = from.assignment;
+    const SpaceTimeBoxSpec& spec = from.master->stbSpec;
+    const TimeBoxes times = timeBoxesOf(
+        event.time, scaledTimeTolerance(event.timeTolerance, row.timeToleranceFactor), spec);
+    NearCells near;
+    position.findNear(spec.geoHashBitDepth, event.spaceTolerance * row.spaceToleranceFactor, near);
+    for (std::uint32_t i = 0; i < near.count; ++i) {
+        for (std::uint32_t j = 0; j < times.count; ++j) {
+            boxes.insert(makeBox(row, boxOf(near.cells[i]), times.boxes[j]));
+        }
+    }
+}
+
+/// Declines what the final pass over the output would remove.
+class ProcessorSink : public RecordSink {
+public:
+    ProcessorSink(std::list<STBCompressedEvent>& records, const RecentHangouts& reported)
+        : RecordSink(records), reported_(reported) {}
+
+    bool wants(const RecordKey& key) const override { return !reported_.contains(key); }
+
+private:
+    const RecentHangouts& reported_;
+};
+
+} // namespace
+
+ProcessorState::ProcessorState() : ProcessorState(std::make_shared<const Configuration>()) {}
+
+ProcessorState::ProcessorState(std::shared_ptr<const Configuration> configuration)
+    : configuration_(std::move(configuration)), detectors_(configuration_->detectorCount()) {}
+
+template <typename Visit>
+void ProcessorState::forEachApplyingRow(const Event& event, const Position& position,
+                                        Visit visit) const {
+    const Cell ownCell = position.ownCell();
+    const SpaceBox eventBox = boxOf(ownCell);
+    configuration_->rowIndex().forEachCandidate(event, ownCell, [&](std::uint32_t number) {
+        const Configuration::Row& row = configuration_->row(number);
+        if (row.master != nullptr && rowApplies(row.assignment, event, eventBox)) {
+            visit(row);
+        }
+    });
+}
+
+template <typename Box, typename MakeBox>
+void ProcessorState::generate(const Event& event, MakeBox makeBox, std::list<Box>& out) const {
+    const Position position(event.latitude, event.longitude);
+    BoxCollector<Box> boxes;
+    forEachApplyingRow(event, position, [&](const Configuration::Row& row) {
+        generateBoxes(event, position, row, makeBox, boxes);
+    });
+    boxes.moveInFrontOf(out);
+}
+
+void ProcessorState::getSTB(const Event& event, std::list<SpaceTimeBox>& out) const {
+    const auto makeBox = [](const STBAssignmentRow&, const SpaceBox& space, const TimeBox& time) {
+        return SpaceTimeBox(space, time);
+    };
+    generate(event, makeBox, out);
+}
+
+void ProcessorState::getExtendedSTB(const Event& event, std::list<ExtendedSTB>& out) const {
+    const auto makeBox = [](const STBAssignmentRow& row, const SpaceBox& space,
+                            const TimeBox& time) {
+        return ExtendedSTB(static_cast<std::uint32_t>(row.masterId), space, time);
+    };
+    generate(event, makeBox, out);
+}
+
+void ProcessorState::process(const Event& event, Operation operation,
+                             std::list<STBCompressedEvent>& out) {
+    const Position position(event.latitude, event.longitude);
+    ProcessorSink sink(out, recentHangouts_);
+    const auto visit = [&](const Configuration::Row& row) {
+        for (const Configuration::SpecEntry& entry : *row.specs) {
+            if (primaryKeyMatches(static_cast<std::int32_t>(entry.spec.primaryKeyId), event)) {
+                const DetectionRule rule{row.assignment.timeToleranceFactor,
+                                         row.assignment.spaceToleranceFactor, entry.spec,
+                                         row.master->stbSpec};
+                (detectorOf(entry).*operation)(event, position, rule, sink);
+            }
+        }
+    };
+    forEachApplyingRow(event, position, visit);
+    recentHangouts_.supressDuplicateHangouts(out);
+}
+
+DetectorState& ProcessorState::detectorOf(const Configuration::SpecEntry& entry) {
+    if (entry.detector == Configuration::kNoDetector) {
+        lostDetectors_.push_back(std::make_shared<DetectorState>());
+        return *lostDetectors_.back();
+    }
+    Detector& detector = detectors_[entry.detector];
+    if (!detector) {
+        detector = std::make_shared<DetectorState>();
+    }
+    return *detector;
+}
+
+/// Equal specs lead to one detector; collecting it again would find nothing.
+void ProcessorState::gc(std::int64_t time) {
+    for (const Detector& detector : detectors_) {
+        if (detector) {
+            detector->gc(time);
+        }
+    }
+}
+
+std::uint64_t ProcessorState::detectorCount() const {
+    const auto made = std::count_if(detectors_.begin(), detectors_.end(),
+                                    [](const Detector& detector) { return detector != nullptr; });
+    return static_cast<std::uint64_t>(made) + lostDetectors_.size();
+}
+
+std::uint64_t ProcessorState::sumOverDetectors(std::uint64_t (DetectorState::*count)()
+                                                   const) const {
+    std::uint64_t sum = 0;
+    for (const Detector& detector : detectors_) {
+        sum += detector ? ((*detector).*count)() : 0;
+    }
+    for (const Detector& detector : lostDetectors_) {
+        sum += ((*detector).*count)();
+    }
+    return sum;
+}
+
+} // namespace detail
+QORVEL_END_NAMESPACE

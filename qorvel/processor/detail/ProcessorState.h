@@ -1,0 +1,61 @@
+#ifndef QORVEL_PROCESSOR_DETAIL_PROCESSORSTATE_H
+#define QORVEL_PROCESSOR_DETAIL_PROCESSORSTATE_H
+
+#include "qorvel/hangout/detail/DetectorState.h"
+#include "qorvel/model/ExtendedSTB.h"
+#include "qorvel/processor/detail/Configuration.h"
+#include "qorvel/processor/detail/RecentHangouts.h"
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <vector>
+
+QORVEL_BEGIN_NAMESPACE
+namespace detail {
+
+/// The inside of a MotionProcessor. A copy shares the configuration, which never changes, and the
+/// detectors that exist; it has its own memory of what was reported.
+class ProcessorState {
+public:
+    using Operation = bool (DetectorState::*)(const Event&, const Position&, const DetectionRule&,
+                                              RecordSink&);
+
+    ProcessorState();
+    explicit ProcessorState(std::shared_ptr<const Configuration> configuration);
+
+    const Configuration& configuration() const { return *configuration_; }
+
+    void getSTB(const Event& event, std::list<SpaceTimeBox>& out) const;
+    void getExtendedSTB(const Event& event, std::list<ExtendedSTB>& out) const;
+
+    /// Gives the event to every detector that its rows and specs lead to.
+    void process(const Event& event, Operation operation, std::list<STBCompressedEvent>& out);
+
+    void gc(std::int64_t time);
+
+    std::uint64_t detectorCount() const;
+    std::uint64_t sumOverDetectors(std::uint64_t (DetectorState::*count)() const) const;
+    std::uint64_t recentHangoutCount() const { return recentHangouts_.size(); }
+
+private:
+    using Detector = std::shared_ptr<DetectorState>;
+
+    template <typename Visit>
+    void forEachApplyingRow(const Event& event, const Position& position, Visit visit) const;
+    template <typename Box, typename MakeBox>
+    void generate(const Event& event, MakeBox makeBox, std::list<Box>& out) const;
+    DetectorState& detectorOf(const Configuration::SpecEntry& entry);
+
+    std::shared_ptr<const Configuration> configuration_;
+    /// By SpecEntry::detector; null until the first event that reaches it.
+    std::vector<Detector> detectors_;
+    /// Of specs whose ratio is NaN: one for every match, never found again, not even by gc.
+    std::vector<Detector> lostDetectors_;
+    RecentHangouts recentHangouts_;
+};
+
+} // namespace detail
+QORVEL_END_NAMESPACE
+
+#endif
