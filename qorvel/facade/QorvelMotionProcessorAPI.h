@@ -45,7 +45,8 @@ QORVEL_BEGIN_NAMESPACE
 ///
 /// Exceptions: nothing is caught. std::bad_alloc and StbThreadException pass to the host. An
 /// exception while names are registered leaves the lock with the calling thread, which can go on;
-/// other threads wait until that thread ends and are then told by StbThreadException.
+/// other threads wait until that thread ends. The first of them is then told by
+/// StbThreadException and itself owns the lock until it ends, even if it calls again.
 class QORVEL_EXPORT QorvelMotionProcessorAPI {
 public:
     /// `out` becomes the geohash text of `box`, five bits a character. The box is not validated.

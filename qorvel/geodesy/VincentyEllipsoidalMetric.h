@@ -19,7 +19,7 @@ public:
     VincentyEllipsoidalMetric& operator=(const VincentyEllipsoidalMetric&) = default;
     ~VincentyEllipsoidalMetric() override;
 
-    /// The inverse problem; 0 between coincident points. Within about a millimetre where it
+    /// The inverse problem; 0 between coincident points. Within two millimetres where it
     /// converges.
     double distance(const IPoint& p1, const IPoint& p2) const override;
 

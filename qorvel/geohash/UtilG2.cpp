@@ -20,6 +20,7 @@ QORVEL_BEGIN_NAMESPACE
 
 namespace {
 
+constexpr std::int32_t kCodeBits = 64;
 constexpr std::uint32_t kMaxDepth = 128;
 constexpr std::uint32_t kUnparsableDepth = UINT32_MAX;
 constexpr std::int32_t kSpheroidalMetric = 2;
@@ -101,13 +102,11 @@ std::uint32_t depthOfText(std::size_t length) {
     return 5 * static_cast<std::uint32_t>(std::min(length, longest));
 }
 
-/// The deepest halving of an extent at which the parts are still of the size that `ratio` compares
-/// it with.
+/// How often `ratio` can be halved and is still at least 1; 64 at most, negative below 1.
 std::int32_t halvings(double ratio) {
-    constexpr int most = 64;
     int exponent = 0;
     std::frexp(ratio, &exponent);
-    return std::min(exponent - 1, most);
+    return std::min(exponent - 1, kCodeBits);
 }
 
 } // namespace
@@ -246,11 +245,12 @@ double UtilG2::lonDistance(const std::uint64_t& delta, const double& parallelRad
 }
 
 std::int32_t UtilG2::getNumLatitudeBits(const double& size) {
-    return size <= 0 ? 64 : halvings(detail::kPi * detail::defaultEllipsoid().semiMajorAxis / size);
+    return size <= 0 ? kCodeBits
+                     : halvings(detail::kPi * detail::defaultEllipsoid().semiMajorAxis / size);
 }
 
 std::int32_t UtilG2::getNumLongitudeBits(const double& lat, const double& size) {
-    return size <= 0 ? 64 : halvings(detail::kTwoPi * detail::parallelRadius(lat) / size);
+    return size <= 0 ? kCodeBits : halvings(detail::kTwoPi * detail::parallelRadius(lat) / size);
 }
 
 std::int32_t UtilG2::getNumBits(const double& lat, const double& size) {

@@ -28,8 +28,8 @@ class DetectorState;
 /// Threads: the processing operations, gc and the three counts take a lock for their whole
 /// duration, so several threads may call one detector. Copies share their source's lock.
 /// Copying and assigning take no lock. An exception after the lock was taken leaves it held by the
-/// calling thread, which is meant; other threads then wait until that thread ends and get
-/// StbThreadException.
+/// calling thread, which is meant; other threads then wait until that thread ends, and the first
+/// of them gets StbThreadException and owns the lock (see StbSimpleMutex).
 ///
 /// Nothing is validated. No input is undefined: sums of times wrap, and an event whose coordinates
 /// no cell holds (latitude 90, longitude 180, out of range) files nothing.
@@ -52,7 +52,8 @@ public:
     /// Items that ended at or before the event's time less the window are forgotten. The rest
     /// passes when there are at least spec.minCount. The boundary is the start of the current time
     /// box if that lies within the window, else its end. A side of the boundary is reported when
-    /// its count is not 0 and is at least spec.ratio of both sides' sum.
+    /// its count is not 0 and is at least spec.ratio of both sides' sum. With a minCount of 0 a
+    /// series in which nothing is left passes too, but has no side to report.
     ///
     /// @param timeToleranceFactor, spaceToleranceFactor  what the event's tolerances are multiplied
     ///        by (in this order, which is not that of STBAssignmentRow)
@@ -70,7 +71,8 @@ public:
     /// the event's time less the time box's length (getDurationMillis, which wraps) are forgotten.
     /// The rest passes when there are at least spec.minCount and they cover at least the window.
     /// The boundary is the start of the current time box. A side is reported when its count is not
-    /// 0 and, divided by spec.minCount, is at least spec.ratio.
+    /// 0 and, divided by spec.minCount, is at least spec.ratio; with a minCount of 0 every side
+    /// that has an item is. A series in which nothing is left does not pass.
     ///
     /// Parameters and result as above.
     bool processEventDwellTime(const Event& event, const double& timeToleranceFactor,

@@ -11,11 +11,11 @@ QORVEL_BEGIN_NAMESPACE
 /// time + tolerance], both ends included.
 struct TsListItem {
     /// The event's time stamp, ms.
-    std::int64_t time;
+    std::int64_t time = 0;
     /// Half-width of the covered interval, ms.
-    std::uint32_t tolerance;
+    std::uint32_t tolerance = 0;
     /// The event's sequence number.
-    std::uint64_t sequenceNumber;
+    std::uint64_t sequenceNumber = 0;
 };
 
 QORVEL_END_NAMESPACE

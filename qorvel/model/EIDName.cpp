@@ -6,19 +6,16 @@ QORVEL_BEGIN_NAMESPACE
 
 namespace {
 
-detail::NameRegistry<std::uint64_t>& registry() {
-    static detail::NameRegistry<std::uint64_t> names;
-    return names;
-}
+detail::NameRegistry<std::uint64_t> registry;
 
 } // namespace
 
 std::uint64_t EIDName::getEIDNameInt(const std::string& name) {
-    return registry().numberOf(name);
+    return registry.numberOf(name);
 }
 
 std::string EIDName::getEIDNameStr(const std::uint64_t& id) {
-    return registry().nameOf(id);
+    return registry.nameOf(id);
 }
 
 QORVEL_END_NAMESPACE

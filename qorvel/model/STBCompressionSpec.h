@@ -38,7 +38,8 @@ public:
     std::uint32_t windowMillis;
     /// Smallest number of events in a cell.
     std::uint32_t minCount;
-    /// Smallest share of the events that must touch a side of the boundary, 0 to 1.
+    /// How many events must touch a side of the boundary for it to be reported, 0 to 1: as a share
+    /// of both sides' counts (presence compression) or of minCount (hangouts). NaN reports nothing.
     double ratio;
 };
 

@@ -4,8 +4,13 @@
 
 QORVEL_BEGIN_NAMESPACE
 
+namespace {
+
+detail::NameRegistry<std::int32_t> registry;
+
+} // namespace
+
 std::int32_t SecondaryKey::getSecondaryKeyInt(const std::string& name) {
-    static detail::NameRegistry<std::int32_t> registry;
     return registry.numberOf(name);
 }
 

@@ -60,8 +60,7 @@ std::int32_t groupIndex(std::uint32_t index, std::uint32_t count, Side side) {
 
 detail::CivilDate civilDate(std::int64_t time) {
     const std::int64_t seconds = time / kSecondMillis; // truncates also below zero; meant
-    const std::int64_t partial = seconds % kDaySeconds < 0 ? 1 : 0;
-    return detail::civilFromDays(seconds / kDaySeconds - partial);
+    return detail::civilFromDays(detail::floorDivide(seconds, kDaySeconds).quotient);
 }
 
 std::int64_t firstOfMonth(std::int64_t year, std::int64_t month) {

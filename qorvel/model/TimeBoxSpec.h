@@ -55,7 +55,9 @@ public:
     ///   last box reaches into the next year.
     /// - Years are grouped in multiples of the count from 1900 on.
     /// - "ever" is [0, 9223372036854775807).
-    /// - kInvalid, a count of 0 and a fixed length that wraps to 0 give 0 for both.
+    /// - kInvalid, a count of 0 (of any unit but "ever") and a fixed length that wraps to 0 give 0
+    /// for
+    ///   both.
     ///
     /// Defined for every time stamp; results beyond 64 bits wrap.
     std::int64_t getTimeBoxStart(std::int64_t time) const;

@@ -28,8 +28,11 @@ class ProcessorState;
 /// or number 0; the secondary keys are equal; the row accepts the event's spatial tolerance and its
 /// time tolerance; the event lies within the row's radius of its centre (sphere of 6378137 m); and
 /// one of the row's cells holds the event. Rows are taken in list order, a row whose master row is
-/// missing is passed over, and a row that applies leads to the specs of its master row in list
-/// order. An event that reaches one detector by several ways is given to it each time.
+/// missing is passed over, and a row that applies leads, in list order, to those specs of its
+/// master row whose primary key is the event's or number 0 (their secondary key plays no part).
+/// Equal specs share one detector; an event that reaches it by several ways is given to it each
+/// time. A spec whose ratio is NaN, which STBCompressionSpec::isValid objects to, makes a detector
+/// at every match that is kept and never aged.
 ///
 /// Threads: no lock; a processor and its copies, which share their detectors, belong to one thread
 /// at a time. Exceptions (memory, a detector's lock) pass through.
@@ -72,7 +75,8 @@ public:
 
     /// Gives the event to the detectors that its rows and specs lead to, appends what they find,
     /// and then erases from the whole of `out`, what the caller left in it included, each record
-    /// whose entity, spec key, cell and time box were reported before. Always true.
+    /// whose entity, spec key, cell and time box were reported before. Always true. After an
+    /// exception the records found so far stay in `out`, not yet looked through for repeats.
     bool processEventForPresenceCompression(const Event& event, std::list<STBCompressedEvent>& out);
     bool processEventForHangout(const Event& event, std::list<STBCompressedEvent>& out);
 

@@ -19,8 +19,6 @@ public:
     CellTable() = default;
     CellTable(const CellTable& other);
     CellTable& operator=(const CellTable&) = delete;
-    CellTable(CellTable&&) = default;
-    CellTable& operator=(CellTable&&) = default;
     ~CellTable() = default;
 
     std::uint32_t size() const { return size_; }

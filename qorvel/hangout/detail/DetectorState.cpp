@@ -4,6 +4,10 @@
 #include "qorvel/model/detail/tolerance.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
+#include <new>
+#include <tuple>
 
 QORVEL_BEGIN_NAMESPACE
 namespace detail {
@@ -53,7 +57,9 @@ private:
         const RecordKey key{event_.eid, significant(cell), box.start, box.end,
                             rule_.spec.primaryKeyId};
         if (sink_.wants(key)) {
-            fill(sink_.add(), cell, box, series, tally);
+            std::list<STBCompressedEvent> record(1);
+            fill(record.front(), cell, box, series, tally);
+            sink_.append(record);
         }
     }
 
@@ -140,24 +146,27 @@ bool DetectorState::processDwell(const Event& event, const Position& position,
 void DetectorState::gcUnlocked(std::int64_t time) {
     const Cutoff cutoff = Cutoff::notBefore(time);
     for (auto entry = entities_.begin(); entry != entities_.end();) {
-        Entity& entity = entry->second;
-        entity.cells.gc(cutoff);
-        entity.hasSeries = entity.cells.size() != 0;
-        // The last event of an entity is kept for ever, which is meant.
-        const bool keep = entity.hasSeries || entity.hasLast;
-        entry = keep ? std::next(entry) : entities_.erase(entry);
+        CellTable& cells = entry->second;
+        cells.gc(cutoff);
+        entry = cells.size() == 0 ? entities_.erase(entry) : std::next(entry);
     }
+    releaseSpareBuckets();
 }
 
-DetectorState::Entity& DetectorState::findOrInsert(std::uint64_t eid) {
-    Entity& entity = entities_[eid];
-    entity.hasSeries = true; // also when no cell is near: it counts until gc
-    return entity;
+void DetectorState::releaseSpareBuckets() noexcept {
+    if (entities_.size() >= entities_.bucket_count() / 8) {
+        return;
+    }
+    try {
+        entities_.rehash(0);
+    } catch (const std::bad_alloc&) {
+        // Without memory for fewer buckets the old ones stay.
+    }
 }
 
 bool DetectorState::processPresenceUnlocked(const Event& event, const Position& position,
                                             const DetectionRule& rule, RecordSink& sink) {
-    Entity& entity = findOrInsert(event.eid);
+    CellTable& cells = entities_[event.eid]; // also when no cell is near: it counts until gc
     NearCells near;
     position.findNear(rule.stbSpec.geoHashBitDepth,
                       event.spaceTolerance * rule.spaceToleranceFactor, near);
@@ -169,7 +178,7 @@ bool DetectorState::processPresenceUnlocked(const Event& event, const Position& 
     Reporter reporter(event, rule, boundary, sink);
     bool found = false;
     for (std::uint32_t i = 0; i < near.count; ++i) {
-        Series& series = entity.cells.seriesOf(significant(near.cells[i]));
+        Series& series = cells.seriesOf(significant(near.cells[i]));
         series.append(item);
         series.forget(cutoff);
         if (series.size() >= rule.spec.minCount) {
@@ -183,7 +192,7 @@ bool DetectorState::processPresenceUnlocked(const Event& event, const Position& 
 
 bool DetectorState::processDwellUnlocked(const Event& event, const Position& position,
                                          const DetectionRule& rule, RecordSink& sink) {
-    Entity& entity = findOrInsert(event.eid);
+    CellTable& cells = entities_[event.eid]; // also when no cell is near: it counts until gc
     const std::uint32_t depth = rule.stbSpec.geoHashBitDepth;
     const double radius = event.spaceTolerance * rule.spaceToleranceFactor;
     NearCells near;
@@ -191,12 +200,12 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
 
     // The cells near the previous event, by the radius of this one; that is meant.
     PreviousCells previous;
-    if (entity.hasLast) {
-        previous.find(Position(entity.lastLatitude, entity.lastLongitude), depth, radius);
+    const auto [last, isFirst] =
+        lastEvents_.try_emplace(event.eid, LastEvent{event.latitude, event.longitude});
+    if (!isFirst) {
+        previous.find(Position(last->second.latitude, last->second.longitude), depth, radius);
+        last->second = {event.latitude, event.longitude};
     }
-    entity.lastLatitude = event.latitude;
-    entity.lastLongitude = event.longitude;
-    entity.hasLast = true;
 
     const TsListItem item = itemOf(event, rule.timeToleranceFactor);
     const Cutoff cutoff =
@@ -206,7 +215,7 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
     bool found = false;
     for (std::uint32_t i = 0; i < near.count; ++i) {
         const Cell cell = significant(near.cells[i]);
-        Series& series = entity.cells.seriesOf(cell);
+        Series& series = cells.seriesOf(cell);
         if (!previous.contains(cell)) {
             series.clear(); // the entity was elsewhere: its stay begins anew
         }
@@ -220,8 +229,8 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
     return found;
 }
 
-template <typename CountEntity>
-std::uint64_t DetectorState::sumOverEntities(CountEntity count) const {
+template <typename Count>
+std::uint64_t DetectorState::sumOverEntities(Count count) const {
     lock_->lock();
     std::uint64_t sum = 0;
     for (const auto& entry : entities_) {
@@ -232,15 +241,15 @@ std::uint64_t DetectorState::sumOverEntities(CountEntity count) const {
 }
 
 std::uint64_t DetectorState::entityCount() const {
-    return sumOverEntities([](const Entity& entity) { return entity.hasSeries ? 1U : 0U; });
+    return sumOverEntities([](const CellTable&) { return 1U; });
 }
 
 std::uint64_t DetectorState::cellCount() const {
-    return sumOverEntities([](const Entity& entity) { return entity.cells.size(); });
+    return sumOverEntities([](const CellTable& cells) { return cells.size(); });
 }
 
 std::uint64_t DetectorState::itemCount() const {
-    return sumOverEntities([](const Entity& entity) { return entity.cells.itemCount(); });
+    return sumOverEntities([](const CellTable& cells) { return cells.itemCount(); });
 }
 
 } // namespace detail

@@ -10,6 +10,7 @@
 #include "qorvel/model/STBCompressionSpec.h"
 #include "qorvel/model/SpaceTimeBoxSpec.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <unordered_map>
@@ -46,18 +47,14 @@ public:
     std::uint64_t itemCount() const;
 
 private:
-    struct Entity {
-        CellTable cells;
-        /// Position of the last event that processDwell saw.
-        double lastLatitude = 0.0;
-        double lastLongitude = 0.0;
-        /// An entity without series: gc has removed it, but its last event is kept.
-        bool hasSeries = false;
-        bool hasLast = false;
+    /// What is needed of the event by which processDwell knows whether an entity stayed.
+    struct LastEvent {
+        double latitude;
+        double longitude;
     };
 
     struct EntityHash {
-        std::size_t operator()(std::uint64_t eid) const {
+        std::size_t operator()(std::uint64_t eid) const noexcept {
             return static_cast<std::size_t>(mix(eid));
         }
     };
@@ -67,11 +64,16 @@ private:
                                  const DetectionRule& rule, RecordSink& sink);
     bool processDwellUnlocked(const Event& event, const Position& position,
                               const DetectionRule& rule, RecordSink& sink);
-    Entity& findOrInsert(std::uint64_t eid);
-    template <typename CountEntity>
-    std::uint64_t sumOverEntities(CountEntity count) const;
+    void releaseSpareBuckets() noexcept;
+    template <typename Count>
+    std::uint64_t sumOverEntities(Count count) const;
 
-    std::unordered_map<std::uint64_t, Entity, EntityHash> entities_;
+    template <typename Value>
+    using ByEntity = std::unordered_map<std::uint64_t, Value, EntityHash>;
+
+    ByEntity<CellTable> entities_;
+    /// A table of its own: it is kept for ever, and gc walks only the entities that have series.
+    ByEntity<LastEvent> lastEvents_;
     std::shared_ptr<StbSimpleMutex> lock_;
 };
 

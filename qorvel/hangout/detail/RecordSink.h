@@ -35,8 +35,10 @@ public:
     /// False when the receiver would throw a record with this key away.
     virtual bool wants(const RecordKey&) const { return true; }
 
-    /// A new last record, for the detector to fill in.
-    STBCompressedEvent& add() { return records_.emplace_back(); }
+    /// Appends the one record of `record`. Never fails, so that only complete records arrive.
+    void append(std::list<STBCompressedEvent>& record) noexcept {
+        records_.splice(records_.end(), record);
+    }
 
 private:
     std::list<STBCompressedEvent>& records_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 QORVEL_BEGIN_NAMESPACE
 namespace detail {

@@ -48,8 +48,9 @@ struct Tally {
 /// The items of one entity near one cell, in order of arrival.
 ///
 /// Events mostly arrive in order of time. While they do, what is forgotten stands in front and the
-/// counts follow from a binary search, so an event costs the same however long the series is. A
-/// late item makes the series walk, with the same results, until its items are in order again.
+/// counts follow from a binary search, so an event hardly costs more in a long series. A late item,
+/// or one whose tolerance reaches back before its predecessor's, makes the series walk, with the
+/// same results, until such items have left it.
 ///
 /// A ring buffer: a window that slides over a steady stream moves and allocates nothing.
 class Series {
@@ -57,6 +58,7 @@ public:
     Series() = default;
     Series(const Series& other);
     Series& operator=(const Series&) = delete;
+    /// What was moved from is only good for being destroyed or overwritten.
     Series(Series&&) = default;
     Series& operator=(Series&&) = default;
     ~Series() = default;

@@ -13,6 +13,9 @@ namespace detail {
 
 /// Numbers names 0, 1, 2, ... in order of first sight. Names are compared exactly; the empty one is
 /// a name like any other. No lock: whoever registers holds the facade's.
+///
+/// The instances are made when the library is loaded, not at the first call: so they outlive every
+/// static object and exit handler of the host.
 template <typename Number>
 class NameRegistry {
 public:

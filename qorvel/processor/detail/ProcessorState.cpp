@@ -75,9 +75,11 @@ void ProcessorState::forEachApplyingRow(const Event& event, const Position& posi
                                         Visit visit) const {
     const Cell ownCell = position.ownCell();
     const SpaceBox eventBox = boxOf(ownCell);
-    configuration_->rowIndex().forEachCandidate(event, ownCell, [&](std::uint32_t number) {
+    const RowIndex& index = configuration_->rowIndex();
+    index.forEachCandidate(event, ownCell, [&](std::uint32_t number) {
         const Configuration::Row& row = configuration_->row(number);
-        if (row.master != nullptr && rowApplies(row.assignment, event, eventBox)) {
+        const bool inArea = index.decidesArea() || isInArea(row.assignment, eventBox);
+        if (row.master != nullptr && rowApplies(row.assignment, event, inArea)) {
             visit(row);
         }
     });

@@ -2,6 +2,8 @@
 
 #include "qorvel/geohash/detail/hashing.h"
 
+#include <iterator>
+
 QORVEL_BEGIN_NAMESPACE
 namespace detail {
 
@@ -16,7 +18,7 @@ RecordKey keyOf(const STBCompressedEvent& record) {
 
 } // namespace
 
-std::size_t RecentHangouts::KeyHash::operator()(const RecordKey& key) const {
+std::size_t RecentHangouts::KeyHash::operator()(const RecordKey& key) const noexcept {
     std::uint64_t hash = combine(hashOf(key.cell), key.eid);
     hash = combine(hash, static_cast<std::uint64_t>(key.start));
     hash = combine(hash, static_cast<std::uint64_t>(key.end) ^ key.specPrimaryKeyId);

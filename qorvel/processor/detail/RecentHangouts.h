@@ -33,7 +33,7 @@ private:
     };
 
     struct KeyHash {
-        std::size_t operator()(const RecordKey& key) const;
+        std::size_t operator()(const RecordKey& key) const noexcept;
     };
 
     bool isDuplicateHangout(const STBCompressedEvent& record);

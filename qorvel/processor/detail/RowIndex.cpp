@@ -28,6 +28,7 @@ std::uint32_t RowIndex::indexedDepth(std::uint32_t depth) {
         return depth;
     }
     if (depth != everywhere && depthCount_ >= kMaxDepths) {
+        decidesArea_ = false;
         return indexedDepth(everywhere);
     }
     depths_[depthCount_] = depth;
@@ -53,7 +54,7 @@ RowIndex::Candidates RowIndex::find(const Event& event, const Cell& ownCell) con
     return candidates;
 }
 
-std::size_t RowIndex::KeyHash::operator()(const Key& key) const {
+std::size_t RowIndex::KeyHash::operator()(const Key& key) const noexcept {
     const auto primary = static_cast<std::uint32_t>(key.primaryKeyId);
     const auto secondary = static_cast<std::uint32_t>(key.secondaryKeyId);
     return static_cast<std::size_t>(

@@ -15,14 +15,18 @@ QORVEL_BEGIN_NAMESPACE
 namespace detail {
 
 /// Finds the rows that may apply to an event by its keys and the cells that hold it, so that an
-/// event costs what its own rows cost, however many there are.
+/// event costs what its own rows cost, however many rows and cells there are.
 ///
-/// Only a hint: it never misses a row that applies, and each candidate still has to pass the row
-/// tests. That is why it cannot be seen from outside.
+/// It never misses a row that applies, and each candidate still has to pass the row tests. That is
+/// why it cannot be seen from outside.
 class RowIndex {
 public:
     /// Numbers ascend from call to call.
     void add(std::uint32_t number, const STBAssignmentRow& row);
+
+    /// True when every candidate has a cell that holds the event. Rows with many different depths
+    /// of cells make the index give up on some of them, and then the area test has to be made.
+    bool decidesArea() const { return decidesArea_; }
 
     /// Calls `visit` with the number of each candidate, ascending, each once.
     template <typename Visit>
@@ -49,7 +53,7 @@ private:
     };
 
     struct KeyHash {
-        std::size_t operator()(const Key& key) const;
+        std::size_t operator()(const Key& key) const noexcept;
     };
 
     /// Ascending runs of row numbers, merged as they are taken.
@@ -71,6 +75,7 @@ private:
     std::unordered_map<Key, RowNumbers, KeyHash> rows_;
     std::array<std::uint32_t, kMaxDepths + 1> depths_{};
     std::size_t depthCount_ = 0;
+    bool decidesArea_ = true;
 };
 
 } // namespace detail

@@ -19,12 +19,6 @@ bool tolerancesFit(const STBAssignmentRow& row, const Event& event) {
            row.maxTimeTolerance >= event.timeTolerance;
 }
 
-bool isInArea(const STBAssignmentRow& row, const SpaceBox& eventBox) {
-    return std::any_of(row.spaceBoxes.begin(), row.spaceBoxes.end(), [&](const SpaceBox& box) {
-        return eventBox.equals(box, box.getGeoHashBitDepth());
-    });
-}
-
 bool isNear(const STBAssignmentRow& row, const Event& event) {
     return UtilG2::nearFilter(event.latitude, event.longitude, row.latitude, row.longitude,
                               row.radius);
@@ -32,10 +26,15 @@ bool isNear(const STBAssignmentRow& row, const Event& event) {
 
 } // namespace
 
-bool rowApplies(const STBAssignmentRow& row, const Event& event, const SpaceBox& eventBox) {
+bool isInArea(const STBAssignmentRow& row, const SpaceBox& eventBox) {
+    return std::any_of(row.spaceBoxes.begin(), row.spaceBoxes.end(), [&](const SpaceBox& box) {
+        return eventBox.equals(box, box.getGeoHashBitDepth());
+    });
+}
+
+bool rowApplies(const STBAssignmentRow& row, const Event& event, bool inArea) {
     // No test has an effect of its own, so the dearest comes last.
-    return keysMatch(row, event) && tolerancesFit(row, event) && isInArea(row, eventBox) &&
-           isNear(row, event);
+    return inArea && keysMatch(row, event) && tolerancesFit(row, event) && isNear(row, event);
 }
 
 } // namespace detail
