@@ -1,0 +1,46 @@
+#include "tools/Interrupt.h"
+
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
+
+namespace host {
+
+namespace {
+
+volatile std::sig_atomic_t gInterrupted = 0;
+
+void onInterrupt(int) {
+    gInterrupted = 1;
+}
+
+} // namespace
+
+void installSignalHandlers() {
+    struct sigaction action {};
+    action.sa_handler = onInterrupt;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+bool interrupted() {
+    return gInterrupted != 0;
+}
+
+bool waitReadable(int file) {
+    sigset_t blocked;
+    sigset_t before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGINT);
+    sigprocmask(SIG_BLOCK, &blocked, &before);
+    pollfd wait{file, POLLIN, 0};
+    // SIGINT can only arrive inside ppoll, which then ends. Other signals are waited through.
+    while (!interrupted() && ppoll(&wait, 1, nullptr, &before) < 0 && errno == EINTR) {
+    }
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+    return !interrupted();
+}
+
+} // namespace host

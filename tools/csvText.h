@@ -1,0 +1,24 @@
+#ifndef QORVEL_TOOLS_CSVTEXT_H
+#define QORVEL_TOOLS_CSVTEXT_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// Text of CSV fields. Numbers are formed from integers only, so that the same value is the same
+/// bytes on every machine and in every locale.
+namespace csv {
+
+/// Appends a field, between quotes (with inner quotes doubled) only where a reader would otherwise
+/// not get the same text back.
+void appendField(std::string& out, std::string_view text);
+
+void appendInteger(std::string& out, std::int64_t value);
+void appendUnsigned(std::string& out, std::uint64_t value);
+
+/// Appends units / 10^decimals with exactly that many decimals (at least 1): (-5, 2) gives "-0.05".
+void appendDecimal(std::string& out, std::int64_t units, std::uint32_t decimals);
+
+} // namespace csv
+
+#endif
