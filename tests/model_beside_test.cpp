@@ -1,0 +1,364 @@
+// Random streams through the library and through the straightforward model: after every event all
+// results, every field of every record and the counts of the state must agree.
+//
+// QORVEL_SEED sets the seed of the first stream (a failure names its stream's seed), QORVEL_EVENTS
+// how many events each kind of stream gets.
+
+#include "bench/model/ModelDetector.h"
+#include "bench/model/ModelProcessor.h"
+#include "bench/model/compare.h"
+#include "tools/world/Random.h"
+
+#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/hangout/HangoutDetector.h"
+#include "qorvel/processor/MotionProcessor.h"
+
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <limits>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+constexpr std::int64_t kMinute = 60000;
+constexpr std::uint32_t kHuge = UINT32_MAX;
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr std::uint64_t kStreamLength = 1000;
+
+/// Traits of a kind of stream.
+constexpr unsigned kEdges = 1;     // positions on and close to the edges of cells
+constexpr unsigned kLate = 2;      // events out of order
+constexpr unsigned kRepeating = 4; // equal times
+constexpr unsigned kExtreme = 8;   // both ends of time
+constexpr unsigned kWild = 16;     // NaN, infinities, and factors that no validator lets through
+
+using TimeBoxes = std::vector<TimeBoxSpec>;
+using Depths = std::vector<std::uint32_t>;
+
+/// What the configurations and events of a stream are drawn from.
+struct Kind {
+    const char* name;
+    unsigned traits;
+    std::int64_t step; ///< typical time from event to event, ms
+    double reach;      ///< how far an entity strays from its place, degrees
+    Depths depths;
+    TimeBoxes timeBoxes;
+};
+
+void PrintTo(const Kind& kind, std::ostream* out) {
+    *out << kind.name;
+}
+
+std::vector<Kind> kinds() {
+    const TimeBoxes fixed = {{3, "minutes"}, {15, "minutes"}, {1, "hours"}};
+    const TimeBoxes calendar = {{1, "months"}, {5, "months"}, {10, "years"}, {1, "ever"}};
+    const TimeBoxes any = {{1, "milliseconds"}, {7, "seconds"},         {0, "hours"},
+                           {0, "months"},       {1, "nonsense"},        {1U << 31U, "seconds"},
+                           {50, "days"},        {1U << 31U, "months"},  {3, "months"},
+                           {1, "years"},        {1U << 31U, "minutes"}, {1, "ever"}};
+    Depths all(131);
+    std::iota(all.begin(), all.end(), 0U);
+    all.insert(all.end(), {200, kHuge - 1, kHuge});
+    return {{"Staying", 0, kMinute, 2e-4, {35, 40}, fixed},
+            {"CellEdges", kEdges, kMinute, 5e-4, {30, 33, 35}, fixed},
+            {"Jumping", kLate, kMinute, 0.02, {25, 35}, fixed},
+            {"Late", kLate, kMinute / 3, 1e-4, {35}, fixed},
+            {"Repeating", kRepeating, kMinute, 1e-4, {35, 36}, fixed},
+            {"Calendar", kLate, 7200 * kMinute, 1e-4, {30, 35}, calendar},
+            {"EndsOfTime", kExtreme, 1000, 1e-4, {35}, any},
+            {"AnyDepth", kEdges | kRepeating, kMinute, 5e-4, all, fixed},
+            {"Wild", kExtreme | kRepeating | kWild, kMinute, 5e-4, all, any}};
+}
+
+/// Draws everything that one stream consists of.
+class Stream : public world::Random {
+public:
+    Stream(const Kind& kind, std::uint64_t seed) : Random(seed, 0), kind_(kind) {
+        for (Point& home : homes_) {
+            home = pick<Point>({{48, 11}, {48, 11}, {0, 0}, {89.9999, 179.9999}, {-90, -180}});
+        }
+    }
+
+    template <class T>
+    T pick(const std::vector<T>& from) {
+        return from[static_cast<std::size_t>(whole(0, static_cast<std::int64_t>(from.size()) - 1))];
+    }
+
+    Event event() {
+        const auto entity = static_cast<std::size_t>(whole(0, 3));
+        const Point at = position(homes_[entity]);
+        const auto timeTolerance = pick<std::int64_t>({0, 0, 0, 1, kind_.step, chance(0.1) * -1});
+        return {pick<std::int32_t>({1, 1, 2, -1}),
+                entity,
+                pick<std::int32_t>({1, 1, 1, 2, 0}),
+                at.latitude,
+                at.longitude,
+                tame({0.0, 5.0, 20.0, 60.0, 150.0, 1e5}),
+                time(),
+                static_cast<std::uint32_t>(timeTolerance)};
+    }
+
+    SpaceTimeBoxSpec resolution() {
+        return {SpaceBoxSpec(pick(kind_.depths)), pick(kind_.timeBoxes)};
+    }
+
+    /// Streams of presence, of hangouts, and of both in one.
+    bool drawPresence() { return chance(presenceShare_); }
+
+    double factor() { return tame({0.0, 0.5, 1.0}); }
+
+    STBCompressionSpec spec() {
+        const auto step = static_cast<std::uint32_t>(kind_.step);
+        return {pick<std::uint32_t>({0, 0, 1, kHuge}),
+                1,
+                pick<std::uint32_t>({0, 1, 2, 2, 2, 3}),
+                pick<std::uint32_t>({0, 1, 3 * step, 10 * step, 40 * step, kHuge}),
+                pick<std::uint32_t>({0, 1, 1, 2, 4}),
+                tame({0.0, 0.3, 0.5, 1.0})};
+    }
+
+    STBAssignmentRow row() {
+        const Point& centre = homes_[0];
+        const SpaceBox whole;
+        const SpaceBox home(centre.latitude, centre.longitude, pick<std::uint32_t>({1, 20, 33}));
+        return {pick<std::int32_t>({0, 0, 1, -1}),
+                pick<std::int32_t>({1, 1, 1, 2, 0}),
+                tame({20.0, 150.0, 1e9, 1e9}),
+                pick<std::uint32_t>({1, kHuge, kHuge}),
+                pick<std::int32_t>({0, 1, 2, 2, 2, 3}),
+                pick<std::list<SpaceBox>>({{whole}, {whole}, {home}, {SpaceBox("zz"), home}, {}}),
+                centre.latitude,
+                centre.longitude,
+                tame({1e9, 1e9, 1e9, 500.0}),
+                factor(),
+                factor()};
+    }
+
+    std::int64_t gcTime() {
+        return chance(0.2) ? pick<std::int64_t>({INT64_MIN, 0, INT64_MAX})
+                           : detail::wrappingSubtract(now_, kind_.step * whole(-2, 20));
+    }
+
+private:
+    struct Point {
+        double latitude;
+        double longitude;
+    };
+
+    bool has(unsigned trait) const { return (kind_.traits & trait) != 0; }
+
+    /// A usual value; in a wild stream now and then none of them.
+    double tame(const std::vector<double>& usual) {
+        const bool wild = has(kWild) && chance(0.1);
+        return wild ? pick<double>({kNan, kInfinity, -kInfinity, -1.0, 1e300, 2.5, -0.0})
+                    : pick(usual);
+    }
+
+    Point position(Point& home) {
+        if (has(kWild) && chance(0.1)) {
+            return {pick<double>({kNan, 90.0, -91.0, 1e300}),
+                    pick<double>({kNan, 180.0, 0.0, 1e-30})};
+        }
+        if (chance(0.1)) {
+            home = near(home, 10 * kind_.reach);
+        }
+        const Point at = near(home, kind_.reach);
+        return has(kEdges) ? Point{atEdge(at.latitude, 180), atEdge(at.longitude, 360)} : at;
+    }
+
+    Point near(const Point& point, double reach) {
+        return {point.latitude + between(-reach, reach), point.longitude + between(-reach, reach)};
+    }
+
+    double atEdge(double coordinate, double world) {
+        const int bits = static_cast<int>(std::min(pick(kind_.depths) / 2, 24U));
+        const double size = std::ldexp(world, -bits);
+        return std::round(coordinate / size) * size + pick<double>({0, 0, 1e-13, -1e-13, 1e-4});
+    }
+
+    std::int64_t time() {
+        if (has(kExtreme) && chance(0.1)) {
+            const auto end = pick<std::int64_t>(
+                {INT64_MIN, -2208988800000, -5000, 0, 5000, 253402300799000, INT64_MAX});
+            now_ = detail::wrappingAdd(end, chance(0.5) ? whole(-300, 300) * kind_.step : 0);
+        }
+        if (!has(kRepeating) || chance(0.4)) {
+            now_ = detail::wrappingAdd(now_, whole(0, kind_.step * 3 / 2));
+        }
+        return has(kLate) && chance(0.3) ? now_ - whole(0, kind_.step * 20) : now_;
+    }
+
+    const Kind& kind_;
+    std::array<Point, 4> homes_;
+    std::int64_t now_ = 1600000000000;
+    double presenceShare_ = pick<double>({0.0, 0.5, 1.0});
+};
+
+template <class Side>
+std::vector<std::uint64_t> countsOf(const Side& side) {
+    std::vector<std::uint64_t> counts = {side.getEntityCount(), side.getCellCount(),
+                                         side.getItemCount()};
+    if constexpr (requires { side.getDetectorCount(); }) {
+        counts.insert(counts.end(), {side.getDetectorCount(), side.getRecentHangoutCount()});
+    }
+    return counts;
+}
+
+/// One thing twice: as the library has it and as the model has it.
+template <class Library, class Model>
+struct Pair {
+    Library library;
+    Model model;
+    std::list<STBCompressedEvent> libraryOut;
+    std::list<STBCompressedEvent> modelOut;
+
+    /// Runs `operation(side, out) -> bool` on both sides and compares.
+    template <class Record, class Operation>
+    void expectSame(std::list<Record>& ofLibrary, std::list<Record>& ofModel, Operation operation) {
+        const bool libraryResult = operation(library, ofLibrary);
+        ASSERT_EQ(libraryResult, operation(model, ofModel));
+        ASSERT_EQ("", model::difference(ofLibrary, ofModel));
+        ASSERT_EQ(countsOf(library), countsOf(model));
+    }
+};
+
+using Detectors = std::array<Pair<HangoutDetector, model::ModelDetector>, 3>;
+using Processors = std::array<Pair<MotionProcessor, model::ModelProcessor>, 3>;
+
+/// What a host does between events: copies, assignments (to itself too), ageing, and an `out` that
+/// is kept, cleared, or filled with older records. Returns who gets the next event.
+template <class Pairs>
+auto& stir(Stream& stream, Pairs& pairs) {
+    const auto any = [&]() -> auto& {
+        return pairs[static_cast<std::size_t>(stream.whole(0, 2))];
+    };
+    if (stream.chance(0.01)) {
+        any() = any();
+    }
+    if (stream.chance(0.01)) {
+        const auto copy(any());
+        any() = copy;
+    }
+    auto& pair = stream.chance(0.8) ? pairs[0] : any();
+    if (stream.chance(0.02)) {
+        const std::int64_t time = stream.gcTime();
+        pair.library.gc(time);
+        pair.model.gc(time);
+    }
+    if (stream.chance(0.02)) {
+        const auto& source = any();
+        pair.libraryOut = source.libraryOut;
+        pair.modelOut = source.modelOut;
+    } else if (stream.chance(0.7) || pair.modelOut.size() > 30) {
+        pair.libraryOut.clear();
+        pair.modelOut.clear();
+    }
+    return pair;
+}
+
+/// Two processors with one configuration and one of its own.
+Processors makeProcessors(Stream& stream) {
+    const auto make = [&stream]() -> Processors::value_type {
+        std::list<STBMasterRow> masters;
+        for (const std::int32_t id : {0, 1, 2, 1}) {
+            masters.emplace_back(id, stream.resolution());
+        }
+        std::list<STBAssignmentRow> rows;
+        std::list<STBCompressionSpec> specs;
+        for (std::int64_t i = stream.whole(1, 5); i > 0; --i) {
+            rows.push_back(stream.row());
+            specs.push_back(stream.spec());
+        }
+        specs.push_back(specs.front()); // equal specs share a detector
+        return {{masters, rows, specs}, {masters, rows, specs}, {}, {}};
+    };
+    const auto first = make();
+    return {first, first, make()};
+}
+
+class ModelBeside : public testing::TestWithParam<Kind> {
+protected:
+    /// Runs streams of the kind. `step` is called once an event and returns how much came out:
+    /// there must be plenty, or nothing was compared.
+    template <class MakeState, class Step>
+    void runStreams(MakeState makeState, Step step) {
+        const std::uint64_t events = setting("QORVEL_EVENTS", 10 * kStreamLength);
+        std::uint64_t seed = setting("QORVEL_SEED", 1);
+        std::uint64_t results = 0;
+        for (std::uint64_t done = 0; done < events; ++seed) {
+            Stream stream(GetParam(), seed);
+            auto state = makeState(stream);
+            for (std::uint64_t i = 0; i < kStreamLength; ++i, ++done) {
+                results += step(stream, state);
+                ASSERT_FALSE(HasFatalFailure()) << "QORVEL_SEED=" << seed << ", event " << i;
+            }
+        }
+        RecordProperty("results", std::to_string(results));
+        EXPECT_GT(results, events / 500) << "streams before QORVEL_SEED=" << seed;
+    }
+
+private:
+    static std::uint64_t setting(const char* name, std::uint64_t otherwise) {
+        const char* text = std::getenv(name);
+        return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
+    }
+};
+
+TEST_P(ModelBeside, Detectors) {
+    const auto makeDetectors = [](Stream&) { return Detectors(); };
+    runStreams(makeDetectors, [](Stream& stream, Detectors& detectors) {
+        auto& pair = stir(stream, detectors);
+        const Event event = stream.event();
+        const STBCompressionSpec spec = stream.spec();
+        const SpaceTimeBoxSpec boxes = stream.resolution();
+        const double timeFactor = stream.factor();
+        const double factor = stream.factor();
+        const bool presence = stream.drawPresence();
+        const std::size_t before = pair.modelOut.size();
+        pair.expectSame(pair.libraryOut, pair.modelOut, [&](auto& side, auto& out) {
+            if (presence) {
+                return side.processEventPresenceCompression(event, timeFactor, factor, spec, boxes,
+                                                            out);
+            }
+            return side.processEventDwellTime(event, timeFactor, factor, spec, boxes, out);
+        });
+        return pair.modelOut.size() - before;
+    });
+}
+
+TEST_P(ModelBeside, Processors) {
+    runStreams(makeProcessors, [](Stream& stream, Processors& processors) {
+        auto& pair = stir(stream, processors);
+        const Event event = stream.event();
+        const bool presence = stream.drawPresence();
+        pair.expectSame(pair.libraryOut, pair.modelOut, [&](auto& side, auto& out) {
+            return presence ? side.processEventForPresenceCompression(event, out)
+                            : side.processEventForHangout(event, out);
+        });
+        return pair.modelOut.size();
+    });
+}
+
+TEST_P(ModelBeside, Boxes) {
+    runStreams(makeProcessors, [](Stream& stream, Processors& processors) {
+        const Event event = stream.event();
+        std::list<SpaceTimeBox> boxes[2] = {{SpaceTimeBox()}, {SpaceTimeBox()}};
+        std::list<ExtendedSTB> extended[2] = {{ExtendedSTB()}, {ExtendedSTB()}};
+        processors[0].expectSame(boxes[0], boxes[1], [&](const auto& side, auto& out) {
+            return side.getSTB(event, out);
+        });
+        processors[0].expectSame(extended[0], extended[1], [&](const auto& side, auto& out) {
+            return side.getExtendedSTB(event, out);
+        });
+        return boxes[0].size() - 1;
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, ModelBeside, testing::ValuesIn(kinds()),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+} // namespace

@@ -1,0 +1,262 @@
+// The host program as its users see it: standard output, standard error and exit code.
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+const std::string kHeader = "entity,lat,lon,time_ms,accuracy_m\n";
+constexpr std::int64_t kStart = 1355831880000; // 2012-12-18T11:58:00Z
+
+struct Outcome {
+    int code;
+    std::string out;
+    std::string err;
+};
+
+/// A file in a folder that goes when the tests end.
+std::string scratch(const std::string& name) {
+    static const struct Folder {
+        const std::string path = testing::TempDir() + "qorvel-" + std::to_string(getpid());
+        Folder() { std::filesystem::create_directory(path); }
+        ~Folder() { std::filesystem::remove_all(path); }
+    } folder;
+    return folder.path + '/' + name;
+}
+
+std::string slurp(const std::string& file) {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+}
+
+std::string save(const std::string& name, const std::string& text) {
+    std::ofstream(scratch(name)) << text;
+    return scratch(name);
+}
+
+/// Runs a shell command line in which $Q is the program.
+Outcome shell(const std::string& line, const std::string& out = scratch("out")) {
+    const std::string command =
+        "Q='" QORVEL_PROGRAM "'; { " + line + "; } >" + out + " 2>" + scratch("err");
+    const int status = std::system(command.c_str());
+    return {WEXITSTATUS(status), slurp(scratch("out")), slurp(scratch("err"))};
+}
+
+Outcome run(const std::string& arguments, const std::string& input) {
+    return shell("$Q " + arguments + " <" + save("in", input));
+}
+
+std::int64_t lineCount(const std::string& text) {
+    return std::count(text.begin(), text.end(), '\n');
+}
+
+/// Rows of an entity that stays at a place, one a minute from two minutes before noon on.
+std::string stay(int minutes) {
+    std::string rows = kHeader;
+    for (int minute = 0; minute < minutes; ++minute) {
+        rows += "a,47.3712,8.5401," + std::to_string(kStart + minute * 60000) + ",20\n";
+    }
+    return rows;
+}
+
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST(Program, SaysWhatItCannotDoAndWhy) {
+    const struct {
+        int code;
+        std::int64_t lines; // of output
+        std::string arguments;
+        std::string words;
+        std::string input = stay(3);
+    } rows[] = {
+        {2, 0, "", "subcommand"},
+        {2, 0, "hangouts", "FILE"},
+        {2, 0, "boxes --final -", "--final"},
+        {2, 0, "hangouts --box '0 hours' -", "a count of 0"},
+        {2, 0, "presence --window '0 minutes' -", "a count of 0"},
+        {2, 0, "hangouts --box '1 hour' -", "ERROR_TIMEBOXSPEC_1"},
+        {2, 0, "presence --window '3 fortnights' -", "the units are"},
+        {2, 0, "hangouts --box hours -", "want a count"},
+        {2, 0, "boxes --box '50 days' -", "49 days"}, // would wrap to 7 hours
+        {0, 4, "boxes --box '49 days' -", ""},
+        {2, 0, "hangouts --box '15 minutes' -", "ERROR_MOTIONPROCESSOR_3"},
+        {0, 1, "hangouts --box '900001milliseconds' --window '15 Minutes' -", ""},
+        {2, 0, "hangouts --box '5 months' --window '21 hours' -", "longer than --window"},
+        {0, 1, "hangouts --box '5 months' --window '20 hours' -", ""}, // counts as 20.9 hours
+        {2, 0, "boxes --cell-length 26 -", "0 to 25"},
+        {2, 0, "boxes --cell-length 858993460 -", "0 to 25"}, // times 5 is 4 in 32 bits
+        {0, 4, "boxes --cell-length 25 --space-factor 0 -", ""},
+        {2, 0, "hangouts --ratio 1.5 -", "ERROR_COMPRESSIONSPEC_1"},
+        {2, 0, "boxes --space-factor nan -", "numbers from 0 to 1"},
+        {2, 0, "boxes --space-factor 1.5 -", "ERROR_ASSIGN_2"},
+        {2, 0, "boxes --time-factor 1.5 -", "ERROR_ASSIGN_7"},
+        {2, 0, "boxes --time-tolerance 2 -", "ERROR_ASSIGN_6"},
+        {2, 0, "boxes --default-tolerance inf -", "metres"},
+        {2, 0, "hangouts --min-count 0 -", "at least 1"},
+        {2, 0, "hangouts --late '2 months' -", "days or a shorter unit"},
+        {2, 0, "synth --truth -", "cannot be the same"},
+        {0, 1, "--version", ""},
+        {0, 1, "hangouts -", "0 rows read, 0 processed, 0 rejected, 0 results", kHeader},
+        {3, 0, "hangouts -", "is empty", ""},
+        {3, 0, "hangouts -", "no column lon", "entity,lat,time_ms\na,1,2\n"},
+        {3, 0, "hangouts -", "two columns \"lat\"", "entity,lat,lon,lat,time_ms\n"},
+        {3, 0, "hangouts /no/such/file", "cannot open"},
+        {3, 0, "hangouts /", "cannot read"},
+        {3, 0, "synth --entities 1 --out /dev/full", "No space left"},
+        // Where the input breaks off, what came before it counts.
+        {3, 4, "boxes -", "line 5: the input ends inside a quoted", stay(3) + "\"b,47,8,1,2\n"},
+        {3, 1, "hangouts -", "line 5: the input ends inside a quoted", stay(3) + "\"b,47,8,1,2\n"},
+        {3, 4, "boxes -", "line 5: a row is longer", stay(3) + std::string(1 << 21, 'x')},
+        {3, 4, "boxes -", "line 5: a row is longer", stay(3) + std::string(1 << 21, ',')},
+    };
+    for (const auto& [code, lines, arguments, words, input] : rows) {
+        const Outcome outcome = run(arguments, input);
+        EXPECT_EQ(outcome.code, code) << arguments << outcome.err;
+        EXPECT_TRUE(has(outcome.err, words)) << arguments << outcome.err;
+        EXPECT_EQ(lineCount(outcome.out), lines) << arguments << outcome.out;
+    }
+    EXPECT_EQ(shell("$Q boxes - <" + save("in", stay(3)), "/dev/full").code, 3);
+    EXPECT_EQ(shell("$Q --help", "/dev/full").code, 3);
+}
+
+TEST(Program, ReportsAndSkipsBadRows) {
+    const struct {
+        const char* row;
+        const char* reason; // none: a good row
+    } rows[] = {
+        {"a,47,8,1000,20", nullptr},
+        {"a,47,8,1000", "4 fields where the header has 5"},
+        {"a,47,8,1000,20,7", "6 fields"},
+        {",47,8,1000,20", "entity is missing"},
+        {"a,,8,1000,20", "lat is missing"},
+        {"a,47,8,,20", "time_ms is missing"},
+        {"a,47,8 E,1000,20", "lon is not a number"},
+        {"a,nan,8,1000,20", "lat is out of range"},
+        {"a,47,inf,1000,20", "lon is out of range"},
+        {"a,-90.01,8,1000,20", "lat is out of range"},
+        {"a,-90,180,1000,20", nullptr}, // though no cell holds longitude 180
+        {"a,47,180.5,1000,20", "lon is out of range"},
+        {"a,47,8,-1,20", "time_ms is negative"},
+        {"a,47,8,1.5e3,20", "time_ms is no whole number"},
+        {"a,47,8,9223372036854775808,20", "time_ms is no whole number"},
+        {"a,47,8,1000,-0.5", "accuracy_m is out of range"},
+        {"a,47,8,1000,inf", "accuracy_m is out of range"},
+        {"\"b\n,\"\"c\"\"\",47,8,0,", nullptr}, // no accuracy, two lines
+        {"a,47,8,1000,x", "accuracy_m is not a number"},
+    };
+    std::string input = kHeader;
+    for (const auto& row : rows) {
+        input += row.row + std::string("\n");
+    }
+    const Outcome outcome = run("boxes --default-tolerance 0 -", input);
+    EXPECT_EQ(outcome.code, 1);
+    std::int64_t line = 2;
+    for (const auto& [row, reason] : rows) {
+        EXPECT_TRUE(!reason || has(outcome.err, "line " + std::to_string(line) + ": " + reason))
+            << reason << outcome.err;
+        line += 1 + lineCount(row);
+    }
+    EXPECT_TRUE(has(outcome.err, "19 rows read, 3 processed, 16 rejected, 2 results"));
+    EXPECT_TRUE(has(outcome.out, "\n\"b\n,\"\"c\"\"\",u0")) << outcome.out;
+}
+
+TEST(Program, WritesWhatItFound) {
+    const std::string fix = "entity,lat,lon,time_ms\n\"007\",47.3712,8.5401,1355832000250\n";
+    EXPECT_EQ(run("boxes --cell-length 7 --default-tolerance 0 -", fix).out,
+              "entity,geohash,bits,lat,lon,box_start,box_end,time\n"
+              "007,u0qj6rd,35,47.3709869,8.5398102,2012-12-18T12:00:00Z,2012-12-18T13:00:00Z,"
+              "2012-12-18T12:00:00.250Z\n");
+    const std::string late =
+        "entity,lat,lon,time_ms\nb,47,8,253402300799999\nb,47,8,253402300800000\n";
+    const std::string far = run("boxes --cell-length 1 -", late).out;
+    const std::string cell = "\nb,u,5,67.5000000,22.5000000,";
+    EXPECT_TRUE(has(far, cell + "9999-12-31T23:00:00Z,ever,9999-12-31T23:59:59.999Z\n")) << far;
+    EXPECT_TRUE(has(far, cell + "+10000-01-01T00:00:00Z,ever,+10000-01-01T00:00:00Z\n")) << far;
+
+    // A quarter of an hour makes the stay; by the end it is twice as long.
+    const std::string title = "entity,geohash,bits,lat,lon,box_start,box_end,total,before,after,"
+                              "first_time,last_time,events\n";
+    const std::string found = title + "a,u0qj6r,30,47.3703003,8.5418701,2012-12-18T12:00:00Z,"
+                                      "2012-12-18T13:00:00Z,";
+    EXPECT_EQ(run("hangouts -", stay(31)).out,
+              found + "16,2,14,2012-12-18T11:58:00Z,2012-12-18T12:13:00Z,16\n");
+    EXPECT_EQ(run("hangouts --final -", stay(31)).out,
+              found + "31,2,29,2012-12-18T11:58:00Z,2012-12-18T12:28:00Z,31\n");
+    EXPECT_EQ(run("presence -", stay(31)).out,
+              found + "5,2,3,2012-12-18T11:58:00Z,2012-12-18T12:02:00Z,5\n");
+
+    std::string other = "\xEF\xBB\xBFnote,accuracy_m,time_ms,entity,lon,lat\r\n\r\n";
+    for (std::int64_t time = kStart; time < kStart + 31 * 60000; time += 60000) {
+        other += "\"x,\ny\",20," + std::to_string(time) + ", \"a\" ,8.5401,47.3712\r\n";
+    }
+    EXPECT_EQ(run("presence -", other).out, run("presence -", stay(31)).out);
+}
+
+TEST(Program, ShowsResultsAtOnceAndEndsCleanlyWhenInterrupted) {
+    const std::string open = "(cat " + save("in", stay(3) + "cut off,47.37") + "; sleep 2) | ";
+    const Outcome ended = shell(open + "timeout --preserve-status -s INT 1 $Q boxes -");
+    EXPECT_EQ(ended.code, 130);
+    EXPECT_EQ(lineCount(ended.out), 4);
+    EXPECT_TRUE(has(ended.err, "interrupted: 3 rows read")) << ended.err;
+    EXPECT_EQ(lineCount(shell(open + "timeout -s KILL 1 $Q boxes -").out), 4);
+}
+
+/// Whether what no row can count is forgotten or not, from a file or a pipe: the same output. And
+/// the last figures are those of the same entities, cells and boxes, in the same order.
+void expectSameWhateverIsCollected(const std::string& file) {
+    for (const std::string mode : {"$Q hangouts --space-factor 0.5 ", "$Q presence "}) {
+        for (const std::string& command : {mode, mode + "--final "}) {
+            const std::string kept = shell(command + "--late ever " + file).out;
+            EXPECT_EQ(shell(command + file).out, kept) << command;
+            EXPECT_EQ(shell("dd status=none bs=997 <" + file + " | " + command + "-").out, kept);
+        }
+        const std::string keys = shell(mode + file + " | cut -d, -f1-7").out;
+        EXPECT_EQ(shell(mode + "--final " + file + " | cut -d, -f1-7").out, keys) << mode;
+        EXPECT_GT(lineCount(keys), has(mode, "presence") ? 20 : 0);
+    }
+}
+
+TEST(Program, CollectingChangesNoOutput) {
+    for (const char* order : {"cat", "tac", "sort"}) { // as it came, newest first, by entity
+        ASSERT_EQ(
+            shell("$Q synth --entities 20 --days 1 | tail -n +2 | LC_ALL=C " + std::string(order))
+                .code,
+            0);
+        expectSameWhateverIsCollected(save("tracks", kHeader + slurp(scratch("out"))));
+    }
+}
+
+TEST(Program, CollectingChangesNoOutputOfRealTracks) {
+    const char* data = std::getenv("QORVEL_TEST_DATA");
+    if (data == nullptr) {
+        GTEST_SKIP() << "QORVEL_TEST_DATA is not set";
+    }
+    for (const std::string name : {"small_phone_source_order", "vessels_us_ais_source_order"}) {
+        ASSERT_EQ(shell("zcat " + (data + ("/" + name)) + ".csv.gz", scratch("real")).code, 0);
+        expectSameWhateverIsCollected(scratch("real"));
+    }
+}
+
+TEST(Program, RejectsWhatIsLaterThanPromised) {
+    std::string rows = kHeader; // behind the newest by nothing, 6400 s, a day, a day and 1 ms
+    for (const char* time : {"100000000", "93600000", "13600000", "13599999"}) {
+        rows += std::string("a,47,8,") + time + ",20\n";
+    }
+    EXPECT_EQ(run("hangouts -", rows).code, 0); // read twice: any order
+    const Outcome piped = shell("cat " + scratch("in") + " | $Q hangouts -");
+    EXPECT_EQ(piped.code, 1);
+    EXPECT_TRUE(has(piped.err, "line 5: farther behind the newest")) << piped.err;
+    EXPECT_TRUE(has(run("presence --late '6399 seconds' -", rows).err, "1 processed, 3 rejected"));
+    EXPECT_TRUE(has(run("presence --late '6400 seconds' -", rows).err, "2 processed, 2 rejected"));
+}
+
+} // namespace
