@@ -1,0 +1,40 @@
+# Shared by the scripts: sourced, never run. Leaves the caller at the root of the checkout.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+
+# What the build needs, on Debian 12.
+build_packages=(cmake g++ ninja-build libbenchmark-dev libcli11-dev libcsv-dev libgtest-dev)
+
+# Prints its arguments as a heading.
+heading() { printf '\n== %s\n' "$*"; }
+
+# Installs those of the named packages that are missing; touches nothing when none is.
+install_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed$' ||
+            missing+=("$package")
+    done
+    if ((${#missing[@]} == 0)); then
+        return
+    fi
+    if ((EUID != 0)); then
+        printf 'Missing packages; as root: apt-get install %s\n' "${missing[*]}" >&2
+        return 1
+    fi
+    heading "Installing ${missing[*]}"
+    export DEBIAN_FRONTEND=noninteractive
+    apt-get update -qq
+    apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+# build PRESET [TARGET...]: configures and builds. In CI a warning is an error.
+build() {
+    local preset=$1
+    shift
+    cmake --preset "$preset" ${CI:+-DQORVEL_WERROR=ON} >/dev/null
+    cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+# run_tests PRESET
+run_tests() { ctest --preset "$1" --parallel "$(nproc)"; }
