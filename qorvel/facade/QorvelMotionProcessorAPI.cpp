@@ -16,7 +16,6 @@ QORVEL_BEGIN_NAMESPACE
 namespace {
 
 constexpr int kSuccess = 0;
-constexpr std::uint32_t kMaxDepth = 128;
 
 /// The key whose number the processor takes as "every key" when it is the first registered.
 const char* const kAnyKey = "ANY";
@@ -135,7 +134,7 @@ int QorvelMotionProcessorAPI::toString(const SpaceBox& box, std::string& out, st
 
 int QorvelMotionProcessorAPI::getCentroid(const SpaceBox& box, double& latitude, double& longitude,
                                           std::stringstream&) {
-    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), kMaxDepth);
+    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), detail::kMaxDepth);
     const detail::Cell kept = detail::significant(UINT64_MAX, UINT64_MAX, depth);
     const std::uint64_t first = box.getFirst64Bits();
     const std::uint64_t second = box.getSecond64Bits();

@@ -2,15 +2,9 @@
 
 #include "qorvel/geohash/UtilG2.h"
 #include "qorvel/geohash/detail/Cell.h"
+#include "qorvel/geohash/detail/boxCell.h"
 
 QORVEL_BEGIN_NAMESPACE
-
-namespace {
-
-constexpr std::uint32_t kUnparsableDepth = UINT32_MAX;
-constexpr std::uint32_t kMaxDepth = 128;
-
-} // namespace
 
 SpaceBox::SpaceBox() : geoHashBitDepth_(0), first64Bits_(0), second64Bits_(0) {}
 
@@ -57,7 +51,7 @@ bool SpaceBox::operator==(const SpaceBox& other) const {
 }
 
 std::uint64_t SpaceBox::hashCode() const {
-    const detail::Cell cell = detail::significant(first64Bits_, second64Bits_, geoHashBitDepth_);
+    const detail::Cell cell = detail::significantCellOf(*this);
     return cell.first ^ cell.second;
 }
 
@@ -67,11 +61,11 @@ std::string SpaceBox::toASCIIString() const {
 
 bool SpaceBox::isValid(std::stringstream& errors) const {
     bool valid = true;
-    if (geoHashBitDepth_ == kUnparsableDepth) {
+    if (geoHashBitDepth_ == detail::kUnparsableDepth) {
         errors << "ERROR_SPACEBOX_1,";
         valid = false;
     }
-    if (geoHashBitDepth_ > kMaxDepth) {
+    if (geoHashBitDepth_ > detail::kMaxDepth) {
         errors << "ERROR_SPACEBOX_2,";
         valid = false;
     }

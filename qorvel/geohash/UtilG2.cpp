@@ -10,6 +10,7 @@
 #include "qorvel/geohash/detail/Cell.h"
 #include "qorvel/geohash/detail/NearCells.h"
 #include "qorvel/geohash/detail/PointCode.h"
+#include "qorvel/geohash/detail/boxCell.h"
 
 #include <algorithm>
 #include <array>
@@ -21,8 +22,6 @@ QORVEL_BEGIN_NAMESPACE
 namespace {
 
 constexpr std::int32_t kCodeBits = 64;
-constexpr std::uint32_t kMaxDepth = 128;
-constexpr std::uint32_t kUnparsableDepth = UINT32_MAX;
 constexpr std::int32_t kSpheroidalMetric = 2;
 
 constexpr std::string_view kAlphabet = "0123456789bcdefghjkmnpqrstuvwxyz";
@@ -51,44 +50,74 @@ std::int8_t characterValue(char character) {
     return byte < kCharacterValues.size() ? kCharacterValues[byte] : kRejected;
 }
 
-/// The 128 bits of a cell as characters, twelve to a group of 60 bits: 60 + 60 + 8. Characters that
-/// were not set are 0, and the low two bits of the 26th lie beyond the cell.
-class Characters {
-public:
-    Characters() = default;
-    explicit Characters(const detail::Cell& cell)
-        : groups_{cell.first >> 4, (cell.first << 56 | cell.second >> 8) & kGroupMask,
-                  (cell.second & 0xFFU) << 52} {}
+/// The five-bit values of the longest text, and zeros up to twice sixteen.
+using Values = std::array<std::uint32_t, 32>;
 
-    std::uint64_t first() const { return groups_[0] << 4 | groups_[1] >> 56; }
-    std::uint64_t second() const { return groups_[1] << 8 | groups_[2] >> 52; }
+/// The bits of a text, most significant first. Eight chunks fill a cell; the four behind them are
+/// never more than zero where they are read, see stringToSpaceBox.
+using Chunks = std::array<std::uint16_t, 12>;
 
-    std::size_t get(std::size_t index) const {
-        return groups_[index / kInGroup] >> shiftOf(index) & 31U;
-    }
-    void set(std::size_t index, std::uint64_t value) {
-        groups_[index / kInGroup] |= value << shiftOf(index);
-    }
+constexpr std::uint16_t lowChunk(std::uint32_t bits) {
+    return static_cast<std::uint16_t>(bits);
+}
 
-private:
-    static constexpr std::size_t kInGroup = 12;
-    static constexpr std::uint64_t kGroupMask = (std::uint64_t{1} << 60) - 1;
+/// Sixteen characters fill five chunks exactly, so one fixed pattern serves them all.
+void packSixteen(const std::uint32_t* v, std::uint16_t* chunks) {
+    chunks[0] = lowChunk(v[0] << 11 | v[1] << 6 | v[2] << 1 | v[3] >> 4);
+    chunks[1] = lowChunk(v[3] << 12 | v[4] << 7 | v[5] << 2 | v[6] >> 3);
+    chunks[2] = lowChunk(v[6] << 13 | v[7] << 8 | v[8] << 3 | v[9] >> 2);
+    chunks[3] = lowChunk(v[9] << 14 | v[10] << 9 | v[11] << 4 | v[12] >> 1);
+    chunks[4] = lowChunk(v[12] << 15 | v[13] << 10 | v[14] << 5 | v[15]);
+}
 
-    static std::size_t shiftOf(std::size_t index) { return 55 - 5 * (index % kInGroup); }
+void unpackSixteen(const std::uint16_t* chunks, std::uint32_t* v) {
+    const std::array<std::uint32_t, 5> c = {chunks[0], chunks[1], chunks[2], chunks[3], chunks[4]};
+    v[0] = c[0] >> 11;
+    v[1] = c[0] >> 6 & 31U;
+    v[2] = c[0] >> 1 & 31U;
+    v[3] = (c[0] << 4 | c[1] >> 12) & 31U;
+    v[4] = c[1] >> 7 & 31U;
+    v[5] = c[1] >> 2 & 31U;
+    v[6] = (c[1] << 3 | c[2] >> 13) & 31U;
+    v[7] = c[2] >> 8 & 31U;
+    v[8] = c[2] >> 3 & 31U;
+    v[9] = (c[2] << 2 | c[3] >> 14) & 31U;
+    v[10] = c[3] >> 9 & 31U;
+    v[11] = c[3] >> 4 & 31U;
+    v[12] = (c[3] << 1 | c[4] >> 15) & 31U;
+    v[13] = c[4] >> 10 & 31U;
+    v[14] = c[4] >> 5 & 31U;
+    v[15] = c[4] & 31U;
+}
 
-    std::array<std::uint64_t, 3> groups_{};
-};
+constexpr std::size_t kInBlock = 16;
+constexpr std::size_t kBlockChunks = 5;
+constexpr std::size_t kWordChunks = 4;
 
 /// Up to the end or a NUL byte; false where another character is in the way.
-bool readCharacters(const std::string& geohash, Characters& characters) {
+bool readValues(const std::string& geohash, Values& values) {
     for (std::size_t i = 0; i < geohash.size() && geohash[i] != '\0'; ++i) {
         const std::int8_t value = characterValue(geohash[i]);
         if (value == kRejected) {
             return false;
         }
-        characters.set(i, static_cast<std::uint64_t>(value));
+        values[i] = static_cast<std::uint32_t>(value);
     }
     return true;
+}
+
+std::uint64_t wordOf(const std::uint16_t* chunks) {
+    std::uint64_t word = 0;
+    for (std::size_t i = 0; i < kWordChunks; ++i) {
+        word = word << 16 | chunks[i];
+    }
+    return word;
+}
+
+void splitWord(std::uint64_t word, std::uint16_t* chunks) {
+    for (std::size_t i = kWordChunks; i-- > 0; word >>= 16) {
+        chunks[i] = static_cast<std::uint16_t>(word & 0xFFFFU);
+    }
 }
 
 /// A box that only its depth tells apart.
@@ -127,7 +156,7 @@ bool UtilG2::pointToSpaceBox(const double& lat, const double& lon, const std::ui
 }
 
 bool UtilG2::pointToSpaceBox(const double& lat, const double& lon, SpaceBox& box) {
-    return pointToSpaceBox(lat, lon, kMaxDepth, box);
+    return pointToSpaceBox(lat, lon, detail::kMaxDepth, box);
 }
 
 bool UtilG2::stringToSpaceBox(const std::string& geohash, SpaceBox& box) {
@@ -136,26 +165,35 @@ bool UtilG2::stringToSpaceBox(const std::string& geohash, SpaceBox& box) {
         box = emptyBox(depthOfText(length));
         return false;
     }
-    Characters characters;
-    if (!readCharacters(geohash, characters)) {
-        box = emptyBox(kUnparsableDepth);
+    Values values{};
+    if (!readValues(geohash, values)) {
+        box = emptyBox(detail::kUnparsableDepth);
         return false;
     }
-    // Texts that end inside the second word, but not in its last quarter, lose that word. This is
-    // how such texts have always been read, and cells must not change under a stored text.
-    const bool losesSecondWord = length >= 13 && length <= 22;
-    box = SpaceBox(characters.first(), losesSecondWord ? 0 : characters.second(),
-                   depthOfText(length));
+    Chunks chunks{};
+    packSixteen(values.data(), chunks.data());
+    packSixteen(values.data() + kInBlock, chunks.data() + kBlockChunks);
+    // Texts of 13 to 22 characters lose their second word: it is read from behind the chunks that
+    // they fill. This is how such texts have always been read, and cells must not change under a
+    // stored text.
+    const std::size_t secondWord = length > 22 ? kWordChunks : 2 * kWordChunks;
+    box = SpaceBox(wordOf(chunks.data()), wordOf(chunks.data() + secondWord), depthOfText(length));
     return true;
 }
 
 std::string UtilG2::spaceBoxToString(const SpaceBox& box) {
-    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), kMaxDepth);
-    const Characters characters(
-        detail::significant(box.getFirst64Bits(), box.getSecond64Bits(), depth));
+    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), detail::kMaxDepth);
+    const detail::Cell cell =
+        detail::significant(box.getFirst64Bits(), box.getSecond64Bits(), depth);
+    Chunks chunks{}; // zeros follow the 128 bits
+    splitWord(cell.first, chunks.data());
+    splitWord(cell.second, chunks.data() + kWordChunks);
+    Values values;
+    unpackSixteen(chunks.data(), values.data());
+    unpackSixteen(chunks.data() + kBlockChunks, values.data() + kInBlock);
     std::string text((depth + _BITS_PER_GEOHASH_CHAR - 1) / _BITS_PER_GEOHASH_CHAR, '\0');
     for (std::size_t i = 0; i < text.size(); ++i) {
-        text[i] = kAlphabet[characters.get(i)];
+        text[i] = kAlphabet[values[i]];
     }
     return text;
 }
@@ -169,8 +207,7 @@ bool UtilG2::pointToSpaceBoxes(const double& lat, const double& lon, const std::
     detail::NearCells near;
     detail::findNearCells(code, lat, depth, distance, near);
     for (std::uint32_t i = 0; i < near.count; ++i) {
-        const detail::Cell& cell = near.cells[i];
-        boxes[i] = SpaceBox(cell.first, cell.second, cell.depth);
+        boxes[i] = detail::boxOf(near.cells[i]);
     }
     count = near.count;
     return true;
@@ -218,8 +255,7 @@ bool UtilG2::i64ToDouble(const std::uint64_t& code, double& x) {
 
 void UtilG2::point64ToSpaceBox(const std::uint64_t& latCode, const std::uint64_t& lonCode,
                                const std::uint32_t& depth, SpaceBox& box) {
-    const detail::Cell cell = detail::interleave({latCode, lonCode}, depth);
-    box = SpaceBox(cell.first, cell.second, cell.depth);
+    box = detail::boxOf(detail::interleave({latCode, lonCode}, depth));
 }
 
 bool UtilG2::distance(const double& lat, const double& lon, const std::int32_t& bits,

@@ -9,6 +9,12 @@
 QORVEL_BEGIN_NAMESPACE
 namespace detail {
 
+/// Depth of the finest cell.
+inline constexpr std::uint32_t kMaxDepth = 128;
+
+/// Depth that marks a box whose text is no geohash.
+inline constexpr std::uint32_t kUnparsableDepth = UINT32_MAX;
+
 /// A space box without its class: 128 interleaved bits, a longitude bit before a latitude bit, of
 /// which `depth` count. The bits beyond the depth may be anything.
 struct Cell {

@@ -18,8 +18,7 @@ public:
 
     /// The point's cell with all its bits; the default box where no cell holds the point.
     Cell ownCell() const {
-        constexpr std::uint32_t allBits = 128;
-        return hasCell_ ? interleave(code_, allBits) : Cell{0, 0, 0};
+        return hasCell_ ? interleave(code_, kMaxDepth) : Cell{0, 0, 0};
     }
 
     /// The cells of the given depth within `distance` metres; none where no cell holds the point.

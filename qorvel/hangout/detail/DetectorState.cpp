@@ -1,6 +1,7 @@
 #include "qorvel/hangout/detail/DetectorState.h"
 
 #include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/geohash/detail/boxCell.h"
 #include "qorvel/model/detail/tolerance.h"
 
 #include <algorithm>
@@ -72,7 +73,7 @@ private:
         record.specPrimaryKeyId = rule_.spec.primaryKeyId;
         record.eventSecondaryKeyId = static_cast<std::uint32_t>(event_.secondaryKeyId);
         record.masterId = rule_.spec.masterId;
-        record.stb = SpaceTimeBox(SpaceBox(cell.first, cell.second, cell.depth), box);
+        record.stb = SpaceTimeBox(boxOf(cell), box);
         record.firstTime = series.front().time;
         record.endTime = wrappingAdd(series.back().time, 1);
         record.lastTimeBefore = tally.lastBefore;

@@ -1,6 +1,7 @@
 #include "qorvel/processor/detail/ProcessorState.h"
 
 #include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/geohash/detail/boxCell.h"
 #include "qorvel/model/detail/tolerance.h"
 #include "qorvel/processor/detail/BoxCollector.h"
 #include "qorvel/processor/detail/rowApplies.h"
@@ -13,10 +14,6 @@ QORVEL_BEGIN_NAMESPACE
 namespace detail {
 
 namespace {
-
-SpaceBox boxOf(const Cell& cell) {
-    return SpaceBox(cell.first, cell.second, cell.depth);
-}
 
 /// The one or two time boxes of an event.
 struct TimeBoxes {

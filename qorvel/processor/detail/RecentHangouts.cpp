@@ -1,5 +1,6 @@
 #include "qorvel/processor/detail/RecentHangouts.h"
 
+#include "qorvel/geohash/detail/boxCell.h"
 #include "qorvel/geohash/detail/hashing.h"
 
 #include <iterator>
@@ -11,9 +12,7 @@ namespace {
 
 RecordKey keyOf(const STBCompressedEvent& record) {
     const SpaceTimeBox& box = record.stb;
-    const Cell cell =
-        significant(box.getFirst64Bits(), box.getSecond64Bits(), box.getGeoHashBitDepth());
-    return {record.eid, cell, box.start, box.end, record.specPrimaryKeyId};
+    return {record.eid, significantCellOf(box), box.start, box.end, record.specPrimaryKeyId};
 }
 
 } // namespace
