@@ -10,6 +10,7 @@
 #include "qorvel/geohash/detail/Cell.h"
 #include "qorvel/geohash/detail/NearCells.h"
 #include "qorvel/geohash/detail/PointCode.h"
+#include "qorvel/geohash/detail/Position.h"
 #include "qorvel/geohash/detail/boxCell.h"
 
 #include <algorithm>
@@ -200,12 +201,12 @@ std::string UtilG2::spaceBoxToString(const SpaceBox& box) {
 
 bool UtilG2::pointToSpaceBoxes(const double& lat, const double& lon, const std::uint32_t& depth,
                                const double& distance, SpaceBox* boxes, std::uint32_t& count) {
-    detail::PointCode code{};
-    if (!detail::encodePoint(lat, lon, code)) {
+    const detail::Position point(lat, lon);
+    if (!point.hasCell()) {
         return false;
     }
     detail::NearCells near;
-    detail::findNearCells(code, lat, depth, distance, near);
+    point.findNear(depth, distance, near);
     for (std::uint32_t i = 0; i < near.count; ++i) {
         boxes[i] = detail::boxOf(near.cells[i]);
     }
@@ -264,7 +265,8 @@ bool UtilG2::distance(const double& lat, const double& lon, const std::int32_t& 
     if (!detail::encodePoint(lat, lon, code)) {
         return false;
     }
-    const detail::CellEdges ways = detail::cellEdges(code, lat, static_cast<std::uint32_t>(bits));
+    const detail::CellEdges ways =
+        detail::cellEdges(code, detail::cosineOfLatitude(lat), static_cast<std::uint32_t>(bits));
     edges[0] = ways.east;
     edges[1] = ways.north;
     edges[2] = ways.west;
@@ -286,7 +288,9 @@ std::int32_t UtilG2::getNumLatitudeBits(const double& size) {
 }
 
 std::int32_t UtilG2::getNumLongitudeBits(const double& lat, const double& size) {
-    return size <= 0 ? kCodeBits : halvings(detail::kTwoPi * detail::parallelRadius(lat) / size);
+    return size <= 0 ? kCodeBits
+                     : halvings(detail::kTwoPi *
+                                detail::parallelRadius(detail::cosineOfLatitude(lat)) / size);
 }
 
 std::int32_t UtilG2::getNumBits(const double& lat, const double& size) {

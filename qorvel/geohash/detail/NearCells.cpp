@@ -31,33 +31,26 @@ std::uint64_t separation(std::uint64_t a, std::uint64_t b) {
     return magnitude(static_cast<std::int64_t>(a - b));
 }
 
-/// Where a neighbour stands around a cell: rows from the south, columns from the west, the cell's
-/// own are 1.
-struct Place {
-    std::size_t row;
-    std::size_t column;
+/// A step from a cell to one of its neighbours, in cells.
+struct Step {
+    int north;
+    int east;
 };
 
 /// E, N, W, S, SE, NE, NW, SW.
-constexpr std::array<Place, 8> kPlaces = {
-    {{1, 2}, {2, 1}, {1, 0}, {0, 1}, {0, 2}, {2, 2}, {2, 0}, {0, 0}}};
+constexpr std::array<Step, 8> kSteps = {
+    {{0, 1}, {1, 0}, {0, -1}, {-1, 0}, {-1, 1}, {1, 1}, {1, -1}, {-1, -1}}};
 
 /// Strictly, so a radius that ends at an edge does not reach the neighbour behind it.
-bool reaches(double distance, const Place& place, const CellEdges& edges) {
-    return (place.column != 2 || distance > edges.east) &&
-           (place.row != 2 || distance > edges.north) &&
-           (place.column != 0 || distance > edges.west) &&
-           (place.row != 0 || distance > edges.south);
+bool reaches(double distance, const Step& step, const CellEdges& edges) {
+    return (step.east <= 0 || distance > edges.east) &&
+           (step.north <= 0 || distance > edges.north) &&
+           (step.east >= 0 || distance > edges.west) && (step.north >= 0 || distance > edges.south);
 }
 
-/// The first codes of a cell and of those before and after it in one coordinate, in ascending
-/// order. Steps wrap around at the ends of the range.
-using Neighbours = std::array<SpreadCode, 3>;
-
-Neighbours neighboursOf(std::uint64_t code, std::uint32_t shift) {
-    const std::uint64_t index = shiftRight(code, shift);
-    return {spreadWhole(shiftLeft(index - 1, shift)), spreadWhole(shiftLeft(index, shift)),
-            spreadWhole(shiftLeft(index + 1, shift))};
+/// The first code of the cell that lies `step` cells further on; steps wrap around.
+std::uint64_t neighbourCode(std::uint64_t code, std::uint32_t shift, int step) {
+    return shiftLeft(shiftRight(code, shift) + static_cast<std::uint64_t>(step), shift);
 }
 
 } // namespace
@@ -80,22 +73,26 @@ double longitudeExtent(std::uint64_t delta, double parallelRadius) {
     return static_cast<double>(2 * delta) * kPi * parallelRadius / kCodes;
 }
 
-double parallelRadius(double latitude) {
-    return defaultEllipsoid().semiMajorAxis * std::cos(latitude * kPi / 180.0);
+double cosineOfLatitude(double latitude) {
+    return std::cos(latitude * kPi / 180.0);
 }
 
-CellEdges cellEdges(PointCode code, double latitude, std::uint32_t bits) {
+double parallelRadius(double cosLatitude) {
+    return defaultEllipsoid().semiMajorAxis * cosLatitude;
+}
+
+CellEdges cellEdges(PointCode code, double cosLatitude, std::uint32_t bits) {
     const std::uint32_t shift = kCodeBits - bits;
     const Interval parallels = cellBounds(code.latitude, shift);
     const Interval meridians = cellBounds(code.longitude, shift);
-    const double radius = parallelRadius(latitude);
+    const double radius = parallelRadius(cosLatitude);
     return {longitudeExtent(separation(meridians.high, code.longitude), radius),
             latitudeExtent(separation(parallels.high, code.latitude)),
             longitudeExtent(separation(meridians.low, code.longitude), radius),
             latitudeExtent(separation(parallels.low, code.latitude))};
 }
 
-void findNearCells(PointCode code, double latitude, std::uint32_t depth, double distance,
+void findNearCells(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
                    NearCells& out) {
     out.cells[0] = interleave(code, depth);
     out.count = 1;
@@ -103,16 +100,16 @@ void findNearCells(PointCode code, double latitude, std::uint32_t depth, double 
         return;
     }
     const std::uint32_t bits = depth / 2;
-    const CellEdges edges = cellEdges(code, latitude, bits);
+    const CellEdges edges = cellEdges(code, cosLatitude, bits);
     if (!(distance >= edges.smallest())) {
         return;
     }
     const std::uint32_t shift = kCodeBits - bits;
-    const Neighbours rows = neighboursOf(code.latitude, shift);
-    const Neighbours columns = neighboursOf(code.longitude, shift);
-    for (const Place& place : kPlaces) {
-        if (reaches(distance, place, edges)) {
-            out.cells[out.count++] = interleave(rows[place.row], columns[place.column], 2 * bits);
+    for (const Step& step : kSteps) {
+        if (reaches(distance, step, edges)) {
+            const PointCode corner{neighbourCode(code.latitude, shift, step.north),
+                                   neighbourCode(code.longitude, shift, step.east)};
+            out.cells[out.count++] = interleave(corner, 2 * bits);
         }
     }
 }

@@ -28,12 +28,15 @@ double latitudeExtent(std::uint64_t delta);
 /// by `delta`. Meant as it is: twice the difference wraps, so half a turn has the length 0.
 double longitudeExtent(std::uint64_t delta, double parallelRadius);
 
-/// The radius in metres of the parallel at a latitude in degrees.
-double parallelRadius(double latitude);
+/// The cosine of a latitude in degrees, in the form that the radius of its parallel is made from.
+double cosineOfLatitude(double latitude);
+
+/// The radius in metres of the parallel at a latitude with the given cosine.
+double parallelRadius(double cosLatitude);
 
 /// Edges of the cell that has `bits` bits of each coordinate; the shift 64 - bits counts modulo 64,
-/// so 0 bits are as 64. `latitude` in degrees must be the one that `code` was made from.
-CellEdges cellEdges(PointCode code, double latitude, std::uint32_t bits);
+/// so 0 bits are as 64. The cosine must be that of the latitude that `code` was made from.
+CellEdges cellEdges(PointCode code, double cosLatitude, std::uint32_t bits);
 
 /// The first `count` cells are the result, the others are unwritten.
 struct NearCells {
@@ -44,7 +47,7 @@ struct NearCells {
 /// The cell of a point and those of its eight neighbours that a radius of `distance` metres
 /// reaches, in the order own, E, N, W, S, SE, NE, NW, SW. `UtilG2::pointToSpaceBoxes` tells the
 /// rules.
-void findNearCells(PointCode code, double latitude, std::uint32_t depth, double distance,
+void findNearCells(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
                    NearCells& out);
 
 } // namespace detail

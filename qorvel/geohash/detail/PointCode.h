@@ -76,23 +76,10 @@ constexpr std::uint64_t spread(std::uint64_t code) {
     return word;
 }
 
-/// All 64 bits of a code, spread over two words.
-struct SpreadCode {
-    std::uint64_t high;
-    std::uint64_t low;
-};
-
-constexpr SpreadCode spreadWhole(std::uint64_t code) {
-    return {spread(code >> 32), spread(code)};
-}
-
-constexpr Cell interleave(SpreadCode latitude, SpreadCode longitude, std::uint32_t depth) {
-    return {longitude.high << 1 | latitude.high, longitude.low << 1 | latitude.low, depth};
-}
-
 /// The cell of a point. All 128 bits are filled, whatever the depth.
 constexpr Cell interleave(PointCode code, std::uint32_t depth) {
-    return interleave(spreadWhole(code.latitude), spreadWhole(code.longitude), depth);
+    return {spread(code.longitude >> 32) << 1 | spread(code.latitude >> 32),
+            spread(code.longitude) << 1 | spread(code.latitude), depth};
 }
 
 } // namespace detail

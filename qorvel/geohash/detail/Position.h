@@ -14,24 +14,28 @@ class Position {
 public:
     /// Degrees.
     Position(double latitude, double longitude)
-        : latitude_(latitude), hasCell_(encodePoint(latitude, longitude, code_)) {}
+        : cosLatitude_(cosineOfLatitude(latitude)),
+          hasCell_(encodePoint(latitude, longitude, code_)) {}
+
+    /// False where no cell holds the point: out of range, latitude 90, longitude 180.
+    bool hasCell() const { return hasCell_; }
+
+    double cosLatitude() const { return cosLatitude_; }
 
     /// The point's cell with all its bits; the default box where no cell holds the point.
-    Cell ownCell() const {
-        return hasCell_ ? interleave(code_, kMaxDepth) : Cell{0, 0, 0};
-    }
+    Cell ownCell() const { return hasCell_ ? interleave(code_, kMaxDepth) : Cell{0, 0, 0}; }
 
     /// The cells of the given depth within `distance` metres; none where no cell holds the point.
     void findNear(std::uint32_t depth, double distance, NearCells& near) const {
         near.count = 0;
         if (hasCell_) {
-            findNearCells(code_, latitude_, depth, distance, near);
+            findNearCells(code_, cosLatitude_, depth, distance, near);
         }
     }
 
 private:
     PointCode code_{};
-    double latitude_;
+    double cosLatitude_;
     bool hasCell_;
 };
 

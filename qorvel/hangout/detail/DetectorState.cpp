@@ -8,6 +8,7 @@
 #include <array>
 #include <iterator>
 #include <new>
+#include <optional>
 #include <tuple>
 
 QORVEL_BEGIN_NAMESPACE
@@ -31,9 +32,7 @@ std::int64_t getTimeBoundary(std::int64_t time, std::uint32_t span, const TimeBo
 class Reporter {
 public:
     Reporter(const Event& event, const DetectionRule& rule, std::int64_t boundary, RecordSink& sink)
-        : event_(event), rule_(rule), sink_(sink),
-          before_(rule.stbSpec.getTimeBoxStart(wrappingSubtract(boundary, 1)), boundary),
-          after_(boundary, rule.stbSpec.getTimeBoxEnd(boundary)) {}
+        : event_(event), rule_(rule), boundary_(boundary), sink_(sink) {}
 
     /// Reports the sides whose count is not 0 and makes up the spec's share of the denominator:
     /// the box before the boundary first. `cell` is the cell as this event computed it, with all
@@ -45,14 +44,30 @@ public:
                                      rule_.spec.ratio;
         };
         if (passes(tally.beforeCount)) {
-            reportSide(cell, before_, series, tally);
+            reportSide(cell, boxBefore(), series, tally);
         }
         if (passes(tally.afterCount)) {
-            reportSide(cell, after_, series, tally);
+            reportSide(cell, boxAfter(), series, tally);
         }
     }
 
 private:
+    // The boxes are the same for every cell of an event, and many events need neither.
+    const TimeBox& boxBefore() {
+        if (!before_) {
+            const std::int64_t lastBefore = wrappingSubtract(boundary_, 1);
+            before_.emplace(rule_.stbSpec.getTimeBoxStart(lastBefore), boundary_);
+        }
+        return *before_;
+    }
+
+    const TimeBox& boxAfter() {
+        if (!after_) {
+            after_.emplace(boundary_, rule_.stbSpec.getTimeBoxEnd(boundary_));
+        }
+        return *after_;
+    }
+
     void reportSide(const Cell& cell, const TimeBox& box, const Series& series,
                     const Tally& tally) {
         const RecordKey key{event_.eid, significant(cell), box.start, box.end,
@@ -85,9 +100,10 @@ private:
 
     const Event& event_;
     const DetectionRule& rule_;
+    std::int64_t boundary_;
     RecordSink& sink_;
-    TimeBox before_;
-    TimeBox after_;
+    std::optional<TimeBox> before_;
+    std::optional<TimeBox> after_;
 };
 
 /// Whether a cell is one of those near the previous event. Near cells are few: no table.

@@ -37,7 +37,7 @@ void Configuration::addRows(const std::list<STBAssignmentRow>& assignmentRows) {
     for (const STBAssignmentRow& row : assignmentRows) {
         const auto masterId = static_cast<std::uint32_t>(row.masterId);
         rowIndex_.add(static_cast<std::uint32_t>(rows_.size()), row);
-        rows_.push_back({row, masterRow(masterId), &specsByMaster_[masterId]});
+        rows_.push_back({RowTests(row), masterRow(masterId), &specsByMaster_[masterId]});
     }
 }
 

@@ -5,6 +5,7 @@
 #include "qorvel/model/STBCompressionSpec.h"
 #include "qorvel/model/STBMasterRow.h"
 #include "qorvel/processor/detail/RowIndex.h"
+#include "qorvel/processor/detail/RowTests.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -30,7 +31,7 @@ public:
 
     /// An assignment row and what it leads to, looked up once.
     struct Row {
-        STBAssignmentRow assignment;
+        RowTests tests;
         /// Null when there is none.
         const STBMasterRow* master;
         /// The specs of the master row, in list order.

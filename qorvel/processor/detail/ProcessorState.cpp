@@ -4,7 +4,6 @@
 #include "qorvel/geohash/detail/boxCell.h"
 #include "qorvel/model/detail/tolerance.h"
 #include "qorvel/processor/detail/BoxCollector.h"
-#include "qorvel/processor/detail/rowApplies.h"
 
 #include <algorithm>
 #include <array>
@@ -33,10 +32,11 @@ TimeBoxes timeBoxesOf(std::int64_t time, std::uint32_t margin, const TimeBoxSpec
 
 /// The boxes that a row gives an event: every near cell with every time box.
 template <typename Box, typename MakeBox>
-void generateBoxes(const Event& event, const Position& position, const Configuration::Row& from,
-                   MakeBox makeBox, BoxCollector<Box>& boxes) {
-    const STBAssignmentRow& row = from.assignment;
-    const SpaceTimeBoxSpec& spec = from.master->stbSpec;
+void generateBoxes(const Event& event, const Position& position,
+                   const Configuration::Row& configured, MakeBox makeBox,
+                   BoxCollector<Box>& boxes) {
+    const STBAssignmentRow& row = configured.tests.row();
+    const SpaceTimeBoxSpec& spec = configured.master->stbSpec;
     const TimeBoxes times = timeBoxesOf(
         event.time, scaledTimeTolerance(event.timeTolerance, row.timeToleranceFactor), spec);
     NearCells near;
@@ -71,12 +71,11 @@ template <typename Visit>
 void ProcessorState::forEachApplyingRow(const Event& event, const Position& position,
                                         Visit visit) const {
     const Cell ownCell = position.ownCell();
-    const SpaceBox eventBox = boxOf(ownCell);
     const RowIndex& index = configuration_->rowIndex();
     index.forEachCandidate(event, ownCell, [&](std::uint32_t number) {
         const Configuration::Row& row = configuration_->row(number);
-        const bool inArea = index.decidesArea() || isInArea(row.assignment, eventBox);
-        if (row.master != nullptr && rowApplies(row.assignment, event, inArea)) {
+        const bool inArea = index.decidesArea() || row.tests.isInArea(ownCell);
+        if (row.master != nullptr && row.tests.pass(event, position, inArea)) {
             visit(row);
         }
     });
@@ -114,8 +113,9 @@ void ProcessorState::process(const Event& event, Operation operation,
     const auto visit = [&](const Configuration::Row& row) {
         for (const Configuration::SpecEntry& entry : *row.specs) {
             if (primaryKeyMatches(static_cast<std::int32_t>(entry.spec.primaryKeyId), event)) {
-                const DetectionRule rule{row.assignment.timeToleranceFactor,
-                                         row.assignment.spaceToleranceFactor, entry.spec,
+                const STBAssignmentRow& assignment = row.tests.row();
+                const DetectionRule rule{assignment.timeToleranceFactor,
+                                         assignment.spaceToleranceFactor, entry.spec,
                                          row.master->stbSpec};
                 (detectorOf(entry).*operation)(event, position, rule, sink);
             }

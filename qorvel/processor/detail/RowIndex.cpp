@@ -1,7 +1,7 @@
 #include "qorvel/processor/detail/RowIndex.h"
 
 #include "qorvel/geohash/detail/hashing.h"
-#include "qorvel/processor/detail/rowApplies.h"
+#include "qorvel/processor/detail/RowTests.h"
 
 #include <algorithm>
 
