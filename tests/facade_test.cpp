@@ -260,6 +260,7 @@ TEST(SpaceBoxServices, ToStringReplacesAndCentroidAverages) {
     double longitude = 0.0;
     API::getCentroid(SpaceBox(), latitude, longitude, errors);
     EXPECT_EQ(latitude, (-90.0 + 90.0 * kEdge) / 2.0);
+    EXPECT_EQ(longitude, 0.0) << "the eastern corner is exactly 180";
     API::getCentroid(SpaceBox(UINT64_C(0x1234567890ABCDEF), UINT64_MAX, 64), latitude, longitude,
                      errors);
     const SpaceBox again(latitude, longitude, 60);

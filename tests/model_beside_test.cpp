@@ -211,18 +211,18 @@ std::vector<std::uint64_t> countsOf(const Side& side) {
 /// One thing twice: as the library has it and as the model has it.
 template <class Library, class Model>
 struct Pair {
-    Library library;
+    Library real;
     Model model;
-    std::list<STBCompressedEvent> libraryOut;
+    std::list<STBCompressedEvent> realOut;
     std::list<STBCompressedEvent> modelOut;
 
     /// Runs `operation(side, out) -> bool` on both sides and compares.
     template <class Record, class Operation>
     void expectSame(std::list<Record>& ofLibrary, std::list<Record>& ofModel, Operation operation) {
-        const bool libraryResult = operation(library, ofLibrary);
-        ASSERT_EQ(libraryResult, operation(model, ofModel));
+        const bool realResult = operation(real, ofLibrary);
+        ASSERT_EQ(realResult, operation(model, ofModel));
         ASSERT_EQ("", model::difference(ofLibrary, ofModel));
-        ASSERT_EQ(countsOf(library), countsOf(model));
+        ASSERT_EQ(countsOf(real), countsOf(model));
     }
 };
 
@@ -246,15 +246,15 @@ auto& stir(Stream& stream, Pairs& pairs) {
     auto& pair = stream.chance(0.8) ? pairs[0] : any();
     if (stream.chance(0.02)) {
         const std::int64_t time = stream.gcTime();
-        pair.library.gc(time);
+        pair.real.gc(time);
         pair.model.gc(time);
     }
     if (stream.chance(0.02)) {
         const auto& source = any();
-        pair.libraryOut = source.libraryOut;
+        pair.realOut = source.realOut;
         pair.modelOut = source.modelOut;
     } else if (stream.chance(0.7) || pair.modelOut.size() > 30) {
-        pair.libraryOut.clear();
+        pair.realOut.clear();
         pair.modelOut.clear();
     }
     return pair;
@@ -319,7 +319,7 @@ TEST_P(ModelBeside, Detectors) {
         const double factor = stream.factor();
         const bool presence = stream.drawPresence();
         const std::size_t before = pair.modelOut.size();
-        pair.expectSame(pair.libraryOut, pair.modelOut, [&](auto& side, auto& out) {
+        pair.expectSame(pair.realOut, pair.modelOut, [&](auto& side, auto& out) {
             if (presence) {
                 return side.processEventPresenceCompression(event, timeFactor, factor, spec, boxes,
                                                             out);
@@ -335,7 +335,7 @@ TEST_P(ModelBeside, Processors) {
         auto& pair = stir(stream, processors);
         const Event event = stream.event();
         const bool presence = stream.drawPresence();
-        pair.expectSame(pair.libraryOut, pair.modelOut, [&](auto& side, auto& out) {
+        pair.expectSame(pair.realOut, pair.modelOut, [&](auto& side, auto& out) {
             return presence ? side.processEventForPresenceCompression(event, out)
                             : side.processEventForHangout(event, out);
         });

@@ -150,8 +150,8 @@ TEST(TimeBoxSpec, CutsCalendarBoxes) {
         // 1899 is year -1 from 1900, grouped as the unsigned number it wraps to: 1894 to 1904
         {10, "years", -2209075200000, -2398291200000, -2082844800000},
         {1, "years", -2209075200000, -2240524800000, -2208988800000},
-        {1, "months", -1, 0, 2678400000},           // seconds truncate toward zero
-        {1, "months", -1000, -2678400000, 0},       // December 1969
+        {1, "months", -1, 0, 2678400000},                 // seconds truncate toward zero
+        {1, "months", -1000, -2678400000, 0},             // December 1969
         {1U << 31, "months", 0, 0, -5647336533504000000}, // a negative month: long ago
     };
     for (const auto& row : rows) {

@@ -1,7 +1,13 @@
+#include "qorvel/geodesy/PointGeodetic128.h"
+#include "qorvel/geodesy/distanceByMetric.h"
+#include "qorvel/geohash/UtilG2.h"
 #include "qorvel/processor/MotionProcessor.h"
 
+#include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -170,6 +176,67 @@ TEST(MotionProcessor, ValidatesAcrossTables) {
     EXPECT_EQ(tooLong, tags({days}, {}, {spec(1, 25032704)}));
     EXPECT_EQ(tooLong, tags({ever}, {}, {spec(1, UINT32_MAX)}));
     EXPECT_EQ(tooLong, tags({invalid}, {}, {spec(1, 0)}));
+}
+
+TEST(MotionProcessor, GivesAnEventOnceForARowWithSeveralCellsThatHoldIt) {
+    STBAssignmentRow several = row();
+    const SpaceBox cell(48.0, 11.0, 20);
+    several.spaceBoxes = {cell, SpaceBox(48.0, 11.0, 10), cell, SpaceBox()};
+    for (std::uint32_t depth = 40; depth < 60; ++depth) { // more depths than the index takes
+        several.spaceBoxes.push_back(SpaceBox(48.0, 11.0, depth));
+    }
+    MotionProcessor processor({master(0)}, {several}, {spec(1)});
+    std::list<STBCompressedEvent> out;
+    processor.processEventForPresenceCompression(event(), out);
+    EXPECT_EQ(processor.getItemCount(), 1U);
+    several.spaceBoxes = {SpaceBox("zz")};
+    for (std::uint32_t depth = 40; depth < 60; ++depth) {
+        several.spaceBoxes.push_back(SpaceBox(-48.0, 11.0, depth));
+    }
+    MotionProcessor elsewhere({master(0)}, {several}, {spec(1)});
+    elsewhere.processEventForPresenceCompression(event(), out);
+    EXPECT_EQ(elsewhere.getItemCount(), 0U);
+}
+
+/// Most distances are decided by a bound; at the radius itself only the exact one will do.
+TEST(MotionProcessor, RadiusIsExactToTheLastBit) {
+    std::mt19937_64 random(7);
+    const auto uniform = [&random](double low, double high) {
+        return low + (high - low) * std::ldexp(static_cast<double>(random() >> 11), -53);
+    };
+    const auto isNear = [](const Event& seen, double latitude, double longitude, double radius) {
+        STBAssignmentRow around = row();
+        around.latitude = latitude;
+        around.longitude = longitude;
+        around.radius = radius;
+        std::list<SpaceTimeBox> boxes;
+        MotionProcessor({master(0)}, {around}, {}).getSTB(seen, boxes);
+        return !boxes.empty();
+    };
+    int answers[2] = {};
+    for (int i = 0; i < 4000; ++i) {
+        const double reach = std::ldexp(180.0, -(i % 40)); // from the whole world to the millimetre
+        Event seen = event();
+        const double latitude = uniform(-90.0, 90.0);
+        const double longitude = i % 3 == 0 ? 179.999 : uniform(-180.0, 180.0);
+        seen.latitude = std::clamp(latitude + uniform(-reach, reach), -90.0, 89.999999);
+        seen.longitude = std::remainder(longitude + uniform(-reach, reach), 360.0);
+        const double distance = distanceByMetric(2, PointGeodetic128(seen.latitude, seen.longitude),
+                                                 PointGeodetic128(latitude, longitude));
+        for (const double radius :
+             {distance, std::nextafter(distance, 0.0), std::nextafter(distance, 1e9),
+              distance - 9e-4, distance + 9e-4, distance - 2e-3, distance + 2e-3, distance * 0.9,
+              distance * 1.1, distance * 0.5, distance * 2.0, 1.5e7, 2.1e7, -1.0}) {
+            const bool expected =
+                UtilG2::nearFilter(seen.latitude, seen.longitude, latitude, longitude, radius);
+            ASSERT_EQ(isNear(seen, latitude, longitude, radius), expected)
+                << seen.latitude << ' ' << seen.longitude << " from " << latitude << ' '
+                << longitude << " within " << radius;
+            ++answers[expected ? 1 : 0];
+        }
+    }
+    EXPECT_GT(answers[0], 10000);
+    EXPECT_GT(answers[1], 10000);
 }
 
 } // namespace

@@ -62,11 +62,13 @@ public:
         return true;
     }
 
-    std::int64_t oldestToCome() const override { return newest_ - late_; }
+    std::int64_t oldestToCome() const override {
+        return std::max(std::int64_t{0}, newest_ - late_); // no time is negative
+    }
 
 private:
     std::int64_t late_;
-    std::int64_t newest_ = 0; // times are not negative, so nothing here overflows
+    std::int64_t newest_ = 0;
 };
 
 void readBlockMinima(Input& input, std::vector<std::int64_t>& minima) {

@@ -92,7 +92,7 @@ Span readSpan(const std::string& option, const std::string& text) {
 std::int64_t readLate(const std::string& text) {
     const Span span = splitSpan("--late", text);
     if (TimeBoxSpec(span.count, span.unit).unit == kEver) {
-        return std::numeric_limits<std::int64_t>::max() / 2; // sums with it do not overflow
+        return std::numeric_limits<std::int64_t>::max();
     }
     const std::optional<std::int64_t> length = fixedLength(span);
     if (!length) {

@@ -43,19 +43,17 @@ public:
     }
 
     ExitCode operator()() {
-        CsvReader reader(input_);
-        if (advance(reader)) {
-            const FixColumns columns(reader);
-            job_->begin();
-            processRows(reader, columns);
-        } else if (!trouble_ && !interrupted()) {
-            throw Failure(ExitCode::broken, input_.name() + " is empty: not even a header");
+        std::optional<Failure> trouble;
+        try {
+            processInput();
+        } catch (const Failure& failure) {
+            trouble = failure; // what came before still counts
         }
         job_->end();
         output_.flush();
         summarize();
-        if (trouble_) {
-            throw *trouble_;
+        if (trouble) {
+            throw *trouble;
         }
         return interrupted() ? ExitCode::interrupted
                : rejected_   ? ExitCode::someRejected
@@ -63,18 +61,19 @@ public:
     }
 
 private:
-    /// Goes to the next row. Where the input breaks off, what came before still counts.
-    bool advance(CsvReader& reader) {
-        try {
-            return !interrupted() && reader.next();
-        } catch (const Failure& failure) {
-            trouble_ = failure;
-            return false;
+    void processInput() {
+        CsvReader reader(input_);
+        if (reader.next()) {
+            const FixColumns columns(reader);
+            job_->begin();
+            processRows(reader, columns);
+        } else if (!interrupted()) {
+            throw Failure(ExitCode::broken, input_.name() + " is empty: not even a header");
         }
     }
 
     void processRows(CsvReader& reader, const FixColumns& columns) {
-        for (; advance(reader); ++rows_) {
+        for (; !interrupted() && reader.next(); ++rows_) {
             const std::string fault = process(reader, columns);
             if (!fault.empty()) {
                 ++rejected_;
@@ -141,7 +140,6 @@ private:
     std::uint64_t rows_ = 0;
     std::uint64_t rejected_ = 0;
     std::int64_t collected_ = 0;
-    std::optional<Failure> trouble_;
 };
 
 /// Writes a table of the world; an interrupt ends it early.

@@ -126,8 +126,8 @@ bool ModelDetector::processEventPresenceCompression(const Event& event,
     CellTable& cells = presence_[event.eid];
     const double radius = event.spaceTolerance * spaceToleranceFactor;
     std::uint32_t cellCount = 0;
-    UtilG2::pointToSpaceBoxes(event.latitude, event.longitude, stbSpec.geoHashBitDepth, radius,
-                              currentCells_.data(), cellCount);
+    pointToSpaceBoxes(event.latitude, event.longitude, stbSpec.geoHashBitDepth, radius,
+                      currentCells_, cellCount);
     for (std::uint32_t i = 0; i < cellCount; ++i) {
         const SpaceBox& cell = currentCells_[i];
         Series& items = cells[cell];
@@ -156,14 +156,13 @@ bool ModelDetector::processEventDwellTime(const Event& event, const double& time
     CellTable& cells = presence_[event.eid];
     const double radius = event.spaceTolerance * spaceToleranceFactor;
     std::uint32_t cellCount = 0;
-    UtilG2::pointToSpaceBoxes(event.latitude, event.longitude, stbSpec.geoHashBitDepth, radius,
-                              currentCells_.data(), cellCount);
+    pointToSpaceBoxes(event.latitude, event.longitude, stbSpec.geoHashBitDepth, radius,
+                      currentCells_, cellCount);
     std::uint32_t previousCount = 0;
     const auto last = lastEvents_.find(event.eid);
     if (last != lastEvents_.end()) {
-        UtilG2::pointToSpaceBoxes(last->second.latitude, last->second.longitude,
-                                  stbSpec.geoHashBitDepth, radius, previousCells_.data(),
-                                  previousCount);
+        pointToSpaceBoxes(last->second.latitude, last->second.longitude, stbSpec.geoHashBitDepth,
+                          radius, previousCells_, previousCount);
         last->second = event;
     } else {
         lastEvents_.insert({event.eid, event});

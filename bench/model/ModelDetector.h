@@ -1,16 +1,16 @@
 #ifndef QORVEL_BENCH_MODEL_MODELDETECTOR_H
 #define QORVEL_BENCH_MODEL_MODELDETECTOR_H
 
+#include "cells.h"
+
 #include "qorvel/facade/StbSimpleMutex.h"
 #include "qorvel/geohash/SpaceBox.h"
-#include "qorvel/geohash/UtilG2.h"
 #include "qorvel/hangout/TsListItem.h"
 #include "qorvel/model/Event.h"
 #include "qorvel/model/STBCompressedEvent.h"
 #include "qorvel/model/STBCompressionSpec.h"
 #include "qorvel/model/SpaceTimeBoxSpec.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <list>
@@ -52,7 +52,6 @@ private:
     /// In order of arrival, whatever the times.
     using Series = std::list<TsListItem>;
     using CellTable = std::unordered_map<SpaceBox, Series, SpaceBoxHash>;
-    using CellArray = std::array<SpaceBox, UtilG2::_NUM_NEAREST_NEIGHBORS>;
 
     /// What a walk over a series finds on both sides of a boundary.
     struct Tally {

@@ -27,7 +27,7 @@ std::uint32_t timeBoxesOf(const Event& event, double factor, const TimeBoxSpec& 
 
 SpaceBox eventBoxOf(const Event& event) {
     SpaceBox box; // stays as it is where the point cannot be encoded
-    UtilG2::pointToSpaceBox(event.latitude, event.longitude, box);
+    pointToSpaceBox(event.latitude, event.longitude, box);
     return box;
 }
 
@@ -83,11 +83,10 @@ bool ModelProcessor::generate(const Event& event, std::list<Box>& out, MakeBox m
         std::array<TimeBox, 2> timeBoxes;
         const std::uint32_t timeCount =
             timeBoxesOf(event, row.timeToleranceFactor, spec, timeBoxes);
-        std::array<SpaceBox, UtilG2::_NUM_NEAREST_NEIGHBORS> spaceBoxes;
+        CellArray spaceBoxes;
         std::uint32_t spaceCount = 0;
-        SpaceBox::getNearSpaceBoxes(event.latitude, event.longitude, spec.geoHashBitDepth,
-                                    event.spaceTolerance * row.spaceToleranceFactor,
-                                    spaceBoxes.data(), spaceCount);
+        pointToSpaceBoxes(event.latitude, event.longitude, spec.geoHashBitDepth,
+                          event.spaceTolerance * row.spaceToleranceFactor, spaceBoxes, spaceCount);
         for (std::uint32_t i = 0; i < spaceCount; ++i) {
             for (std::uint32_t j = 0; j < timeCount; ++j) {
                 const Box box = makeBox(row, spaceBoxes[i], timeBoxes[j]);

@@ -17,9 +17,9 @@ bool isFarFromWrapping(const TsListItem& item) {
     return item.time > -kFarthestTime && item.time < kFarthestTime;
 }
 
+/// Then its time, half way between, does not come before the previous one either.
 bool follows(const TsListItem& item, const TsListItem& previous) {
-    return item.time >= previous.time && beginOf(item) >= beginOf(previous) &&
-           endOf(item) >= endOf(previous);
+    return beginOf(item) >= beginOf(previous) && endOf(item) >= endOf(previous);
 }
 
 } // namespace
