@@ -164,6 +164,26 @@ TEST(BuildersDeathTest, AnyIsKeyZeroWhereARowComesFirst) {
     EXPECT_EXIT(eventFirst(), testing::ExitedWithCode(0), "");
 }
 
+/// A static object of the host, which still calls when it is destroyed.
+struct LastCaller {
+    ~LastCaller() {
+        if (!name.empty() && EIDName::getEIDNameStr(EIDName::getEIDNameInt(name)) != name) {
+            std::_Exit(3);
+        }
+    }
+    std::string name;
+} lastCaller;
+
+TEST(BuildersDeathTest, NamesOutliveTheStaticObjectsOfTheHost) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto exitWithNames = [] {
+        lastCaller.name = "a name that is too long to stand in the string itself";
+        EIDName::getEIDNameInt(lastCaller.name);
+        std::exit(0);
+    };
+    EXPECT_EXIT(exitWithNames(), testing::ExitedWithCode(0), "");
+}
+
 TEST(Processors, CodesAndTagsRunAgainstEachOther) {
     STBMasterRow master;
     makeMaster(7, 1, "hours", master);
