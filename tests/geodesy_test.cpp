@@ -80,7 +80,15 @@ void expectRefusal(const char* what, const IGeometry& a, const IGeometry& b, Act
     }
 }
 
+/// A host's own class links to more of the library's points than a call does.
+struct NamedPoint : PointGeodetic128 {
+    NamedPoint(double latitude, double longitude) : PointGeodetic128(latitude, longitude) {}
+    std::string toString() const override { return "here" + PointGeodetic128::toString(); }
+};
+
 TEST(Points, ClonesBoxesAndRefusals) {
+    const NamedPoint named = NamedPoint(NamedPoint(1.5, -2.25));
+    EXPECT_EQ(static_cast<const IGeometry&>(named).toString(), "here : lat=1.5 , long=-2.25\n");
     const PointGeodetic64 p64(UINT64_MAX);
     const PointGeodetic32 p32(7);
     const Point p128(1.5, -2.25);
