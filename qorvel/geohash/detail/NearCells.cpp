@@ -92,10 +92,8 @@ CellEdges cellEdges(PointCode code, double cosLatitude, std::uint32_t bits) {
             latitudeExtent(separation(parallels.low, code.latitude))};
 }
 
-void findNearCells(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
-                   NearCells& out) {
-    out.cells[0] = interleave(code, depth);
-    out.count = 1;
+void addNeighbours(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
+                   NearCells& near) {
     if (distance <= 0) {
         return;
     }
@@ -109,7 +107,7 @@ void findNearCells(PointCode code, double cosLatitude, std::uint32_t depth, doub
         if (reaches(distance, step, edges)) {
             const PointCode corner{neighbourCode(code.latitude, shift, step.north),
                                    neighbourCode(code.longitude, shift, step.east)};
-            out.cells[out.count++] = interleave(corner, 2 * bits);
+            near.cells[near.count++] = interleave(corner, 2 * bits);
         }
     }
 }

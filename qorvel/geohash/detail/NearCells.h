@@ -44,11 +44,10 @@ struct NearCells {
     std::uint32_t count = 0;
 };
 
-/// The cell of a point and those of its eight neighbours that a radius of `distance` metres
-/// reaches, in the order own, E, N, W, S, SE, NE, NW, SW. `UtilG2::pointToSpaceBoxes` tells the
-/// rules.
-void findNearCells(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
-                   NearCells& out);
+/// Adds those of the eight neighbours of a point's cell that a radius of `distance` metres reaches,
+/// in the order E, N, W, S, SE, NE, NW, SW. `UtilG2::pointToSpaceBoxes` tells the rules.
+void addNeighbours(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
+                   NearCells& near);
 
 } // namespace detail
 QORVEL_END_NAMESPACE

@@ -15,7 +15,11 @@ public:
     /// Degrees.
     Position(double latitude, double longitude)
         : cosLatitude_(cosineOfLatitude(latitude)),
-          hasCell_(encodePoint(latitude, longitude, code_)) {}
+          hasCell_(encodePoint(latitude, longitude, code_)) {
+        if (hasCell_) {
+            ownCell_ = interleave(code_, kMaxDepth);
+        }
+    }
 
     /// False where no cell holds the point: out of range, latitude 90, longitude 180.
     bool hasCell() const { return hasCell_; }
@@ -23,18 +27,21 @@ public:
     double cosLatitude() const { return cosLatitude_; }
 
     /// The point's cell with all its bits; the default box where no cell holds the point.
-    Cell ownCell() const { return hasCell_ ? interleave(code_, kMaxDepth) : Cell{0, 0, 0}; }
+    const Cell& ownCell() const { return ownCell_; }
 
     /// The cells of the given depth within `distance` metres; none where no cell holds the point.
     void findNear(std::uint32_t depth, double distance, NearCells& near) const {
         near.count = 0;
         if (hasCell_) {
-            findNearCells(code_, cosLatitude_, depth, distance, near);
+            near.count = 1;
+            near.cells[0] = {ownCell_.first, ownCell_.second, depth};
+            addNeighbours(code_, cosLatitude_, depth, distance, near);
         }
     }
 
 private:
     PointCode code_{};
+    Cell ownCell_{0, 0, 0};
     double cosLatitude_;
     bool hasCell_;
 };

@@ -120,11 +120,10 @@ Tally Series::tally(std::int64_t boundary) const {
     return inOrder_ ? tallyInOrder(boundary) : tallyByWalk(boundary);
 }
 
-/// How many items at the front satisfy `before`, which no later item may satisfy again.
+/// The first item from `low` on that does not satisfy `before`, which no later one may satisfy
+/// again; `high` where all below it do.
 template <typename Before>
-std::uint32_t Series::countLeading(Before before) const {
-    std::uint32_t low = 0;
-    std::uint32_t high = size_;
+std::uint32_t Series::partitionPoint(std::uint32_t low, std::uint32_t high, Before before) const {
     while (low < high) {
         const std::uint32_t middle = low + (high - low) / 2;
         if (before((*this)[middle])) {
@@ -138,13 +137,27 @@ std::uint32_t Series::countLeading(Before before) const {
 
 /// The counting rule of tallyByWalk where times, begins and ends each ascend.
 Tally Series::tallyInOrder(std::int64_t boundary) const {
+    const auto isBefore = [boundary](const TsListItem& item) { return item.time < boundary; };
+    const auto beginsBefore = [boundary](const TsListItem& item) {
+        return beginOf(item) < boundary;
+    };
+    const auto endsBefore = [boundary](const TsListItem& item) { return endOf(item) < boundary; };
+
+    // Mostly the boundary is the end or the start of a box that all items lie in.
+    std::uint32_t earlier = 0;
+    std::uint32_t ended = 0;
+    std::uint32_t begun = 0;
+    if (!empty() && endsBefore(back())) {
+        earlier = ended = begun = size_;
+    } else if (!empty() && beginsBefore(front())) {
+        earlier = partitionPoint(0, size_, isBefore);
+        ended = partitionPoint(0, earlier, endsBefore);
+        begun = partitionPoint(earlier, size_, beginsBefore);
+    }
+
     Tally tally;
-    tally.beforeCount =
-        countLeading([boundary](const TsListItem& item) { return beginOf(item) < boundary; });
-    tally.afterCount =
-        size_ - countLeading([boundary](const TsListItem& item) { return endOf(item) < boundary; });
-    const std::uint32_t earlier =
-        countLeading([boundary](const TsListItem& item) { return item.time < boundary; });
+    tally.beforeCount = begun;
+    tally.afterCount = size_ - ended;
     if (earlier > 0) {
         tally.lastBefore = std::max(tally.lastBefore, (*this)[earlier - 1].time);
     }

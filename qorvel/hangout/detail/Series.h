@@ -98,7 +98,7 @@ private:
     Tally tallyInOrder(std::int64_t boundary) const;
     Tally tallyByWalk(std::int64_t boundary) const;
     template <typename Before>
-    std::uint32_t countLeading(Before before) const;
+    std::uint32_t partitionPoint(std::uint32_t low, std::uint32_t high, Before before) const;
 
     std::unique_ptr<TsListItem[]> items_;
     std::uint32_t capacity_ = 0;

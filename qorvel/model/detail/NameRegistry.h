@@ -22,15 +22,10 @@ public:
     /// The number of `name`, registering it first if it is new. When memory runs out the registry
     /// is as before.
     Number numberOf(const std::string& name) {
-        const auto known = numbers_.find(name);
-        if (known != numbers_.end()) {
-            return known->second;
+        if (last_ == nullptr || last_->first != name) {
+            last_ = &findOrAdd(name);
         }
-        const std::size_t next = numbers_.size();
-        names_.resize(next + 1); // before the insertion, so that nothing can fail after it
-        const auto added = numbers_.emplace(name, static_cast<Number>(next)).first;
-        names_[next] = &added->first;
-        return added->second;
+        return last_->second;
     }
 
     /// The name of `number`, or the empty string when there is none.
@@ -41,9 +36,26 @@ public:
     }
 
 private:
-    std::unordered_map<std::string, Number> numbers_;
+    using Numbers = std::unordered_map<std::string, Number>;
+
+    const typename Numbers::value_type& findOrAdd(const std::string& name) {
+        const auto known = numbers_.find(name);
+        if (known != numbers_.end()) {
+            return *known;
+        }
+        const std::size_t next = numbers_.size();
+        names_.resize(next + 1); // before the insertion, so that nothing can fail after it
+        const auto added = numbers_.emplace(name, static_cast<Number>(next)).first;
+        names_[next] = &added->first;
+        return *added;
+    }
+
+    Numbers numbers_;
     /// By number; the numbers are dense. Points into the keys, which a rehash does not move.
     std::vector<const std::string*> names_;
+    /// What was asked last: an entry of numbers_, which never moves. Hosts ask for the same keys
+    /// event after event.
+    const typename Numbers::value_type* last_ = nullptr;
 };
 
 } // namespace detail

@@ -70,7 +70,7 @@ ProcessorState::ProcessorState(std::shared_ptr<const Configuration> configuratio
 template <typename Visit>
 void ProcessorState::forEachApplyingRow(const Event& event, const Position& position,
                                         Visit visit) const {
-    const Cell ownCell = position.ownCell();
+    const Cell& ownCell = position.ownCell();
     const RowIndex& index = configuration_->rowIndex();
     index.forEachCandidate(event, ownCell, [&](std::uint32_t number) {
         const Configuration::Row& row = configuration_->row(number);
