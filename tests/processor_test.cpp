@@ -178,6 +178,19 @@ TEST(MotionProcessor, ValidatesAcrossTables) {
     EXPECT_EQ(tooLong, tags({invalid}, {}, {spec(1, 0)}));
 }
 
+TEST(MotionProcessor, EqualSpecsShareADetectorAndANotANumberIsFoundByNone) {
+    STBCompressionSpec lost = spec(1);
+    lost.ratio = kNan;
+    MotionProcessor processor({master(0)}, {row()}, {spec(1), lost, spec(1)});
+    std::list<STBCompressedEvent> out;
+    processor.processEventForPresenceCompression(event(), out);
+    processor.processEventForPresenceCompression(event(), out);
+    EXPECT_EQ(processor.getDetectorCount(), 3U) << "one shared, one for each event";
+    EXPECT_EQ(processor.getItemCount(), 6U) << "twice each into the shared one";
+    processor.gc(std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(processor.getItemCount(), 2U) << "the lost ones are never aged";
+}
+
 TEST(MotionProcessor, GivesAnEventOnceForARowWithSeveralCellsThatHoldIt) {
     STBAssignmentRow several = row();
     const SpaceBox cell(48.0, 11.0, 20);
