@@ -17,6 +17,11 @@ namespace {
 
 constexpr double kHaversineLimit = 10000.0; // metres
 
+/// A haversine that is beyond the limit for certain: by metres, where rounding takes less than a
+/// micrometre. It need not be turned into a distance first.
+constexpr double kSurelyBeyond = 6.15e-7;
+static_assert(kSurelyBeyond > 1.0005 * detail::square(kHaversineLimit / (2 * 6378137.0)));
+
 double sphereRadius() {
     return detail::defaultEllipsoid().sphereRadius;
 }
@@ -35,9 +40,11 @@ double SpheroidalMetric::distance(const IPoint& p1, const IPoint& p2) const {
 
     const double h =
         square(std::sin((phi2 - phi1) / 2)) + cosines * square(std::sin((lambda2 - lambda1) / 2));
-    const double haversine = 2 * radius * std::atan2(std::sqrt(h), std::sqrt(1 - h));
-    if (haversine <= kHaversineLimit) {
-        return haversine;
+    if (!(h > kSurelyBeyond)) {
+        const double haversine = 2 * radius * std::atan2(std::sqrt(h), std::sqrt(1 - h));
+        if (haversine <= kHaversineLimit) {
+            return haversine;
+        }
     }
     return radius *
            std::acos(std::sin(phi1) * std::sin(phi2) + cosines * std::cos(lambda2 - lambda1));

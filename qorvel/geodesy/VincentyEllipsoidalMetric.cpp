@@ -93,15 +93,20 @@ double reducedLatitude(const IPoint& p) {
     return std::atan((1 - defaultEllipsoid().flattening) * std::tan(toRadians(p.getLatitude())));
 }
 
+struct SineCosine {
+    explicit SineCosine(double angle) : sine(std::sin(angle)), cosine(std::cos(angle)) {}
+    double sine;
+    double cosine;
+};
+
 /// The inverse problem: the arc between two points.
 template <class Guards>
 class Inverse {
 public:
     /// `longitudeDifference` in radians.
     Inverse(const IPoint& p1, const IPoint& p2, double longitudeDifference)
-        : sinU1_(std::sin(reducedLatitude(p1))), cosU1_(std::cos(reducedLatitude(p1))),
-          sinU2_(std::sin(reducedLatitude(p2))), cosU2_(std::cos(reducedLatitude(p2))),
-          difference_(longitudeDifference), lambda_(longitudeDifference) {}
+        : u1_(reducedLatitude(p1)), u2_(reducedLatitude(p2)), difference_(longitudeDifference),
+          lambda_(longitudeDifference), lambdaParts_(longitudeDifference) {}
 
     /// Improves the arc until its longitude settles, up to a limit; false for coincident points.
     bool solve() {
@@ -122,8 +127,10 @@ public:
     const Arc& arc() const { return arc_; }
 
     /// The components of the direction from the first point to the second.
-    double eastward() const { return cosU2_ * std::sin(lambda_); }
-    double northward() const { return cosU1_ * sinU2_ - sinU1_ * cosU2_ * std::cos(lambda_); }
+    double eastward() const { return u2_.cosine * lambdaParts_.sine; }
+    double northward() const {
+        return u1_.cosine * u2_.sine - u1_.sine * u2_.cosine * lambdaParts_.cosine;
+    }
 
 private:
     bool improve() {
@@ -131,21 +138,23 @@ private:
         if (Guards::areCoincident(arc_.sinSigma)) {
             return false;
         }
-        arc_.cosSigma = sinU1_ * sinU2_ + cosU1_ * cosU2_ * std::cos(lambda_);
+        arc_.cosSigma = u1_.sine * u2_.sine + u1_.cosine * u2_.cosine * lambdaParts_.cosine;
         arc_.sigma = std::atan2(arc_.sinSigma, arc_.cosSigma);
-        arc_.sinAlpha = Guards::sinAlpha(cosU1_ * cosU2_ * std::sin(lambda_) / arc_.sinSigma);
+        arc_.sinAlpha =
+            Guards::sinAlpha(u1_.cosine * u2_.cosine * lambdaParts_.sine / arc_.sinSigma);
         arc_.cosSqAlpha = 1 - square(arc_.sinAlpha);
-        arc_.cos2SigmaM = Guards::cos2SigmaM(arc_.cosSigma - 2 * sinU1_ * sinU2_ / arc_.cosSqAlpha);
+        arc_.cos2SigmaM =
+            Guards::cos2SigmaM(arc_.cosSigma - 2 * u1_.sine * u2_.sine / arc_.cosSqAlpha);
         lambda_ = difference_ + longitudeExcess(arc_);
+        lambdaParts_ = SineCosine(lambda_);
         return true;
     }
 
-    double sinU1_;
-    double cosU1_;
-    double sinU2_;
-    double cosU2_;
+    SineCosine u1_;
+    SineCosine u2_;
     double difference_;
     double lambda_; ///< the longitude difference on the auxiliary sphere
+    SineCosine lambdaParts_;
     Arc arc_{};
 };
 

@@ -6,8 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
-#include <new>
 #include <optional>
 #include <tuple>
 
@@ -127,6 +125,11 @@ private:
     std::uint32_t count_ = 0;
 };
 
+/// Fetches ahead the series of the event's own cell, while the cells near it are still computed.
+void prefetchOwn(const CellTable& cells, const Position& position, std::uint32_t depth) {
+    cells.prefetch(significant(position.ownCell().first, position.ownCell().second, depth));
+}
+
 /// Stayed near the cell for at least the span. An empty series (wrapped times can empty one) covers
 /// nothing.
 bool coversSpan(const Series& series, std::uint32_t span) {
@@ -162,28 +165,24 @@ bool DetectorState::processDwell(const Event& event, const Position& position,
 
 void DetectorState::gcUnlocked(std::int64_t time) {
     const Cutoff cutoff = Cutoff::notBefore(time);
-    for (auto entry = entities_.begin(); entry != entities_.end();) {
-        CellTable& cells = entry->second;
-        cells.gc(cutoff);
-        entry = cells.size() == 0 ? entities_.erase(entry) : std::next(entry);
-    }
-    releaseSpareBuckets();
-}
-
-void DetectorState::releaseSpareBuckets() noexcept {
-    if (entities_.size() >= entities_.bucket_count() / 8) {
-        return;
-    }
-    try {
-        entities_.rehash(0);
-    } catch (const std::bad_alloc&) {
-        // Without memory for fewer buckets the old ones stay.
-    }
+    entities_.eraseIf([&cutoff](EntitySlot& entity) {
+        entity.cells.eraseIf([&cutoff](CellSlot& cell) {
+            cell.series.forget(cutoff);
+            if (cell.series.empty()) {
+                return true;
+            }
+            cell.series.releaseSpareRoom();
+            return false;
+        });
+        return entity.cells.size() == 0;
+    });
 }
 
 bool DetectorState::processPresenceUnlocked(const Event& event, const Position& position,
                                             const DetectionRule& rule, RecordSink& sink) {
-    CellTable& cells = entities_[event.eid]; // also when no cell is near: it counts until gc
+    CellTable& cells =
+        entities_.findOrAdd(event.eid).cells; // also when no cell is near: it counts until gc
+    prefetchOwn(cells, position, rule.stbSpec.geoHashBitDepth);
     NearCells near;
     position.findNear(rule.stbSpec.geoHashBitDepth,
                       event.spaceTolerance * rule.spaceToleranceFactor, near);
@@ -195,7 +194,7 @@ bool DetectorState::processPresenceUnlocked(const Event& event, const Position& 
     Reporter reporter(event, rule, boundary, sink);
     bool found = false;
     for (std::uint32_t i = 0; i < near.count; ++i) {
-        Series& series = cells.seriesOf(significant(near.cells[i]));
+        Series& series = cells.findOrAdd(significant(near.cells[i])).series;
         series.append(item);
         series.forget(cutoff);
         if (series.size() >= rule.spec.minCount) {
@@ -209,7 +208,9 @@ bool DetectorState::processPresenceUnlocked(const Event& event, const Position& 
 
 bool DetectorState::processDwellUnlocked(const Event& event, const Position& position,
                                          const DetectionRule& rule, RecordSink& sink) {
-    CellTable& cells = entities_[event.eid]; // also when no cell is near: it counts until gc
+    CellTable& cells =
+        entities_.findOrAdd(event.eid).cells; // also when no cell is near: it counts until gc
+    prefetchOwn(cells, position, rule.stbSpec.geoHashBitDepth);
     const std::uint32_t depth = rule.stbSpec.geoHashBitDepth;
     const double radius = event.spaceTolerance * rule.spaceToleranceFactor;
     NearCells near;
@@ -217,12 +218,13 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
 
     // The cells near the previous event, by the radius of this one; that is meant.
     PreviousCells previous;
-    const auto [last, isFirst] =
-        lastEvents_.try_emplace(event.eid, LastEvent{event.latitude, event.longitude});
-    if (!isFirst) {
-        previous.find(Position(last->second.latitude, last->second.longitude), depth, radius);
-        last->second = {event.latitude, event.longitude};
+    const std::uint32_t known = lastEvents_.size();
+    LastEventSlot& last = lastEvents_.findOrAdd(event.eid);
+    if (lastEvents_.size() == known) {
+        previous.find(Position(last.latitude, last.longitude), depth, radius);
     }
+    last.latitude = event.latitude;
+    last.longitude = event.longitude;
 
     const TsListItem item = itemOf(event, rule.timeToleranceFactor);
     const Cutoff cutoff =
@@ -232,7 +234,7 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
     bool found = false;
     for (std::uint32_t i = 0; i < near.count; ++i) {
         const Cell cell = significant(near.cells[i]);
-        Series& series = cells.seriesOf(cell);
+        Series& series = cells.findOrAdd(cell).series;
         if (!previous.contains(cell)) {
             series.clear(); // the entity was elsewhere: its stay begins anew
         }
@@ -250,9 +252,7 @@ template <typename Count>
 std::uint64_t DetectorState::sumOverEntities(Count count) const {
     lock_->lock();
     std::uint64_t sum = 0;
-    for (const auto& entry : entities_) {
-        sum += count(entry.second);
-    }
+    entities_.forEach([&](const EntitySlot& entity) { sum += count(entity.cells); });
     lock_->unlock();
     return sum;
 }
@@ -266,7 +266,11 @@ std::uint64_t DetectorState::cellCount() const {
 }
 
 std::uint64_t DetectorState::itemCount() const {
-    return sumOverEntities([](const CellTable& cells) { return cells.itemCount(); });
+    return sumOverEntities([](const CellTable& cells) {
+        std::uint64_t items = 0;
+        cells.forEach([&items](const CellSlot& cell) { items += cell.series.size(); });
+        return items;
+    });
 }
 
 } // namespace detail

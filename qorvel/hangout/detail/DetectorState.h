@@ -10,10 +10,8 @@
 #include "qorvel/model/STBCompressionSpec.h"
 #include "qorvel/model/SpaceTimeBoxSpec.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <unordered_map>
 
 QORVEL_BEGIN_NAMESPACE
 namespace detail {
@@ -24,6 +22,33 @@ struct DetectionRule {
     double spaceToleranceFactor;
     const STBCompressionSpec& spec;
     const SpaceTimeBoxSpec& stbSpec;
+};
+
+/// What a slot of a table by entity has in common with the others.
+struct EntityKeyed {
+    using Key = std::uint64_t;
+
+    std::uint64_t eid = 0;
+    bool used = false;
+
+    std::uint64_t key() const { return eid; }
+    bool holds(std::uint64_t other) const { return eid == other; }
+    void occupy(std::uint64_t newEid) {
+        eid = newEid;
+        used = true;
+    }
+    static std::uint64_t hash(std::uint64_t eid) { return mix(eid); }
+};
+
+/// The series of one entity.
+struct EntitySlot : EntityKeyed {
+    CellTable cells;
+};
+
+/// What is needed of the event by which processDwell knows whether an entity stayed.
+struct LastEventSlot : EntityKeyed {
+    double latitude = 0.0;
+    double longitude = 0.0;
 };
 
 /// The inside of a HangoutDetector: entity, cell, series. A copy has tables of its own and shares
@@ -42,38 +67,29 @@ public:
     bool processDwell(const Event& event, const Position& position, const DetectionRule& rule,
                       RecordSink& sink);
 
+    /// Fetches ahead what the next event of an entity needs first. A hint without effect; it takes
+    /// no lock, so only who uses the detector alone may give it.
+    void prefetch(std::uint64_t eid) const {
+        entities_.prefetch(eid);
+        lastEvents_.prefetch(eid);
+    }
+
     std::uint64_t entityCount() const;
     std::uint64_t cellCount() const;
     std::uint64_t itemCount() const;
 
 private:
-    /// What is needed of the event by which processDwell knows whether an entity stayed.
-    struct LastEvent {
-        double latitude;
-        double longitude;
-    };
-
-    struct EntityHash {
-        std::size_t operator()(std::uint64_t eid) const noexcept {
-            return static_cast<std::size_t>(mix(eid));
-        }
-    };
-
     void gcUnlocked(std::int64_t time);
     bool processPresenceUnlocked(const Event& event, const Position& position,
                                  const DetectionRule& rule, RecordSink& sink);
     bool processDwellUnlocked(const Event& event, const Position& position,
                               const DetectionRule& rule, RecordSink& sink);
-    void releaseSpareBuckets() noexcept;
     template <typename Count>
     std::uint64_t sumOverEntities(Count count) const;
 
-    template <typename Value>
-    using ByEntity = std::unordered_map<std::uint64_t, Value, EntityHash>;
-
-    ByEntity<CellTable> entities_;
+    FlatTable<EntitySlot> entities_;
     /// A table of its own: it is kept for ever, and gc walks only the entities that have series.
-    ByEntity<LastEvent> lastEvents_;
+    FlatTable<LastEventSlot> lastEvents_;
     std::shared_ptr<StbSimpleMutex> lock_;
 };
 
