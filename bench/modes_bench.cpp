@@ -2,8 +2,8 @@
 // iteration is a whole scenario on a fresh processor; time is per event. Every benchmark first
 // holds the two against each other, and a difference fails the run.
 
-#include "bench/model/compare.h"
 #include "bench/scenarios.h"
+#include "bench/sideBySide.h"
 #include "bench/sides.h"
 
 #include <benchmark/benchmark.h>
@@ -19,41 +19,15 @@ using namespace scenarios;
 
 bool differencesSeen = false;
 
-/// Compares the first events' results, field by field; also counts them, so that a scenario that
-/// finds nothing does not pass for a fast one.
-std::string firstDifference(const Scenario& scenario) {
-    sides::Run<sides::Library> library(scenario);
-    sides::Run<sides::Model> model(scenario);
-    std::size_t results = 0;
-    for (std::size_t i = 0; i < scenario.checkedEvents; ++i) {
-        sides::Found ofLibrary;
-        sides::Found ofModel;
-        library.feed(scenario.events[i], ofLibrary);
-        model.feed(scenario.events[i], ofModel);
-        const std::string difference = model::difference(ofLibrary.boxes, ofModel.boxes) +
-                                       model::difference(ofLibrary.records, ofModel.records);
-        if (!difference.empty()) {
-            return "event " + std::to_string(i) + " differs\n" + difference;
-        }
-        results += ofLibrary.size();
-    }
-    return results == 0 ? "nothing was found" : "";
-}
-
 template <class Side>
-void measure(benchmark::State& state, const Scenario& scenario) {
+void measureSide(benchmark::State& state, const Scenario& scenario) {
     std::size_t results = 0;
     for (auto unused : state) {
         static_cast<void>(unused);
         state.PauseTiming();
         auto run = std::make_unique<sides::Run<Side>>(scenario);
-        results = 0;
         state.ResumeTiming();
-        for (const Event& event : scenario.events) {
-            sides::Found found;
-            run->feed(event, found);
-            results += found.size();
-        }
+        results = run->feedAll();
         state.PauseTiming();
         run.reset();
         state.ResumeTiming();
@@ -66,14 +40,14 @@ void measure(benchmark::State& state, const Scenario& scenario) {
 }
 
 void checkAndMeasure(benchmark::State& state, const Scenario& scenario) {
-    const std::string difference = firstDifference(scenario);
+    const std::string difference = sides::firstDifference(scenario, scenario.checkedEvents);
     if (!difference.empty()) {
         differencesSeen = true;
         std::cerr << scenario.name << ": " << difference << '\n';
         state.SkipWithError("library and model differ");
         return;
     }
-    measure<sides::Library>(state, scenario);
+    measureSide<sides::Library>(state, scenario);
 }
 
 /// A scenario that is made when the first benchmark on it runs, so that a filtered run is quick.
@@ -100,7 +74,8 @@ void add(const std::string& name, Scenario (*make)()) {
     };
     for (benchmark::internal::Benchmark* bench :
          {benchmark::RegisterBenchmark(("library/" + name).c_str(), run(checkAndMeasure)),
-          benchmark::RegisterBenchmark(("model/" + name).c_str(), run(measure<sides::Model>))}) {
+          benchmark::RegisterBenchmark(("model/" + name).c_str(),
+                                       run(measureSide<sides::Model>))}) {
         bench->Unit(benchmark::kMillisecond);
     }
 }

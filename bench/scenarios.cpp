@@ -35,6 +35,13 @@ struct Area {
     double east;
 };
 
+constexpr Area kTown = {47.0, 49.0, 10.0, 12.0};
+
+struct Position {
+    double latitude;
+    double longitude;
+};
+
 /// Adds a uniform step of at most `step` and turns back at the edges.
 double stepWithin(world::Random& random, double value, double step, double low, double high) {
     const double next = value + random.between(-step, step);
@@ -57,10 +64,6 @@ void expectSuccess(int code, const std::stringstream& errors) {
 }
 
 std::vector<Event> makeEvents(const Walkers& walkers, std::size_t count) {
-    struct Position {
-        double latitude;
-        double longitude;
-    };
     const Area& area = walkers.area;
     world::Random random(kSeed, 0);
     std::vector<Position> positions(walkers.entities);
@@ -83,10 +86,11 @@ std::vector<Event> makeEvents(const Walkers& walkers, std::size_t count) {
     return events;
 }
 
-void addMaster(Scenario& scenario, const std::string& timeUnit) {
+void addMaster(Scenario& scenario, const std::string& timeUnit, std::uint32_t timeCount = 1) {
     std::stringstream errors;
     STBMasterRow row;
-    expectSuccess(Api::createSTBMasterRow("cells", kCellLength, 1, timeUnit, row, errors), errors);
+    expectSuccess(Api::createSTBMasterRow("cells", kCellLength, timeCount, timeUnit, row, errors),
+                  errors);
     scenario.masterRows.push_back(row);
 }
 
@@ -108,6 +112,26 @@ void addSpec(Scenario& scenario, std::int64_t windowMillis) {
                                                 "milliseconds", 5, 0.5, spec, errors),
                   errors);
     scenario.specs.push_back(spec);
+}
+
+void addWholeWorld(Scenario& scenario) {
+    addRow(scenario, {}, 48.0, 11.0, 1e6);
+}
+
+Position centreOfCell(double latitude, double longitude) {
+    const SpaceBox cell(latitude, longitude, kCellLength * UtilG2::_BITS_PER_GEOHASH_CHAR);
+    Position centre{};
+    std::stringstream errors;
+    expectSuccess(Api::getCentroid(cell, centre.latitude, centre.longitude, errors), errors);
+    return centre;
+}
+
+/// One entity that reports once a second and hardly moves in the middle of a cell.
+std::vector<Event> standStill(std::size_t count) {
+    constexpr double reach = 1e-5; // about a metre
+    const auto [latitude, longitude] = centreOfCell(48.0, 11.0);
+    const Area spot = {latitude - reach, latitude + reach, longitude - reach, longitude + reach};
+    return makeEvents({spot, reach / 10, 1, 1000}, count);
 }
 
 std::string modeName(Mode mode) {
@@ -144,11 +168,10 @@ Scenario townByMinutes(Mode mode, std::int64_t hours) {
     scenario.name = modeName(mode) + "/entities:" + std::to_string(entities);
     scenario.mode = mode;
     addMaster(scenario, "days");
-    addRow(scenario, {}, 48.0, 11.0, 1e6);
+    addWholeWorld(scenario);
     addSpec(scenario, kHour);
-    scenario.events =
-        makeEvents({{47.0, 49.0, 10.0, 12.0}, 0.0002, entities, kMinute / std::int64_t{entities}},
-                   entities * static_cast<std::size_t>(hours * 60));
+    scenario.events = makeEvents({kTown, 0.0002, entities, kMinute / std::int64_t{entities}},
+                                 entities * static_cast<std::size_t>(hours * 60));
     scenario.checkedEvents = entities * 130; // gc twice
     scenario.gcInterval = kHour;
     scenario.gcAge = kHour;
@@ -156,24 +179,49 @@ Scenario townByMinutes(Mode mode, std::int64_t hours) {
 }
 
 Scenario standStillBySeconds(Mode mode, std::int64_t hours) {
+    return fullCell(mode, 3600, static_cast<std::size_t>(hours * 3600));
+}
+
+Scenario fullCell(Mode mode, std::uint32_t items, std::size_t events) {
     Scenario scenario;
-    scenario.name = modeName(mode) + "/items:3600";
+    scenario.name = modeName(mode) + "/items:" + std::to_string(items);
     scenario.mode = mode;
-    // Presence looks back over the window, hangouts over a time box: an hour either way.
-    addMaster(scenario, mode == Mode::hangouts ? "hours" : "days");
-    addRow(scenario, {}, 48.0, 11.0, 1e6);
-    addSpec(scenario, mode == Mode::hangouts ? kHour / 2 : kHour);
-    const SpaceBox cell(48.0, 11.0, kCellLength * UtilG2::_BITS_PER_GEOHASH_CHAR);
-    double latitude = 0.0;
-    double longitude = 0.0;
-    std::stringstream errors;
-    expectSuccess(Api::getCentroid(cell, latitude, longitude, errors), errors);
-    constexpr double reach = 1e-5; // about a metre
-    const Area spot = {latitude - reach, latitude + reach, longitude - reach, longitude + reach};
-    scenario.events =
-        makeEvents({spot, reach / 10, 1, 1000}, static_cast<std::size_t>(hours * 3600));
-    scenario.checkedEvents = 4000; // the first items leave the hour
+    const std::int64_t span = std::int64_t{items} * 1000;
+    // Presence looks back over the window, hangouts over a time box.
+    if (mode == Mode::hangouts) {
+        addMaster(scenario, "minutes", items / 60);
+    } else {
+        addMaster(scenario, "days");
+    }
+    addWholeWorld(scenario);
+    addSpec(scenario, mode == Mode::hangouts ? span / 2 : span);
+    scenario.events = standStill(events);
+    scenario.checkedEvents = std::min<std::size_t>(events, 4000); // the first of 3,600 items leave
     return scenario;
+}
+
+Scenario residents(Mode mode, std::size_t entities) {
+    Scenario scenario;
+    scenario.name = modeName(mode) + "/residents:" + std::to_string(entities);
+    scenario.mode = mode;
+    addMaster(scenario, "months");
+    addWholeWorld(scenario);
+    addSpec(scenario, 50 * kMinute);
+    scenario.events = makeEvents({kTown, 0.0, entities, 0}, entities);
+    for (Event& event : scenario.events) {
+        const Position centre = centreOfCell(event.latitude, event.longitude);
+        event.latitude = centre.latitude;
+        event.longitude = centre.longitude;
+    }
+    scenario.gcInterval = kHour;
+    scenario.gcAge = kHour;
+    return scenario;
+}
+
+void repeatLater(Scenario& scenario, std::int64_t millis) {
+    for (Event& event : scenario.events) {
+        event.time += millis;
+    }
 }
 
 } // namespace scenarios

@@ -41,6 +41,20 @@ Scenario townByMinutes(Mode mode, std::int64_t hours);
 /// that its cell holds an hour's items.
 Scenario standStillBySeconds(Mode mode, std::int64_t hours);
 
+/// The same entity with `items` items in its cell at a time, in order of time: the window of
+/// presence, the time box of hangouts. `items` is a multiple of 60 and less than a day's seconds;
+/// the first `items` events fill the cell.
+Scenario fullCell(Mode mode, std::uint32_t items, std::size_t events);
+
+/// Presence or hangouts of `entities` entities, each in the middle of a cell of its own, where
+/// their tolerance reaches no other. The events are one report of each; repeatLater makes them the
+/// next reports. With one every twelve minutes or more often, all that there is to find is found
+/// within the first hour, and nothing more until the month ends.
+Scenario residents(Mode mode, std::size_t entities);
+
+/// Moves all events by `millis`.
+void repeatLater(Scenario& scenario, std::int64_t millis);
+
 } // namespace scenarios
 
 #endif

@@ -92,6 +92,20 @@ public:
         }
     }
 
+    /// Feeds the scenario's events from `begin` on, each with a fresh list. How many results came?
+    std::size_t feedPart(std::size_t begin, std::size_t end) {
+        std::size_t results = 0;
+        for (std::size_t i = begin; i < end; ++i) {
+            Found found;
+            feed(scenario_.events[i], found);
+            results += found.size();
+        }
+        return results;
+    }
+    std::size_t feedAll() { return feedPart(0, scenario_.events.size()); }
+
+    void gc(std::int64_t time) { side_.gc(time); }
+
 private:
     const Scenario& scenario_;
     Side side_;

@@ -5,6 +5,9 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 # What the build needs, on Debian 12.
 build_packages=(cmake g++ ninja-build libbenchmark-dev libcli11-dev libcsv-dev libgtest-dev)
 
+# What the benchmarks need besides: a tool that counts instructions, and libraries to compare with.
+bench_packages=(libboost-dev libgeographiclib-dev libs2-dev valgrind)
+
 # Prints its arguments as a heading.
 heading() { printf '\n== %s\n' "$*"; }
 

@@ -17,11 +17,10 @@ RecordKey keyOf(const STBCompressedEvent& record) {
 
 } // namespace
 
-std::size_t RecentHangouts::KeyHash::operator()(const RecordKey& key) const noexcept {
+std::uint64_t RecentHangouts::Slot::hash(const RecordKey& key) {
     std::uint64_t hash = combine(hashOf(key.cell), key.eid);
     hash = combine(hash, static_cast<std::uint64_t>(key.start));
-    hash = combine(hash, static_cast<std::uint64_t>(key.end) ^ key.specPrimaryKeyId);
-    return static_cast<std::size_t>(hash);
+    return combine(hash, static_cast<std::uint64_t>(key.end) ^ key.specPrimaryKeyId);
 }
 
 void RecentHangouts::supressDuplicateHangouts(std::list<STBCompressedEvent>& records) {
@@ -31,18 +30,9 @@ void RecentHangouts::supressDuplicateHangouts(std::list<STBCompressedEvent>& rec
 }
 
 bool RecentHangouts::isDuplicateHangout(const STBCompressedEvent& record) {
-    const TimeBox& box = record.stb;
-    const auto [entry, isNew] = boxes_.try_emplace(keyOf(record), LastTwo{box, box});
-    if (isNew) {
-        return false;
-    }
-    LastTwo& seen = entry->second;
-    if (box == seen.older || box == seen.newer) {
-        return true;
-    }
-    seen.older = seen.newer;
-    seen.newer = box;
-    return false;
+    const std::uint64_t known = size();
+    keys_.findOrAdd(keyOf(record));
+    return size() == known;
 }
 
 } // namespace detail
