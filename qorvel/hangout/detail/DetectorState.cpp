@@ -49,7 +49,18 @@ public:
         }
     }
 
+    /// Starts to fetch what `report` will ask about the event's own cell and time.
+    void prefetch(const Cell& cell) {
+        if (sink_.remembersMuch()) {
+            sink_.prefetch(keyOf(cell, event_.time < boundary_ ? boxBefore() : boxAfter()));
+        }
+    }
+
 private:
+    RecordKey keyOf(const Cell& cell, const TimeBox& box) const {
+        return {event_.eid, significant(cell), box.start, box.end, rule_.spec.primaryKeyId};
+    }
+
     // The boxes are the same for every cell of an event, and many events need neither.
     const TimeBox& boxBefore() {
         if (!before_) {
@@ -68,9 +79,7 @@ private:
 
     void reportSide(const Cell& cell, const TimeBox& box, const Series& series,
                     const Tally& tally) {
-        const RecordKey key{event_.eid, significant(cell), box.start, box.end,
-                            rule_.spec.primaryKeyId};
-        if (sink_.wants(key)) {
+        if (sink_.wants(keyOf(cell, box))) {
             std::list<STBCompressedEvent> record(1);
             fill(record.front(), cell, box, series, tally);
             sink_.append(record);
@@ -107,9 +116,13 @@ private:
 /// Whether a cell is one of those near the previous event. Near cells are few: no table.
 class PreviousCells {
 public:
-    void find(const Position& previous, std::uint32_t depth, double radius) {
+    /// None where there was no previous event.
+    PreviousCells(const std::optional<Position>& previous, std::uint32_t depth, double radius) {
+        if (!previous) {
+            return;
+        }
         NearCells near;
-        previous.findNear(depth, radius, near);
+        previous->findNear(depth, radius, near);
         std::transform(near.cells.begin(), near.cells.begin() + near.count, cells_.begin(),
                        [](const Cell& cell) { return significant(cell); });
         count_ = near.count;
@@ -125,9 +138,13 @@ private:
     std::uint32_t count_ = 0;
 };
 
-/// Fetches ahead the series of the event's own cell, while the cells near it are still computed.
-void prefetchOwn(const CellTable& cells, const Position& position, std::uint32_t depth) {
-    cells.prefetch(significant(position.ownCell().first, position.ownCell().second, depth));
+/// Starts to fetch what the event's own cell will need, while the cells near it are computed.
+void prefetchOwn(const CellTable& cells, const Position& position, std::uint32_t depth,
+                 Reporter& reporter) {
+    const Cell& own = position.ownCell();
+    const Cell cell = significant(own.first, own.second, depth);
+    cells.prefetch(cell);
+    reporter.prefetch(cell);
 }
 
 /// Stayed near the cell for at least the span. An empty series (wrapped times can empty one) covers
@@ -180,18 +197,17 @@ void DetectorState::gcUnlocked(std::int64_t time) {
 
 bool DetectorState::processPresenceUnlocked(const Event& event, const Position& position,
                                             const DetectionRule& rule, RecordSink& sink) {
-    CellTable& cells =
-        entities_.findOrAdd(event.eid).cells; // also when no cell is near: it counts until gc
-    prefetchOwn(cells, position, rule.stbSpec.geoHashBitDepth);
-    NearCells near;
-    position.findNear(rule.stbSpec.geoHashBitDepth,
-                      event.spaceTolerance * rule.spaceToleranceFactor, near);
-
-    const TsListItem item = itemOf(event, rule.timeToleranceFactor);
+    CellTable& cells = entities_.findOrAdd(event.eid).cells; // also when no cell is near
+    const std::uint32_t depth = rule.stbSpec.geoHashBitDepth;
     const std::uint32_t span = rule.spec.windowMillis;
     const Cutoff cutoff = Cutoff::after(wrappingSubtract(event.time, span));
     const std::int64_t boundary = getTimeBoundary(event.time, span, rule.stbSpec);
     Reporter reporter(event, rule, boundary, sink);
+    prefetchOwn(cells, position, depth, reporter);
+
+    NearCells near;
+    position.findNear(depth, event.spaceTolerance * rule.spaceToleranceFactor, near);
+    const TsListItem item = itemOf(event, rule.timeToleranceFactor);
     bool found = false;
     for (std::uint32_t i = 0; i < near.count; ++i) {
         Series& series = cells.findOrAdd(significant(near.cells[i])).series;
@@ -208,29 +224,20 @@ bool DetectorState::processPresenceUnlocked(const Event& event, const Position& 
 
 bool DetectorState::processDwellUnlocked(const Event& event, const Position& position,
                                          const DetectionRule& rule, RecordSink& sink) {
-    CellTable& cells =
-        entities_.findOrAdd(event.eid).cells; // also when no cell is near: it counts until gc
-    prefetchOwn(cells, position, rule.stbSpec.geoHashBitDepth);
+    CellTable& cells = entities_.findOrAdd(event.eid).cells; // also when no cell is near
     const std::uint32_t depth = rule.stbSpec.geoHashBitDepth;
     const double radius = event.spaceTolerance * rule.spaceToleranceFactor;
-    NearCells near;
-    position.findNear(depth, radius, near);
-
-    // The cells near the previous event, by the radius of this one; that is meant.
-    PreviousCells previous;
-    const std::uint32_t known = lastEvents_.size();
-    LastEventSlot& last = lastEvents_.findOrAdd(event.eid);
-    if (lastEvents_.size() == known) {
-        previous.find(Position(last.latitude, last.longitude), depth, radius);
-    }
-    last.latitude = event.latitude;
-    last.longitude = event.longitude;
-
-    const TsListItem item = itemOf(event, rule.timeToleranceFactor);
     const Cutoff cutoff =
         Cutoff::notBefore(wrappingSubtract(event.time, rule.stbSpec.getDurationMillis()));
     const std::int64_t boundary = rule.stbSpec.getTimeBoxStart(event.time);
     Reporter reporter(event, rule, boundary, sink);
+    prefetchOwn(cells, position, depth, reporter);
+
+    NearCells near;
+    position.findNear(depth, radius, near);
+    // The cells near the previous event, by the radius of this one; that is meant.
+    const PreviousCells previous(replaceLastEvent(event), depth, radius);
+    const TsListItem item = itemOf(event, rule.timeToleranceFactor);
     bool found = false;
     for (std::uint32_t i = 0; i < near.count; ++i) {
         const Cell cell = significant(near.cells[i]);
@@ -246,6 +253,19 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
         }
     }
     return found;
+}
+
+/// The position of the entity's last event, if there was one; that of this event takes its place.
+std::optional<Position> DetectorState::replaceLastEvent(const Event& event) {
+    const std::uint32_t known = lastEvents_.size();
+    LastEventSlot& last = lastEvents_.findOrAdd(event.eid);
+    std::optional<Position> replaced;
+    if (lastEvents_.size() == known) {
+        replaced.emplace(last.latitude, last.longitude);
+    }
+    last.latitude = event.latitude;
+    last.longitude = event.longitude;
+    return replaced;
 }
 
 template <typename Count>

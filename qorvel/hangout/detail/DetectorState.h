@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 QORVEL_BEGIN_NAMESPACE
 namespace detail {
@@ -84,6 +85,7 @@ private:
                                  const DetectionRule& rule, RecordSink& sink);
     bool processDwellUnlocked(const Event& event, const Position& position,
                               const DetectionRule& rule, RecordSink& sink);
+    std::optional<Position> replaceLastEvent(const Event& event);
     template <typename Count>
     std::uint64_t sumOverEntities(Count count) const;
 

@@ -35,6 +35,11 @@ public:
     /// False when the receiver would throw a record with this key away.
     virtual bool wants(const RecordKey&) const { return true; }
 
+    /// True when the answer to `wants` has to be fetched from far, and is worth a `prefetch` of the
+    /// key that is most likely to be asked for. Neither has an effect.
+    virtual bool remembersMuch() const { return false; }
+    virtual void prefetch(const RecordKey&) const {}
+
     /// Appends the one record of `record`. Never fails, so that only complete records arrive.
     void append(std::list<STBCompressedEvent>& record) noexcept {
         records_.splice(records_.end(), record);

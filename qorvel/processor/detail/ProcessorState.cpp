@@ -55,8 +55,13 @@ public:
         : RecordSink(records), reported_(reported) {}
 
     bool wants(const RecordKey& key) const override { return !reported_.contains(key); }
+    bool remembersMuch() const override { return reported_.size() > kInCache; }
+    void prefetch(const RecordKey& key) const override { reported_.prefetch(key); }
 
 private:
+    /// About what stays in the processor's own cache.
+    static constexpr std::uint64_t kInCache = 10000;
+
     const RecentHangouts& reported_;
 };
 

@@ -23,6 +23,7 @@ public:
     void supressDuplicateHangouts(std::list<STBCompressedEvent>& records);
 
     bool contains(const RecordKey& key) const { return keys_.find(key) != nullptr; }
+    void prefetch(const RecordKey& key) const { keys_.prefetch(key); }
     std::uint64_t size() const { return keys_.size(); }
 
 private:
