@@ -17,10 +17,19 @@ namespace {
 
 constexpr double kHaversineLimit = 10000.0; // metres
 
-/// A haversine that is beyond the limit for certain: by metres, where rounding takes less than a
-/// micrometre. It need not be turned into a distance first.
-constexpr double kSurelyBeyond = 6.15e-7;
-static_assert(kSurelyBeyond > 1.0005 * detail::square(kHaversineLimit / (2 * 6378137.0)));
+// What is beyond the limit for certain, by metres, where rounding takes less than a micrometre:
+// such pairs need no haversine distance to tell which formula is theirs. A difference in latitude
+// alone tells it for latitudes in range, whose cosines are not negative.
+constexpr double kFarHaversine = 6.15e-7;
+constexpr double kFarLatitudes = 0.0016; // radians
+constexpr double kInRange = 1.57;        // radians
+static_assert(kFarHaversine > 1.0005 * detail::square(kHaversineLimit / (2 * 6378137.0)));
+static_assert(kFarLatitudes > 1.0005 * kHaversineLimit / 6378137.0);
+
+bool isSurelyFar(double phi1, double phi2) {
+    return std::abs(phi2 - phi1) > kFarLatitudes && std::abs(phi1) < kInRange &&
+           std::abs(phi2) < kInRange;
+}
 
 double sphereRadius() {
     return detail::defaultEllipsoid().sphereRadius;
@@ -38,12 +47,14 @@ double SpheroidalMetric::distance(const IPoint& p1, const IPoint& p2) const {
     const double radius = sphereRadius();
     const double cosines = std::cos(phi1) * std::cos(phi2);
 
-    const double h =
-        square(std::sin((phi2 - phi1) / 2)) + cosines * square(std::sin((lambda2 - lambda1) / 2));
-    if (!(h > kSurelyBeyond)) {
-        const double haversine = 2 * radius * std::atan2(std::sqrt(h), std::sqrt(1 - h));
-        if (haversine <= kHaversineLimit) {
-            return haversine;
+    if (!isSurelyFar(phi1, phi2)) {
+        const double h = square(std::sin((phi2 - phi1) / 2)) +
+                         cosines * square(std::sin((lambda2 - lambda1) / 2));
+        if (!(h > kFarHaversine)) {
+            const double haversine = 2 * radius * std::atan2(std::sqrt(h), std::sqrt(1 - h));
+            if (haversine <= kHaversineLimit) {
+                return haversine;
+            }
         }
     }
     return radius *

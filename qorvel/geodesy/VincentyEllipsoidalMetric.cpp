@@ -106,7 +106,7 @@ public:
     /// `longitudeDifference` in radians.
     Inverse(const IPoint& p1, const IPoint& p2, double longitudeDifference)
         : u1_(reducedLatitude(p1)), u2_(reducedLatitude(p2)), difference_(longitudeDifference),
-          lambda_(longitudeDifference), lambdaParts_(longitudeDifference) {}
+          lambda_(longitudeDifference) {}
 
     /// Improves the arc until its longitude settles, up to a limit; false for coincident points.
     bool solve() {
@@ -126,27 +126,31 @@ public:
 
     const Arc& arc() const { return arc_; }
 
-    /// The components of the direction from the first point to the second.
-    double eastward() const { return u2_.cosine * lambdaParts_.sine; }
-    double northward() const {
-        return u1_.cosine * u2_.sine - u1_.sine * u2_.cosine * lambdaParts_.cosine;
+    /// The direction from the first point to the second, as atan2 gives it.
+    double direction() const {
+        const SineCosine lambda(lambda_);
+        return std::atan2(eastward(lambda), northward(lambda));
     }
 
 private:
+    double eastward(const SineCosine& lambda) const { return u2_.cosine * lambda.sine; }
+    double northward(const SineCosine& lambda) const {
+        return u1_.cosine * u2_.sine - u1_.sine * u2_.cosine * lambda.cosine;
+    }
+
     bool improve() {
-        arc_.sinSigma = std::sqrt(square(eastward()) + square(northward()));
+        const SineCosine lambda(lambda_);
+        arc_.sinSigma = std::sqrt(square(eastward(lambda)) + square(northward(lambda)));
         if (Guards::areCoincident(arc_.sinSigma)) {
             return false;
         }
-        arc_.cosSigma = u1_.sine * u2_.sine + u1_.cosine * u2_.cosine * lambdaParts_.cosine;
+        arc_.cosSigma = u1_.sine * u2_.sine + u1_.cosine * u2_.cosine * lambda.cosine;
         arc_.sigma = std::atan2(arc_.sinSigma, arc_.cosSigma);
-        arc_.sinAlpha =
-            Guards::sinAlpha(u1_.cosine * u2_.cosine * lambdaParts_.sine / arc_.sinSigma);
+        arc_.sinAlpha = Guards::sinAlpha(u1_.cosine * u2_.cosine * lambda.sine / arc_.sinSigma);
         arc_.cosSqAlpha = 1 - square(arc_.sinAlpha);
         arc_.cos2SigmaM =
             Guards::cos2SigmaM(arc_.cosSigma - 2 * u1_.sine * u2_.sine / arc_.cosSqAlpha);
         lambda_ = difference_ + longitudeExcess(arc_);
-        lambdaParts_ = SineCosine(lambda_);
         return true;
     }
 
@@ -154,7 +158,6 @@ private:
     SineCosine u2_;
     double difference_;
     double lambda_; ///< the longitude difference on the auxiliary sphere
-    SineCosine lambdaParts_;
     Arc arc_{};
 };
 
@@ -203,7 +206,7 @@ double VincentyEllipsoidalMetric::azimuth(const IPoint& p1, const IPoint& p2) co
     if (!inverse.solve()) {
         return 0.0;
     }
-    return detail::toAzimuth(std::atan2(inverse.eastward(), inverse.northward()));
+    return detail::toAzimuth(inverse.direction());
 }
 
 PointGeodetic128* VincentyEllipsoidalMetric::destination(const IPoint& p, double azimuth,
