@@ -22,6 +22,7 @@ struct CellSlot {
     bool used = false;
     Series series;
 
+    bool isUsed() const { return used; }
     Cell key() const { return {first, second, depth}; }
     bool holds(const Cell& cell) const { return key() == cell; }
     void occupy(const Cell& cell) {

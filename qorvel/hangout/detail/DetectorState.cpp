@@ -261,10 +261,9 @@ std::optional<Position> DetectorState::replaceLastEvent(const Event& event) {
     LastEventSlot& last = lastEvents_.findOrAdd(event.eid);
     std::optional<Position> replaced;
     if (lastEvents_.size() == known) {
-        replaced.emplace(last.latitude, last.longitude);
+        replaced.emplace(last.latitude(), last.longitude());
     }
-    last.latitude = event.latitude;
-    last.longitude = event.longitude;
+    last.place(event.latitude, event.longitude);
     return replaced;
 }
 

@@ -10,7 +10,10 @@
 #include "qorvel/model/STBCompressionSpec.h"
 #include "qorvel/model/SpaceTimeBoxSpec.h"
 
+#include <bit>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -30,27 +33,49 @@ struct EntityKeyed {
     using Key = std::uint64_t;
 
     std::uint64_t eid = 0;
-    bool used = false;
 
     std::uint64_t key() const { return eid; }
     bool holds(std::uint64_t other) const { return eid == other; }
-    void occupy(std::uint64_t newEid) {
-        eid = newEid;
-        used = true;
-    }
     static std::uint64_t hash(std::uint64_t eid) { return mix(eid); }
 };
 
 /// The series of one entity.
 struct EntitySlot : EntityKeyed {
+    bool used = false;
     CellTable cells;
+
+    bool isUsed() const { return used; }
+    void occupy(std::uint64_t newEid) {
+        eid = newEid;
+        used = true;
+    }
 };
 
-/// What is needed of the event by which processDwell knows whether an entity stayed.
-struct LastEventSlot : EntityKeyed {
-    double latitude = 0.0;
-    double longitude = 0.0;
+/// What is needed of the event by which processDwell knows whether an entity stayed. One is kept
+/// for every entity ever seen, so the slot has no room for a flag: a free one has a latitude that
+/// is a special NaN. NaNs are stored alike, since what they are made of matters to nobody.
+class LastEventSlot : public EntityKeyed {
+public:
+    bool isUsed() const { return std::bit_cast<std::uint64_t>(latitude_) != kFree; }
+    void occupy(std::uint64_t newEid) {
+        eid = newEid;
+        latitude_ = 0.0;
+    }
+
+    double latitude() const { return latitude_; }
+    double longitude() const { return longitude_; }
+    void place(double latitude, double longitude) {
+        latitude_ = std::isnan(latitude) ? std::numeric_limits<double>::quiet_NaN() : latitude;
+        longitude_ = longitude;
+    }
+
+private:
+    static constexpr std::uint64_t kFree = 0x7FF8000000000F4EU;
+
+    double latitude_ = std::bit_cast<double>(kFree);
+    double longitude_ = 0.0;
 };
+static_assert(sizeof(LastEventSlot) == 24);
 
 /// The inside of a HangoutDetector: entity, cell, series. A copy has tables of its own and shares
 /// the lock.

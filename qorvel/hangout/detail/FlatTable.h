@@ -18,7 +18,7 @@ namespace detail {
 /// takes three fetches to find an entry where this takes one. An empty table is 16 bytes and small
 /// ones are filled to the last slot, since most entities have a cell or two.
 ///
-/// A Slot has a type Key, a flag `used`, `key()`, `holds(key)`, `occupy(key)` and a static
+/// A Slot has a type Key, `isUsed()`, `key()`, `holds(key)`, `occupy(key)` and a static
 /// `hash(key)`; it can be moved, and copied for the table to be.
 template <typename Slot>
 class FlatTable {
@@ -30,7 +30,7 @@ public:
         : slots_(other.capacity_ == 0 ? nullptr : new Slot[other.capacity_]),
           capacity_(other.capacity_), size_(other.size_) {
         for (std::uint32_t i = 0; i < capacity_; ++i) {
-            if (other.slots_[i].used) {
+            if (other.slots_[i].isUsed()) {
                 slots_[i] = Slot(other.slots_[i]);
             }
         }
@@ -47,13 +47,13 @@ public:
     /// Null when there is none. Valid until a slot is added or erased.
     Slot* find(const Key& key) const {
         const std::uint32_t index = indexOf(key);
-        return index < capacity_ && slots_[index].used ? &slots_[index] : nullptr;
+        return index < capacity_ && slots_[index].isUsed() ? &slots_[index] : nullptr;
     }
 
     /// The slot of a key, occupied by it if it is new. Without memory the table is as before.
     Slot& findOrAdd(const Key& key) {
         std::uint32_t index = indexOf(key);
-        if (index < capacity_ && slots_[index].used) {
+        if (index < capacity_ && slots_[index].isUsed()) {
             return slots_[index];
         }
         if (size_ >= capacity_ - capacity_ / 4) {
@@ -75,7 +75,7 @@ public:
     template <typename Visit>
     void forEach(Visit visit) const {
         for (std::uint32_t i = 0; i < capacity_; ++i) {
-            if (slots_[i].used) {
+            if (slots_[i].isUsed()) {
                 visit(slots_[i]);
             }
         }
@@ -87,7 +87,7 @@ public:
     void eraseIf(IsDone isDone) noexcept {
         std::uint32_t index = 0;
         while (index < capacity_) {
-            if (slots_[index].used && isDone(slots_[index])) {
+            if (slots_[index].isUsed() && isDone(slots_[index])) {
                 erase(index); // another slot may have moved here
             } else {
                 ++index;
@@ -117,7 +117,7 @@ private:
         }
         std::uint32_t index = homeOf(key);
         for (std::uint32_t probes = 0; probes < capacity_; ++probes) {
-            if (!slots_[index].used || slots_[index].holds(key)) {
+            if (!slots_[index].isUsed() || slots_[index].holds(key)) {
                 return index;
             }
             index = next(index);
@@ -137,7 +137,7 @@ private:
         slots.swap(slots_);
         std::swap(capacity, capacity_);
         for (std::uint32_t i = 0; i < capacity; ++i) {
-            if (slots[i].used) {
+            if (slots[i].isUsed()) {
                 slots_[indexOf(slots[i].key())] = std::move(slots[i]);
             }
         }
@@ -148,7 +148,7 @@ private:
     void erase(std::uint32_t gap) noexcept {
         const std::uint32_t start = gap;
         const std::uint32_t mask = capacity_ - 1;
-        for (std::uint32_t index = next(gap); index != start && slots_[index].used;
+        for (std::uint32_t index = next(gap); index != start && slots_[index].isUsed();
              index = next(index)) {
             const std::uint32_t home = homeOf(slots_[index].key());
             if (((index - home) & mask) >= ((index - gap) & mask)) {

@@ -33,6 +33,7 @@ private:
         RecordKey record{};
         bool used = false;
 
+        bool isUsed() const { return used; }
         const RecordKey& key() const { return record; }
         bool holds(const RecordKey& other) const { return record == other; }
         void occupy(const RecordKey& newRecord) {
