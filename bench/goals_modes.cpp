@@ -79,7 +79,7 @@ void againstModel(Report& report) {
     for (const ModeGoal& mode : modeGoals()) {
         const sides::Duel duel = checkedDuel(mode, report);
         const measure::Spread model = measure::spreadOf(duel.model);
-        const measure::Spread library = measure::spreadOf(duel.library);
+        const measure::Spread library = measure::spreadOf(duel.ofLibrary);
         const double ratio = baseline(model.median, mode.reference) / library.median;
         const double smaller = std::min(model.median, mode.reference) / library.median;
         metByBoth += smaller >= mode.goal ? 1 : 0;

@@ -74,7 +74,7 @@ Inputs makeInputs() {
 }
 
 struct Peers {
-    std::string library;
+    std::string package;
     Contestants (*make)(const Inputs& inputs); ///< none where it was not found at build time
 };
 
@@ -146,7 +146,7 @@ void peers(Report& report) {
     Contestants theirs;
     for (const Peers& peer : allPeers()) {
         if (peer.make == nullptr) {
-            Report::note(peer.library + ": not installed when this was built\n");
+            Report::note(peer.package + ": not installed when this was built\n");
             continue;
         }
         for (Contestant& contestant : peer.make(inputs)) {

@@ -65,7 +65,7 @@ Duel duel(const Scenario& scenario, std::size_t repetitions) {
             library.feed(begin, end);
         }
         result.model.push_back(model.timePerEvent());
-        result.library.push_back(library.timePerEvent());
+        result.ofLibrary.push_back(library.timePerEvent());
         result.sameCount = result.sameCount && model.results() == library.results();
     }
     return result;

@@ -16,9 +16,9 @@ namespace sides {
 std::string firstDifference(const scenarios::Scenario& scenario, std::size_t events);
 
 struct Duel {
-    measure::Samples model;   ///< ns per event
-    measure::Samples library; ///< ns per event
-    bool sameCount;           ///< of results, in every repetition
+    measure::Samples model;     ///< ns per event
+    measure::Samples ofLibrary; ///< ns per event
+    bool sameCount;             ///< of results, in every repetition
 };
 
 /// Measures both over the whole scenario, on fresh processors in each repetition. They take turns
