@@ -54,7 +54,7 @@ RowIndex::Candidates RowIndex::find(const Event& event, const Cell& ownCell) con
     return candidates;
 }
 
-std::size_t RowIndex::KeyHash::operator()(const Key& key) const noexcept {
+std::size_t RowIndex::KeyHash::operator()(const Key& key) const {
     const auto primary = static_cast<std::uint32_t>(key.primaryKeyId);
     const auto secondary = static_cast<std::uint32_t>(key.secondaryKeyId);
     return static_cast<std::size_t>(

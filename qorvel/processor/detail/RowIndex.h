@@ -52,8 +52,10 @@ private:
         bool operator==(const Key&) const = default;
     };
 
+    /// Not noexcept, so that the standard table keeps each hash beside its key: a look-up that
+    /// reaches the end of a bucket would otherwise compute another's.
     struct KeyHash {
-        std::size_t operator()(const Key& key) const noexcept;
+        std::size_t operator()(const Key& key) const;
     };
 
     /// Ascending runs of row numbers, merged as they are taken.
