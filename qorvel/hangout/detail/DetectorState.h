@@ -93,13 +93,6 @@ public:
     bool processDwell(const Event& event, const Position& position, const DetectionRule& rule,
                       RecordSink& sink);
 
-    /// Fetches ahead what the next event of an entity needs first. A hint without effect; it takes
-    /// no lock, so only who uses the detector alone may give it.
-    void prefetch(std::uint64_t eid) const {
-        entities_.prefetch(eid);
-        lastEvents_.prefetch(eid);
-    }
-
     std::uint64_t entityCount() const;
     std::uint64_t cellCount() const;
     std::uint64_t itemCount() const;

@@ -113,7 +113,6 @@ void ProcessorState::getExtendedSTB(const Event& event, std::list<ExtendedSTB>& 
 
 void ProcessorState::process(const Event& event, Operation operation,
                              std::list<STBCompressedEvent>& out) {
-    prefetch(event.eid);
     const Position position(event.latitude, event.longitude);
     ProcessorSink sink(out, recentHangouts_);
     const auto visit = [&](const Configuration::Row& row) {
@@ -129,20 +128,6 @@ void ProcessorState::process(const Event& event, Operation operation,
     };
     forEachApplyingRow(event, position, visit);
     recentHangouts_.supressDuplicateHangouts(out);
-}
-
-/// Starts to fetch the entity from memory while its rows are looked for. Where there are many
-/// detectors an event reaches but a few of them, and which is not known yet.
-void ProcessorState::prefetch(std::uint64_t eid) const {
-    constexpr std::size_t few = 4;
-    if (detectors_.size() > few) {
-        return;
-    }
-    for (const Detector& detector : detectors_) {
-        if (detector) {
-            detector->prefetch(eid);
-        }
-    }
 }
 
 DetectorState& ProcessorState::detectorOf(const Configuration::SpecEntry& entry) {

@@ -45,7 +45,6 @@ private:
     void forEachApplyingRow(const Event& event, const Position& position, Visit visit) const;
     template <typename Box, typename MakeBox>
     void generate(const Event& event, MakeBox makeBox, std::list<Box>& out) const;
-    void prefetch(std::uint64_t eid) const;
     DetectorState& detectorOf(const Configuration::SpecEntry& entry);
 
     std::shared_ptr<const Configuration> configuration_;
