@@ -1,6 +1,7 @@
 #ifndef QORVEL_QORVEL_H
 #define QORVEL_QORVEL_H
 
+/// @file
 /// All that a host needs. QorvelMotionProcessorAPI is where to start.
 
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"

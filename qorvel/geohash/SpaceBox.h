@@ -37,7 +37,9 @@ public:
     /// see UtilG2::stringToSpaceBox. Not explicit: a text stands for its cell.
     SpaceBox(const std::string& geohash);
 
+    /// Copies the depth and all 128 bits, those beyond the depth included.
     SpaceBox(const SpaceBox& other);
+    /// As copying.
     SpaceBox& operator=(const SpaceBox& other);
     virtual ~SpaceBox();
 

@@ -79,10 +79,12 @@ public:
                                const double& spaceToleranceFactor, const STBCompressionSpec& spec,
                                const SpaceTimeBoxSpec& stbSpec, std::list<STBCompressedEvent>& out);
 
-    /// How many entities have series, how many series there are, and how many items: what a host
-    /// watches to see the memory in use. Each call walks all entities.
+    /// How many entities have series. This and the next two are what a host watches to see the
+    /// memory in use; each call walks all entities.
     std::uint64_t getEntityCount() const;
+    /// How many series there are, one for each entity and cell.
     std::uint64_t getCellCount() const;
+    /// How many items the series hold.
     std::uint64_t getItemCount() const;
 
 private:

@@ -24,6 +24,7 @@ public:
     /// Copies have their source's sequence number, and the tolerance is stored as by the
     /// constructor.
     Event(const Event& other);
+    /// As copying.
     Event& operator=(const Event& other);
     virtual ~Event();
 
@@ -49,8 +50,9 @@ public:
     std::uint64_t sequenceNumber;
     /// Number of the secondary key (SecondaryKey).
     std::int32_t secondaryKeyId;
-    /// Degrees.
+    /// Degrees, north positive.
     double latitude;
+    /// Degrees, east positive.
     double longitude;
     /// How far the entity may be from the point, metres.
     double spaceTolerance;

@@ -13,6 +13,7 @@ class QORVEL_EXPORT ExtendedSTB : public SpaceTimeBox {
 public:
     /// The whole earth for all time, master 0.
     ExtendedSTB();
+    /// Stores the three parts.
     ExtendedSTB(std::uint32_t masterId, const SpaceBox& space, const TimeBox& time);
     ExtendedSTB(const ExtendedSTB&) = default;
     ExtendedSTB& operator=(const ExtendedSTB&) = default;

@@ -12,7 +12,8 @@ QORVEL_BEGIN_NAMESPACE
 /// Which events a master row applies to, where, and how their tolerances are scaled.
 class QORVEL_EXPORT STBAssignmentRow {
 public:
-    /// Accepts nothing in particular; an empty record for a builder to overwrite.
+    /// All numbers 0 and no cells, so it accepts no event; an empty record for a builder to
+    /// overwrite.
     STBAssignmentRow();
 
     /// Stores what it is given; isValid judges it. Allocates a copy of `spaceBoxes`.
@@ -55,13 +56,15 @@ public:
     /// Largest time tolerance of an event that is accepted, ms. Only 0 and 1 are valid, which is
     /// meant although the field could hold more.
     std::uint32_t maxTimeTolerance;
-    /// Centre of the row's area, degrees.
+    /// Centre of the row's area, degrees, north positive.
     double latitude;
+    /// Degrees, east positive.
     double longitude;
     /// Greatest distance of an event from the centre, metres.
     double radius;
-    /// What an event's tolerances are multiplied by before they are applied.
+    /// What an event's spatial tolerance is multiplied by before it is applied.
     double spaceToleranceFactor;
+    /// The same for its time tolerance; the product is cut to whole milliseconds.
     double timeToleranceFactor;
 };
 

@@ -15,6 +15,7 @@ class QORVEL_EXPORT STBCompressedEvent {
 public:
     /// All zero, with the default box.
     STBCompressedEvent();
+    /// Stores the fields in their order.
     STBCompressedEvent(std::uint64_t eid, const std::list<std::uint64_t>& eventSequenceNumbers,
                        std::uint32_t specPrimaryKeyId, std::uint32_t eventSecondaryKeyId,
                        std::uint32_t masterId, const SpaceTimeBox& stb, std::int64_t firstTime,

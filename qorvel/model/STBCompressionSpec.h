@@ -14,6 +14,7 @@ class QORVEL_EXPORT STBCompressionSpec {
 public:
     /// All numbers 0; an empty record for a builder to overwrite.
     STBCompressionSpec();
+    /// Stores what it is given; isValid judges it.
     STBCompressionSpec(std::uint32_t primaryKeyId, std::uint32_t secondaryKeyId,
                        std::uint32_t masterId, std::uint32_t windowMillis, std::uint32_t minCount,
                        double ratio);

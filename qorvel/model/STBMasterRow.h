@@ -13,6 +13,7 @@ class QORVEL_EXPORT STBMasterRow {
 public:
     /// Master 0 with the default resolution; an empty record for a builder to overwrite.
     STBMasterRow();
+    /// Stores what it is given; isValid judges it.
     STBMasterRow(std::int32_t masterId, const SpaceTimeBoxSpec& stbSpec);
     STBMasterRow(const STBMasterRow&) = default;
     STBMasterRow& operator=(const STBMasterRow&) = default;
@@ -21,6 +22,7 @@ public:
     /// That of the resolution, with its tags.
     bool isValid(std::stringstream& errors) const;
 
+    /// The resolution: cell depth and time-box length.
     SpaceTimeBoxSpec stbSpec;
     /// Number of the configuration's name (MasterName).
     std::int32_t masterId;

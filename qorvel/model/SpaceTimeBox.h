@@ -11,6 +11,7 @@ class QORVEL_EXPORT SpaceTimeBox : public SpaceBox, public TimeBox {
 public:
     /// The whole earth, for all time.
     SpaceTimeBox();
+    /// Copies both parts.
     SpaceTimeBox(const SpaceBox& space, const TimeBox& time);
     SpaceTimeBox(const SpaceTimeBox&) = default;
     SpaceTimeBox& operator=(const SpaceTimeBox&) = default;

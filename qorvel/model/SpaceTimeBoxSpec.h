@@ -11,6 +11,7 @@ class QORVEL_EXPORT SpaceTimeBoxSpec : public SpaceBoxSpec, public TimeBoxSpec {
 public:
     /// Depth 128, one time box for all time.
     SpaceTimeBoxSpec();
+    /// Copies both parts.
     SpaceTimeBoxSpec(const SpaceBoxSpec& space, const TimeBoxSpec& time);
     SpaceTimeBoxSpec(const SpaceTimeBoxSpec&) = default;
     SpaceTimeBoxSpec& operator=(const SpaceTimeBoxSpec&) = default;

@@ -21,6 +21,7 @@ public:
     TimeBox& operator=(const TimeBox&) = default;
     virtual ~TimeBox();
 
+    /// Same start and same end.
     bool operator==(const TimeBox& other) const { return start == other.start && end == other.end; }
 
     /// First millisecond inside the box.

@@ -47,7 +47,7 @@ public:
     /// 50 days give 25032704, one year gives 1492828928. "ever" gives 4294967295, kInvalid 0.
     std::uint32_t getDurationMillis() const;
 
-    /// First millisecond of the box that is taken to hold `time`, and first millisecond after it.
+    /// First millisecond of the box that is taken to hold `time`.
     ///
     /// - Fixed units cut time into multiples of their (wrapping) length. The division truncates
     ///   toward zero, so a negative time that is no multiple lands in the box above it.
@@ -56,11 +56,11 @@ public:
     /// - Years are grouped in multiples of the count from 1900 on.
     /// - "ever" is [0, 9223372036854775807).
     /// - kInvalid, a count of 0 (of any unit but "ever") and a fixed length that wraps to 0 give 0
-    /// for
-    ///   both.
+    ///   for start and end.
     ///
     /// Defined for every time stamp; results beyond 64 bits wrap.
     std::int64_t getTimeBoxStart(std::int64_t time) const;
+    /// First millisecond after that box.
     std::int64_t getTimeBoxEnd(std::int64_t time) const;
 
     /// How many units a box spans.

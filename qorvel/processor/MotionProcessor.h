@@ -49,6 +49,7 @@ public:
     /// A copy has the source's configuration and its own memory of what was reported. The detectors
     /// that exist by then are the same objects in both; detectors made later are not.
     MotionProcessor(const MotionProcessor& other);
+    /// As copying.
     MotionProcessor& operator=(const MotionProcessor& other);
     virtual ~MotionProcessor();
 
@@ -78,18 +79,24 @@ public:
     /// whose entity, spec key, cell and time box were reported before. Always true. After an
     /// exception the records found so far stay in `out`, not yet looked through for repeats.
     bool processEventForPresenceCompression(const Event& event, std::list<STBCompressedEvent>& out);
+    /// The same for hangouts.
     bool processEventForHangout(const Event& event, std::list<STBCompressedEvent>& out);
 
     /// HangoutDetector::gc of every spec's detector, `time` in ms. The memory of what was reported
     /// is kept for ever.
     void gc(const std::int64_t& time);
 
-    /// What a host watches to see the memory in use: detectors, the sums of their counts
-    /// (HangoutDetector::getEntityCount and so on), and how many distinct records were reported.
+    /// How many detectors have been made. This and the next four are what a host watches to see
+    /// the memory in use.
     std::uint64_t getDetectorCount() const;
+    /// The sum of HangoutDetector::getEntityCount over the detectors: an entity that several
+    /// detectors know counts several times.
     std::uint64_t getEntityCount() const;
+    /// The sum of HangoutDetector::getCellCount.
     std::uint64_t getCellCount() const;
+    /// The sum of HangoutDetector::getItemCount.
     std::uint64_t getItemCount() const;
+    /// How many distinct records were reported, which are remembered for ever.
     std::uint64_t getRecentHangoutCount() const;
 
 private:
