@@ -14,6 +14,16 @@ void onInterrupt(int) {
     gInterrupted = 1;
 }
 
+/// Of the calling thread. Returns what was blocked before.
+sigset_t blockInterrupts() {
+    sigset_t blocked;
+    sigset_t before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    return before;
+}
+
 } // namespace
 
 void installSignalHandlers() {
@@ -29,17 +39,17 @@ bool interrupted() {
     return gInterrupted != 0;
 }
 
+void leaveInterruptsToOthers() {
+    blockInterrupts();
+}
+
 bool waitReadable(int file) {
-    sigset_t blocked;
-    sigset_t before;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGINT);
-    sigprocmask(SIG_BLOCK, &blocked, &before);
+    const sigset_t before = blockInterrupts();
     pollfd wait{file, POLLIN, 0};
     // SIGINT can only arrive inside ppoll, which then ends. Other signals are waited through.
     while (!interrupted() && ppoll(&wait, 1, nullptr, &before) < 0 && errno == EINTR) {
     }
-    sigprocmask(SIG_SETMASK, &before, nullptr);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return !interrupted();
 }
 

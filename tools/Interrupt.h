@@ -9,6 +9,9 @@ void installSignalHandlers();
 
 bool interrupted();
 
+/// Called by a thread that does not wait for input: a SIGINT goes to one that does.
+void leaveInterruptsToOthers();
+
 /// Waits until the file can be read without blocking, or until a SIGINT: none is missed, however
 /// it falls between the check of the flag and the wait. True when there is something to read.
 bool waitReadable(int file);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace host {
 
@@ -14,6 +15,19 @@ void appendTime(std::string& out, std::int64_t time);
 
 /// The same for the end of a time box, but ends beyond the year 9999 are "ever".
 void appendBoxEnd(std::string& out, std::int64_t time);
+
+/// A time as it was read.
+struct IsoTime {
+    std::int64_t time = 0;  ///< ms since 1970, negative before
+    bool hasOffset = false; ///< else it was taken as UTC
+};
+
+/// Reads a time of ISO 8601 in years 0000 to 9999: "2012-12-18T11:58:00.250+01:00". A blank may
+/// stand for the T and before the offset; the offset is Z, UTC, +01:00, +0100 or +01, and may be
+/// missing, as may the fraction (1 to 9 digits; what is finer than a millisecond is dropped), the
+/// seconds, or all behind the date (midnight).
+/// Returns null, or what is wrong, in words that go on from the name of the time.
+const char* readIsoTime(std::string_view text, IsoTime& result);
 
 } // namespace host
 

@@ -1,26 +1,72 @@
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
-#include "tools/Options.h"
-#include "tools/commands.h"
+#include "tools/cli/CommandLine.h"
+#include "tools/commands/MeetAnalysis.h"
+#include "tools/commands/StaysAnalysis.h"
+#include "tools/commands/findings.h"
 
 #include "qorvel/facade/StbThreadException.h"
 #include "qorvel/geodesy/STException.h"
 
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <variant>
 
 namespace {
 
+using host::Command;
+using host::CommandLine;
+
+/// The configuration's warnings; its errors end the run when the library is set up.
+void warn(const CommandLine& line) {
+    for (const host::ConfigFault& fault : host::checkConfig(line.config, line.use())) {
+        if (!fault.isError && !line.run.isQuiet) {
+            std::fprintf(stderr, "qorvel: %s\n", host::describe(fault, line.config.file).c_str());
+        }
+    }
+}
+
+std::unique_ptr<host::Analysis> makeAnalysis(const CommandLine& line,
+                                             const host::Library& library) {
+    switch (line.command) {
+    case Command::boxes:
+        return host::makeBoxesAnalysis(library);
+    case Command::stays:
+        return std::make_unique<host::StaysAnalysis>(library);
+    case Command::meet:
+        return std::make_unique<host::MeetAnalysis>(library, line.maxEntitiesPerBox);
+    default:
+        return line.lastFigures ? host::makeLastFindings(library)
+                                : host::makeFirstFindings(library);
+    }
+}
+
+host::ExitCode runAnalysis(const CommandLine& line) {
+    const host::Library library(line.config, line.use());
+    warn(line);
+    return host::run(line.run, *makeAnalysis(line, library));
+}
+
 host::ExitCode run(int argc, const char* const* argv) {
     host::installSignalHandlers();
-    const auto options = host::readOptions(argc, argv);
-    if (const auto* code = std::get_if<host::ExitCode>(&options)) {
+    const auto read = host::readCommandLine(argc, argv);
+    if (const auto* code = std::get_if<host::ExitCode>(&read)) {
         return *code;
     }
-    const auto& wanted = std::get<host::Options>(options);
-    return wanted.command == host::Command::synth ? host::runSynth(wanted)
-                                                  : host::runMovement(wanted);
+    const auto& line = std::get<CommandLine>(read);
+    switch (line.command) {
+    case Command::synth:
+        return host::runSynth(line.synth);
+    case Command::geohash:
+        return host::runGeohash(line.geohash);
+    case Command::check:
+        return host::runCheck(line.check);
+    case Command::explain:
+        return host::runExplain(line.explain);
+    default:
+        return runAnalysis(line);
+    }
 }
 
 host::ExitCode complain(const char* what, host::ExitCode code = host::ExitCode::broken) {

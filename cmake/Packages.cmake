@@ -1,0 +1,41 @@
+# Debian packages: the library under its binary interface's number, so that two of them can stand
+# side by side, what hosts are built with, and the program. `scripts/package` makes them.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME qorvel)
+set(CPACK_PACKAGE_CONTACT "The Qorvel developers")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_STRIP_FILES ON)
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL library development)
+if(QORVEL_BUILD_TOOLS)
+    list(APPEND CPACK_COMPONENTS_ALL program)
+endif()
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(exact_version "(= ${PROJECT_VERSION})")
+
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libqorvel${QORVEL_ABI_VERSION})
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "The shared library that hosts load.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqorvel-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} ${exact_version}")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, CMake package and pkg-config file.")
+
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME qorvel)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS
+    "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} ${exact_version}")
+set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "The command line over files of tracks.")
+
+# The program's package must find the library in the build tree, whose folder is known only when
+# the build files are written.
+file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/packages-config.cmake
+     CONTENT "set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS \"$<TARGET_FILE_DIR:qorvel>\")\n")
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_BINARY_DIR}/packages-config.cmake)
+include(CPack)

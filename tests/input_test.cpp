@@ -1,0 +1,418 @@
+// The program's input: every format, time, header and kind of damage.
+#include "tools/Failure.h"
+#include "tools/input/FixSource.h"
+#include "tools/isoTime.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <gdal_utils.h>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+#include <unistd.h>
+#include <vector>
+#include <zlib.h>
+
+namespace {
+
+using namespace host;
+using namespace std::string_literals;
+
+/// A file in a folder that goes when the test ends.
+std::string scratch(const std::string& name) {
+    static const struct Folder {
+        const std::string path = testing::TempDir() + "qorvel-input-" + std::to_string(getpid());
+        Folder() { std::filesystem::create_directory(path); }
+        ~Folder() { std::filesystem::remove_all(path); }
+    } folder;
+    return folder.path + '/' + name;
+}
+
+std::string save(const std::string& name, const std::string& bytes) {
+    std::filesystem::remove(scratch(name)); // to overwrite a file waits for the disk
+    std::ofstream(scratch(name), std::ios::binary) << bytes;
+    return scratch(name);
+}
+
+/// One member of gzip.
+std::string packed(const std::string& bytes) {
+    gzFile file = gzopen(scratch("packed").c_str(), "wb");
+    gzwrite(file, bytes.data(), static_cast<unsigned>(bytes.size()));
+    gzclose(file);
+    std::ifstream in(scratch("packed"), std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// The name of a pipe that holds the bytes.
+std::string piped(const std::string& bytes) {
+    int ends[2] = {};
+    EXPECT_EQ(pipe(ends), 0);
+    EXPECT_EQ(write(ends[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    close(ends[1]);
+    return "/dev/fd/" + std::to_string(ends[0]);
+}
+
+/// What a GDAL driver makes of a file.
+std::string translated(const std::string& from, const std::string& name,
+                       std::vector<std::string> arguments) {
+    std::vector<char*> words;
+    for (std::string& argument : arguments) {
+        words.push_back(argument.data());
+    }
+    words.push_back(nullptr);
+    GDALAllRegister();
+    GDALVectorTranslateOptions* options = GDALVectorTranslateOptionsNew(words.data(), nullptr);
+    GDALDatasetH source = GDALOpenEx(from.c_str(), GDAL_OF_VECTOR, nullptr, nullptr, nullptr);
+    GDALClose(GDALVectorTranslate(scratch(name).c_str(), nullptr, 1, &source, options, nullptr));
+    GDALClose(source);
+    GDALVectorTranslateOptionsFree(options);
+    return scratch(name);
+}
+
+std::string textOf(const Fix& fix) {
+    char text[200];
+    std::snprintf(text, sizeof text, " %.9f %.9f %lld %g ", fix.latitude, fix.longitude,
+                  static_cast<long long>(fix.time), fix.accuracyM.value_or(-1.0));
+    return fix.entity + text + fix.primaryKey + '/' + fix.secondaryKey;
+}
+
+/// All that a source says, a text each: its fixes, its faults, its remarks, and what ended it.
+struct Said {
+    std::vector<std::string> rows;
+    std::vector<std::string> verbatim;
+    std::string remarks;
+    std::string end;
+
+    /// The row of that number, or what ended the input before it.
+    std::string row(std::size_t i) const { return i < rows.size() ? rows[i] : end; }
+};
+
+Said said(FixSource& source) {
+    Said all;
+    try {
+        Fix fix;
+        while (source.next()) {
+            const std::optional<std::int64_t> time = source.readTime();
+            const std::string fault = source.read(fix);
+            EXPECT_TRUE(!fault.empty() || time == fix.time);
+            all.rows.push_back(fault.empty() ? textOf(fix) : fault);
+            all.verbatim.push_back(source.verbatim());
+        }
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.code(), ExitCode::broken);
+        all.end = failure.what();
+    }
+    for (const std::string& remark : source.remarks()) {
+        all.remarks += remark + '.';
+    }
+    return all;
+}
+
+Said said(const InputOptions& options) {
+    try {
+        const auto source = openFixSource(options);
+        const Said all = said(*source);
+        EXPECT_LE(source->shareRead().value_or(1.0), 1.0);
+        if (source->isRepeatable()) {
+            source->rewind();
+            const Said again = said(*source);
+            EXPECT_EQ(again.rows, all.rows) << options.file;
+            EXPECT_EQ(again.end + again.remarks, all.end + all.remarks) << options.file;
+        }
+        return all;
+    } catch (const Failure& failure) {
+        return {{}, {}, {}, failure.what()};
+    }
+}
+
+Said said(const std::string& file) {
+    InputOptions options;
+    options.file = file;
+    return said(options);
+}
+
+Said said(const std::string& name, const std::string& bytes) {
+    return said(save(name, bytes));
+}
+
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST(Input, IsTheSameInEveryFormat) {
+    const std::vector<std::string> fixes = {"Anna 47.371200001 8.540100000 1355831880251 10 /",
+                                            "Bo -33.500000000 -70.251000000 1355831940000 -1 /"};
+    const std::string csv = "time,Lat,entity,LON,accuracy_m\r\n1355831880251,47.371200001,Anna,"
+                            "8.5401,10\r\n\r\n 1355831940000 ,-33.5,\"Bo\",-70.25,\r\n";
+    std::string tsv = csv;
+    std::replace(tsv.begin(), tsv.end(), ',', '\t');
+    std::string macLineEnds = csv;
+    macLineEnds.erase(std::remove(macLineEnds.begin(), macLineEnds.end(), '\n'), macLineEnds.end());
+    const std::string geoJson = save(
+        "a.geojson",
+        R"({"type":"FeatureCollection","features":[{"type":"Feature","properties":{"user":"Anna",
+        "timestamp":"2012-12-18T12:58:00.251+01:00","hdop":2},"geometry":{"type":"Point",
+        "coordinates":[8.5401,47.371200001]}},{"type":"Feature","properties":{"user":"Bo",
+        "timestamp":"2012-12-18T11:59:00Z"},"geometry":{"type":"Point","coordinates":[-70.25,-33.5]
+        }}]})");
+    const std::string files[] = {
+        save("a.csv", csv),
+        save("a", csv),
+        save("A.TXT", "\xEF\xBB\xBF" + csv),
+        save("mac.csv", macLineEnds),
+        save("unended.csv", csv.substr(0, csv.size() - 2)),
+        save("a.tsv", tsv),
+        save("a.tsv.gz", packed(tsv)),
+        save("members.csv.gz", packed(csv.substr(0, 50)) + packed("") + packed(csv.substr(50)) +
+                                   std::string(512, '\0')),
+        piped(csv),
+        piped(packed("\xEF\xBB\xBF" + csv)),
+        save("a.ndjson",
+             R"({"t":1355831880.251,"lat":47.371200001,"user":"\u0041nna","lng":"8.5401",)"
+             R"("more":{"lat":1},"accuracy":10})"
+             "\n\n"
+             R"({"user":"Bo","t":"1355831940","lat":-33.5,"accuracy":null,"lng":-70.25})"),
+        save("a.jsonl.gz", packed("{\"user\":\"Anna\",\"ts\":1355831880251,\"lat\":47.371200001,"
+                                  "\"lng\":8.5401,\"hdop\":2}\r\n{\"user\":\"Bo\",\"ts\":"
+                                  "\"2012-12-18 11:59\",\"lat\":-33.5,\"lng\":-7.025e1}\r\n")),
+        geoJson,
+        translated(geoJson, "a.gpkg", {}),
+        translated(geoJson, "a.fgb", {"-f", "FlatGeobuf", "-lco", "SPATIAL_INDEX=NO"}),
+        translated(geoJson, "mercator.gpkg", {"-t_srs", "EPSG:3857"}),
+        save("a.gpx", R"(<gpx version="1.1" creator="x"><wpt lat="1" lon="2"/>
+<trk><name>Anna</name><trkseg><trkpt lat="47.371200001" lon="8.5401">
+<time>2012-12-18T11:58:00.251Z</time><hdop>2</hdop></trkpt></trkseg></trk>
+<trk><name>Bo</name><trkseg><trkpt lat="-33.5" lon="-70.25"><time>2012-12-18T11:59:00Z</time>
+</trkpt></trkseg></trk></gpx>)"),
+    };
+    for (const std::string& file : files) {
+        const Said all = said(file);
+        EXPECT_EQ(all.rows, fixes) << file;
+        EXPECT_EQ(all.end, "") << file;
+    }
+}
+
+TEST(Input, ReadsTimes) {
+    const std::string noWhole = "no whole number of 64 bits";
+    const std::string noIso = "no ISO 8601 time";
+    const std::string asUtc = "1 time has no offset and was read as UTC";
+    const std::string asSeconds = "1 time is a plain number and was read as seconds";
+    const struct {
+        std::string column;
+        std::int64_t time; // -1: a fault
+        std::string words; // of the fault, or of the remark
+        std::vector<std::string> texts;
+    } rows[] = {
+        {"time", 0, asSeconds, {"0", "0.0009", "-0"}},
+        {"time", 99999999999000, asSeconds, {"99999999999"}},
+        {"time", 100000000000, "", {"100000000000", "100000000000.9"}},
+        {"time_ms", 99999999999, "", {"99999999999"}},
+        {"time", 9223372036854775807, "", {"9223372036854775807"}},
+        {"time", 1355831880250, asSeconds, {"1355831880.25", "1355831880.2509"}},
+        {"time", -1, noWhole, {"9223372036854775808", "1.5e3", "13558 ", "1.x", "--1"}},
+        {"time", -1, "is negative", {"-1", "-0.5"}},
+        {"time", -1, "neither a number nor an ISO 8601 time", {"soon", "nan", ".5"}},
+        {"time", -1, "time is missing", {""}},
+        {"time", 0, "", {"1970-01-01T00:00:00Z", "1970-01-01T01:00+01"}},
+        {"time", -1, "before 1970", {"1969-12-31T23:59:59.999Z", "1970-01-01T00:59+01:00"}},
+        {"time_ms", 1355831880000, "", {"2012-12-18T11:58:00Z", "2012-12-18t11:58z"}},
+        {"t", 1355831880000, "", {"2012-12-18 12:58:00 +0100", "2012-12-18 06:28-05:30"}},
+        {"t", 1355831880000, "", {"2012-12-18 10:58-01", "2012-12-18 11:58:00 UTC"}},
+        {"t", 1355831880000, asUtc, {"2012-12-18 11:58", "2012-12-18T11:58:00.000999999"}},
+        {"t", 1355788800000, asUtc, {"2012-12-18"}},
+        {"t", -1, noIso, {"2012-12-18T11:58:00.1234567891", "2012-12-18T11:58:00.Z"}},
+        {"t", -1, noIso, {"2012-12-18T", "2012-12-18Z", "2012-12-18x11:58", "2012-12-18T11Z"}},
+        {"t", -1, noIso, {"2012-12-18T11:58+24:00", "2012-12-18T11:58+01:60", "2012-1-18"}},
+        {"t", -1, noIso, {"2012-12-18T11:58+1", "2012-12-18T11:58Z."}},
+        {"t", 1330473600000, asUtc, {"2012-02-29"}},
+        {"t", 951782400000, asUtc, {"2000-02-29"}},
+        {"t", -1, "calendar", {"2011-02-29", "2100-02-29", "2012-04-31", "2012-01-32"}},
+        {"t", -1, "calendar", {"2012-00-01", "2012-13-01", "2012-01-00"}},
+        {"t", 1325462399000, "", {"2012-01-01T23:59:59Z"}},
+        {"t", -1, "hour beyond 23", {"2012-01-01T24:00:00Z"}},
+        {"t", -1, "minute beyond 59", {"2012-01-01T23:60:00Z"}},
+        {"t", -1, "second beyond 59", {"2012-06-30T23:59:60Z"}},
+    };
+    for (const auto& [column, time, words, texts] : rows) {
+        for (const std::string& text : texts) {
+            const Said all =
+                said("t.csv", "entity,lat,lon," + column + "\na,1,2,\"" + text + "\"\n");
+            const std::string good = " " + std::to_string(time) + " -1 /";
+            EXPECT_TRUE(has(all.row(0), time < 0 ? words : good)) << text << ": " << all.row(0);
+            EXPECT_TRUE(time < 0 || has(all.remarks, words)) << text << ": " << all.remarks;
+            EXPECT_EQ(time < 0 || words.empty(), all.remarks.empty()) << text;
+        }
+    }
+    // The first number decides, though its row is bad, and although a later one looks otherwise.
+    const Said all = said("t.csv", "id,y,x,t\na,1,2,2012-12-18\n,1,2,7\na,1,2,200000000000\n"
+                                   "a,1,2,9223372036854775\n");
+    EXPECT_TRUE(has(all.row(2), " 200000000000000 ")) << all.row(2);
+    EXPECT_TRUE(has(all.row(3), "t is out of range")) << all.row(3);
+    // What is written can be read.
+    for (std::int64_t time = 0; time < 253402300800000; time += 86400000LL * 17 + 12345678) {
+        std::string text;
+        appendTime(text, time);
+        IsoTime back;
+        EXPECT_EQ(readIsoTime(text, back), nullptr) << text;
+        EXPECT_EQ(back.time, time) << text;
+    }
+}
+
+TEST(Input, FindsColumns) {
+    const std::string good = "e 1.000000000 2.000000000 3000 ";
+    const struct {
+        const char* header;
+        const char* row;
+        std::string words;
+        std::array<std::string, static_cast<std::size_t>(FixField::count)> columns = {};
+    } rows[] = {
+        {"entity,lat,lon,time_ms", "e,1,2,3000", good + "-1 /"},
+        {"USER_ID, Latitude ,\"LONG\",TS", "e,1,2,3", good + "-1 /"},
+        {"mmsi,y,x,DateTime,horizontal_accuracy,key", "e,1,2,3,4,k", good + "4 k/"},
+        {"device,lat,y,lng,time,HDOP,primary_key,secondary_key", "e,1,9,2,3,4,k,l",
+         good + "20 k/l"},
+        {"id,user,lat,lon,t,time,accuracy_m,accuracy,key,primary_key", "9,e,1,2,9,3,4,9,9,k",
+         good + "4 k/"},
+        {"name,id,lat,lon,time,hdop,accuracy", "9,e,1,2,3,9,4", good + "4 /"},
+        {"entity,lat,lon,time,hdop", "e,1,2,3,1e308", "hdop is out of range"},
+        {"lat,lon,time", "", "header has no column entity (nor entity_id, user,"},
+        {"entity,lat,time", "",
+         "no column lon (nor lng, long, longitude, x); it has entity, lat, "
+         "time; name the right one with --lon-column"},
+        {"entity,lat,lon", "", "no column time_ms"},
+        {"entity,lat,lon,time,lat", "", "two columns \"lat\"; name another with --lat-column"},
+        {"entity,Lat,LAT,lon,time", "", "columns \"Lat\" and \"LAT\"; name the one"},
+        {"user,mmsi,lat,lon,time", "", "columns \"user\" and \"mmsi\""},
+        {"user,mmsi,lat,lon,time", "9,e,1,2,3", good, {"mmsi"}},
+        {"a,b,c,d,e,f,g", "e,1,2,3,4,k,l", good + "4 k/l", {"a", "b", "c", "d", "e", "f", "g"}},
+        {"entity,lat,lon,time,A", "", "no column \"a\", which --entity-column names", {"a"}},
+        {"entity,lat,lon,time", "", "no column \"r\"", {"", "", "", "", "r"}},
+    };
+    for (const auto& [header, row, words, columns] : rows) {
+        InputOptions options;
+        options.file = save("c.csv", header + "\n"s + row + '\n');
+        options.columns = columns;
+        EXPECT_TRUE(has(said(options).row(0), words)) << header << said(options).row(0);
+    }
+}
+
+TEST(Input, SaysWhatIsBroken) {
+    const std::string header = "entity,lat,lon,time_ms\n";
+    const std::string good = header + "a,1,2,3\n";
+    const std::string json = "{\"id\":1,\"lat\":1,\"lon\":2,\"t\":3}\n";
+    const std::string zipped = packed(good + std::string(1 << 18, '\n'));
+    std::string gpx = R"(<gpx version="1.1" creator="x"><trk><trkseg>)";
+    for (int point = 0; point < 200; ++point) { // more than GDAL looks at before it begins
+        gpx += R"(<trkpt lat="1" lon="2"><time>2012-12-18T11:58:00Z</time></trkpt>)";
+    }
+    const auto feature = [](const std::string& geometry) {
+        return R"({"type":"Feature","properties":{"id":1,"t":9},"geometry":)" + geometry + "}";
+    };
+    std::string damaged = zipped;
+    damaged[zipped.size() - 5] ^= 1;                                             // in the check sum
+    const std::string wide = "a,1,2," + std::string(65528 - header.size(), '0'); // CR ends a piece
+    const std::string cutOff = "the input ends in the middle of a row";
+    const struct {
+        std::string file; // to be made, unless it cannot be
+        std::string bytes;
+        std::size_t fixes;
+        std::string words; // of what follows them
+    } rows[] = {
+        {"/no/such.csv", "", 0, "cannot open /no/such.csv: No such file"},
+        {"/no/such.gpkg", "", 0, "/no/such.gpkg"},
+        {"/", "", 0, "cannot read /: Is a directory"},
+        {"PG:host=/nowhere dbname=x", "", 0, "PG:host=/nowhere dbname=x: "},
+        {"b.csv", " \n\r\n", 0, "b.csv is empty"},
+        {"b.csv", header + "a,-90,180,3\na,-90.01,180,3\n", 1, "lat is out of range: \"-90.01\""},
+        {"b.csv", header + "a,90,-180,3\na,90,180.01,3\n", 1, "lon is out of range: \"180.01\""},
+        {"b.csv", header + wide + "3\r\n\"a,1\n", 1, "line 3: the input ends inside"},
+        {"b.csv", header + "a,1", 0, "line 2: " + cutOff},
+        {"b.csv", header + "a,1\n", 0, "2 fields where the header has 4"},
+        {"b.csv", header + "a,1,2,3,", 0, "5 fields"},
+        {"b.csv", good + "\"a,1\n", 1, "line 3: the input ends inside a quoted field"},
+        {"b.csv", good + std::string((1 << 20) - 1, 'x') + "\na", 1, "1 fields where"},
+        {"b.csv", good + std::string(1 << 20, 'x') + '\n', 1, "line 3: a row is longer than"},
+        {"b.csv", good + std::string(1 << 21, ','), 1, "line 3: a row is longer than"},
+        {"b.gz", zipped.substr(0, 9), 0, "the file is cut off"},
+        {"b.gz", zipped.substr(0, zipped.size() - 1), 1, "the file is cut off"},
+        {"b.gz", damaged, 1, "the gzip data is broken: incorrect data check"},
+        {"b.gz", zipped + "xyz", 1, "the gzip data is broken: incorrect header check"},
+        {"b.ndjson", "", 0, "b.ndjson is empty"},
+        {"b.ndjson", "{\"id\":1}\n", 0, "the first object has no column lat"},
+        {"b.ndjson", json + "{\"id\":1,\"la", 1, "line 2: " + cutOff},
+        {"b.ndjson", json + "{\"id\":null}\n", 1, "id is missing"},
+        {"b.ndjson", json + "{\"id\":[1]}\n", 1, "id is nested"},
+        {"b.ndjson", json + "{\"id\":true}\n", 1, "id is true or false"},
+        {"b.ndjson", json + "{\"id\":1,\"id\":1}\n", 1, "id stands there twice"},
+        {"b.ndjson", json + std::string(1 << 20, ' ') + '\n', 1, "longer than 1 MiB"},
+        {"b.geojson", feature("null"), 0, "geometry is missing"},
+        {"b.geojson", feature(R"({"type":"Point","coordinates":[2,91]})"), 0,
+         "lat is out of range: \"91\""},
+        {"b.geojson", feature(R"({"type":"LineString","coordinates":[[1,2],[3,4]]})"), 0,
+         "no point but a LINESTRING"},
+        {"b.geojson", "{\"type\":\"FeatureCollection\",\"features\":[" + feature("null"), 0,
+         "b.geojson: At line 1"},
+        {"b.gpx", gpx, 128, "XML parsing of GPX file failed"},
+        {"waypoints.gpx", "<gpx version=\"1.1\" creator=\"x\"></gpx>", 0, "no layer has"},
+    };
+    for (const auto& [file, bytes, fixes, words] : rows) {
+        const bool isMade = file.find_first_of("/:") == std::string::npos;
+        const Said all = isMade ? said(file, bytes) : said(file);
+        EXPECT_TRUE(has(all.row(fixes), words)) << file << all.row(fixes);
+        EXPECT_TRUE(fixes == 0 || has(all.row(0), ".000000000 ")) << file << all.row(0);
+    }
+    for (const std::string row :
+         {"{\"id\":1,\"la", "[1]", "{} {}", "{\"id\":\"\xFF\"}", "{\"lat\":01}"}) {
+        const Said all = said("b.ndjson", json + row + "\n{\"accuracy\":7," + json.substr(1));
+        EXPECT_TRUE(has(all.row(1), "not one JSON object")) << all.row(1);
+        EXPECT_EQ(all.row(2), "1 1.000000000 2.000000000 3000 7 /");
+        EXPECT_EQ(all.verbatim[1], row);
+    }
+    InputOptions options;
+    options.file = save("b.gpx", gpx + "</trkseg></trk></gpx>");
+    for (const std::string layer : {"tracks", "cars"}) {
+        options.layer = layer;
+        const std::string words = layer == "cars" ? "no layer \"cars\"; the layers are waypoints"
+                                                  : "layer \"tracks\" has no column time";
+        EXPECT_TRUE(has(said(options).row(0), words)) << said(options).row(0);
+    }
+}
+
+std::string withoutBlanks(std::string text) {
+    for (const char blank : {' ', '\t', '\r', '\n'}) {
+        text.erase(std::remove(text.begin(), text.end(), blank), text.end());
+    }
+    return text;
+}
+
+TEST(Input, LosesNothingOfRandomBytes) {
+    const std::string header = "entity,lat,lon,time\n";
+    const std::string alphabets[] = {",\"\n\ra1 \t", "a,1,2,3\n", "{}[]:,\"\\i1\n", "\x1F\x8B\n{,"};
+    for (std::mt19937::result_type seed = 0; seed < 200; ++seed) {
+        std::mt19937 random(seed);
+        const std::string& alphabet = alphabets[seed % std::size(alphabets)];
+        std::string bytes;
+        for (auto size = random() % (seed % 25 == 0 ? 150000U : 300U); size > 0; --size) {
+            bytes +=
+                seed % 7 == 0 ? static_cast<char>(random()) : alphabet[random() % alphabet.size()];
+        }
+        for (const std::string name : {"r.ndjson", "r.gz", "r.tsv"}) {
+            said(name, bytes); // neither crashes nor hangs
+        }
+        const Said all = said("r.csv", header + bytes);
+        std::string rows;
+        for (const std::string& row : all.verbatim) {
+            rows += row + '\n';
+        }
+        const std::string kept = withoutBlanks(rows);
+        EXPECT_EQ(kept, withoutBlanks(bytes).substr(0, kept.size())) << seed;
+        EXPECT_TRUE(!all.end.empty() || kept == withoutBlanks(bytes)) << seed;
+        const Said again = said("r.csv", header + rows);
+        EXPECT_EQ(again.rows, all.rows) << seed;
+        EXPECT_EQ(again.verbatim, all.verbatim) << seed;
+    }
+}
+
+} // namespace

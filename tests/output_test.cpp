@@ -1,0 +1,308 @@
+#include "tools/Failure.h"
+#include "tools/output/ResultWriter.h"
+#include "tools/output/cellShape.h"
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <ogrsf_frmts.h>
+#include <random>
+#include <simdjson.h>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using namespace host;
+using Texts = std::vector<std::string>;
+
+const std::vector<Column> kColumns = {{"entity", ColumnKind::text},
+                                      {"total", ColumnKind::whole},
+                                      {"lat", ColumnKind::degrees},
+                                      {"time", ColumnKind::time},
+                                      {"end", ColumnKind::boxEnd}};
+const Schema kSingle{"found", kColumns, false};
+const Schema kSeveral{"found", kColumns, true};
+
+struct Sample {
+    ResultRow row;
+    Texts read; ///< what comes out of a file: fields and corners
+};
+
+Sample sample(const char* entity, std::int64_t total, double lat, std::int64_t time,
+              std::int64_t end, const char* cell, Texts read) {
+    return {{{{entity}, {"", total}, {"", 0, lat}, {"", time}, {"", end}}, {SpaceBox(cell)}}, read};
+}
+
+constexpr std::int64_t kLast = 253402300799999;
+const char kLastText[] = "9999-12-31T23:59:59.999Z";
+const std::string kBad = "\xEF\xBF\xBD";
+const Sample kSamples[] = {
+    sample(
+        "", 7, 1e-6, 1, kLast, "u",
+        {"", "7", "0.000001", "1970-01-01T00:00:00.001Z", kLastText, "0 45,45 45,45 90,0 90,0 45"}),
+    sample("a \"b\",\nc", -1, -0.5, -1, kLast + 1, "h",
+           {"a \"b\",\nc", "-1", "-0.500000", "1969-12-31T23:59:59.999Z", "ever",
+            "0 -90,45 -90,45 -45,0 -45,0 -90"}),
+    sample("\x01\x1f\\/\xc3\xab", 9007199254740993, 89.25, kLast, 1, "",
+           {"\x01\x1f\\/\xc3\xab", "9007199254740993", "89.250000", kLastText,
+            "1970-01-01T00:00:00.001Z", "-180 -90,180 -90,180 90,-180 90,-180 -90"}),
+    sample("\xff\xc3(\xed\xa0\x80o\xe2\x82", -9007199254740993, -90.0, 1355831610250, INT64_MAX,
+           "s3",
+           {kBad + kBad + "(" + kBad + kBad + kBad + "o" + kBad + kBad, "-9007199254740993",
+            "-90.000000", "2012-12-18T11:53:30.250Z", "ever",
+            "11.25 5.625,22.5 5.625,22.5 11.25,11.25 11.25,11.25 5.625"})};
+
+std::string contents(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::string fieldText(const OGRFeature& feature, int field) {
+    const OGRFieldType type = feature.GetFieldDefnRef(field)->GetType();
+    if (type == OFTReal) {
+        return std::to_string(feature.GetFieldAsDouble(field));
+    }
+    if (type != OFTDateTime) {
+        return feature.GetFieldAsString(field);
+    }
+    int f[6] = {}; // year to minute, then the zone, where 100 is UTC
+    float second = 0;
+    const bool isSet =
+        feature.GetFieldAsDateTime(field, f, f + 1, f + 2, f + 3, f + 4, &second, f + 5) != 0;
+    EXPECT_EQ(f[5], isSet ? 100 : 0);
+    return isSet ? CPLSPrintf("%04d-%02d-%02dT%02d:%02d:%06.3fZ", f[0], f[1], f[2], f[3], f[4],
+                              static_cast<double>(second))
+                 : "ever";
+}
+
+/// All features of the file, fields and shape; sorted, as formats have an order of their own.
+std::vector<Texts> readMap(const fs::path& file) {
+    GDALAllRegister();
+    std::vector<Texts> rows;
+    const GDALDatasetUniquePtr data(GDALDataset::Open(file.c_str(), GDAL_OF_VECTOR));
+    for (const auto& feature : *data->GetLayerByName("found")) {
+        rows.emplace_back();
+        for (int i = 0; i < feature->GetFieldCount(); ++i) {
+            rows.back().push_back(fieldText(*feature, i));
+        }
+        rows.back().push_back(feature->GetGeometryRef()->exportToWkt());
+    }
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
+struct Output : testing::Test {
+    Output() { fs::create_directory(folder); }
+    ~Output() override { fs::remove_all(folder); }
+
+    fs::path file(const std::string& ending) const { return folder / ("out" + ending); }
+
+    /// Writes the samples so many times; not finished.
+    std::unique_ptr<ResultWriter> write(const std::string& ending, int times,
+                                        const Schema& schema = kSingle) const {
+        auto writer = openResultWriter({file(ending)}, schema);
+        for (int i = 0; i < times; ++i) {
+            std::for_each(std::begin(kSamples), std::end(kSamples),
+                          [&](const Sample& each) { writer->writeRow(each.row); });
+        }
+        return writer;
+    }
+    std::ptrdiff_t fileCount() const {
+        return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+    }
+
+    fs::path folder = fs::temp_directory_path() / ("qorvel-output-" + std::to_string(getpid()));
+};
+
+} // namespace
+
+TEST_F(Output, MapsAreReadBack) {
+    for (const std::string ending : {".geojson", ".GPKG", ".fgb"}) {
+        for (const Schema& schema : {kSingle, kSeveral}) {
+            std::vector<Texts> expected;
+            for (const Sample& each : kSamples) {
+                const std::string ring = "((" + each.read.back() + "))";
+                expected.push_back(each.read);
+                expected.back().back() =
+                    schema.hasSeveralCells ? "MULTIPOLYGON (" + ring + ")" : "POLYGON " + ring;
+            }
+            std::sort(expected.begin(), expected.end());
+            write(ending, 1, schema)->finish();
+            EXPECT_EQ(readMap(file(ending)), expected) << ending;
+            write(ending, 0, schema)->finish();
+            EXPECT_EQ(readMap(file(ending)), std::vector<Texts>()) << ending;
+        }
+    }
+    EXPECT_EQ(fileCount(), 3);
+}
+
+TEST_F(Output, TextsAreExact) {
+    write(".csv", 1)->finish();
+    EXPECT_TRUE(contents(file(".csv"))
+                    .starts_with("entity,total,lat,time,end\n"
+                                 ",7,0.0000010,1970-01-01T00:00:00.001Z,9999-12-31T23:59:59.999Z\n"
+                                 "\"a \"\"b\"\",\nc\",-1,-0.5000000,1969-12-31T23:59:59.999Z,ever\n"
+                                 "\x01\x1f\\/\xc3\xab,9007199254740993,"));
+    write(".jsonl", 1)->finish();
+    simdjson::dom::parser parser;
+    const Sample* next = kSamples;
+    for (const auto line : parser.load_many(file(".jsonl").string())) {
+        EXPECT_EQ(line["entity"].get_string().value(), next->read[0]);
+        EXPECT_EQ(simdjson::to_string(line["total"]), next->read[1]);
+        EXPECT_EQ(line["end"].get_string().value(), next->read[4]);
+        ++next;
+    }
+    EXPECT_EQ(next, std::end(kSamples));
+    write(".json", 3)->finish();
+    EXPECT_EQ(parser.load(file(".json").string())["features"].get_array().size(), 12U);
+}
+
+TEST_F(Output, ThreadsAppendTheSame) {
+    for (const std::string ending : {".csv", ".ndjson", ".geojson"}) {
+        const auto writer = write(ending, 0, kSeveral);
+        Texts texts(4);
+        std::vector<std::thread> threads;
+        for (std::string& text : texts) {
+            threads.emplace_back([&] {
+                for (const Sample& each : kSamples) {
+                    writer->append(text, each.row);
+                }
+            });
+        }
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            threads[i].join();
+            writer->writeText(texts[i]);
+        }
+        writer->finish();
+        const std::string parallel = contents(file(ending));
+        write(ending, 4, kSeveral)->finish();
+        EXPECT_EQ(contents(file(ending)), parallel) << ending;
+    }
+}
+
+TEST_F(Output, RefusesWhatItCannotWrite) {
+    fs::create_directory(file(".csv"));
+    const std::string missing = folder / "none" / "out";
+    const struct {
+        OutputOptions options;
+        ExitCode code;
+        const char* words;
+    } cases[] = {
+        {{file(".csv")}, ExitCode::broken, "Is a directory"},
+        {{missing + ".csv"}, ExitCode::broken, "none: No such file or directory"},
+        {{missing + ".gpkg"}, ExitCode::broken, "none: No such file or directory"},
+        {{"/dev/full"}, ExitCode::broken, "/dev/full: No space left on device"},
+        {{"/dev/full", OutputFormat::ndjson}, ExitCode::broken, "No space left on device"},
+        {{"/dev/full", OutputFormat::geojson}, ExitCode::broken, "No space left on device"},
+        {{file(".xyz")}, ExitCode::usage, ".csv .ndjson .jsonl .geojson .json .gpkg .fgb"},
+        {{"-", OutputFormat::geopackage}, ExitCode::usage, "standard output"},
+        {{"/dev/null", OutputFormat::flatgeobuf}, ExitCode::usage, "/dev/null"}};
+    for (const auto& [options, code, words] : cases) {
+        try {
+            const auto writer = openResultWriter(options, kSingle);
+            writer->writeRow(kSamples[0].row);
+            writer->finish();
+            ADD_FAILURE() << options.file;
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.code(), code);
+            EXPECT_NE(std::string(failure.what()).find(words), std::string::npos) << failure.what();
+        }
+        EXPECT_EQ(fileCount(), 1);
+    }
+}
+
+TEST_F(Output, OldFileStaysUntilTheNewOneIsComplete) {
+    for (const std::string ending : {".geojson", ".gpkg", ".fgb"}) {
+        std::ofstream(file(ending)) << "old";
+        write(ending, 1000).reset();
+        EXPECT_EQ(fileCount(), 1) << ending;
+        const fs::path kept = write(ending, 1000)->abandon();
+        EXPECT_EQ(readMap(kept).size(), 4000U) << ending;
+        EXPECT_EQ(contents(file(ending)), "old");
+        fs::remove(kept);
+        fs::remove(file(ending));
+    }
+}
+
+/// The largest file that a process may write stands in for the room on a disk.
+TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit before = limit;
+    for (const std::string ending : {".csv", ".ndjson", ".geojson", ".gpkg", ".fgb"}) {
+        write(ending, 1000)->finish();
+        const auto size = fs::file_size(file(ending));
+        fs::remove(file(ending));
+        for (const auto room : {size - 1, size - 5000, size / 2, std::uintmax_t{1000}}) {
+            limit.rlim_cur = room;
+            setrlimit(RLIMIT_FSIZE, &limit);
+            EXPECT_THROW(write(ending, 1000)->finish(), Failure) << ending << ' ' << room;
+            setrlimit(RLIMIT_FSIZE, &before);
+            EXPECT_EQ(fileCount(), 0) << ending << ' ' << room;
+        }
+    }
+}
+
+TEST(CellShape, IsExactlyWhatTheCellCovers) {
+    for (std::uint32_t depth = 0; depth <= 15; ++depth) {
+        double area = 0.0;
+        for (std::uint64_t bits = 0; bits < std::uint64_t{1} << depth; ++bits) {
+            const SpaceBox cell(depth == 0 ? 0 : bits << (64 - depth), 0, depth);
+            const auto [west, south, east, north] = cellBounds(cell);
+            ASSERT_TRUE(SpaceBox(south, west, depth) == cell);
+            ASSERT_TRUE(SpaceBox(north - 1e-9, east - 1e-9, depth) == cell);
+            ASSERT_TRUE(east == 180.0 || cellBounds(SpaceBox(south, east, depth)).west == east);
+            ASSERT_TRUE(north == 90.0 || cellBounds(SpaceBox(north, west, depth)).south == north);
+            area += (east - west) * (north - south);
+        }
+        EXPECT_EQ(area, 360.0 * 180.0) << depth;
+    }
+}
+
+TEST(CellShape, HalvesDownToAPoint) {
+    std::mt19937_64 random(1);
+    SpaceBox cell(random(), random(), 0);
+    for (CellBounds parent = cellBounds(cell); cell.getGeoHashBitDepth() < 128;) {
+        cell.setGeoHashBitDepth(cell.getGeoHashBitDepth() + 1);
+        const CellBounds b = cellBounds(cell);
+        ASSERT_TRUE(b.west == parent.west || b.east == parent.east);
+        ASSERT_TRUE(b.south == parent.south || b.north == parent.north);
+        ASSERT_TRUE(b.west <= b.east && b.south <= b.north);
+        ASSERT_EQ(cellPolygon(cell)->getExteriorRing()->getNumPoints(), 5);
+        parent = b;
+    }
+    EXPECT_EQ(cellUnion({cell, SpaceBox("s")})->getNumGeometries(), 1) << "a point adds no area";
+    EXPECT_EQ(cellUnion({cell, cell})->getNumGeometries(), 2) << "points alone stay";
+}
+
+TEST(CellShape, UnionIsValidInAGis) {
+    const struct {
+        std::vector<SpaceBox> cells;
+        int polygons;
+        double area;
+    } cases[] = {
+        {{{"s0"}, {"s1"}}, 1, 2},          // a common side
+        {{{"s0"}, {"s3"}}, 2, 2},          // a common corner
+        {{{"s0"}, {"s0"}, {"s01"}}, 1, 1}, // one over the other
+        {{{"s0"}, {"s1"}, {"s4"}, {"s2"}, {"s6"}, {"s8"}, {"s9"}, {"sd"}}, 1, 8} // a hole
+    };
+    for (const auto& [cells, polygons, area] : cases) {
+        const auto shape = cellUnion(cells);
+        EXPECT_TRUE(shape->IsValid());
+        EXPECT_EQ(shape->getNumGeometries(), polygons);
+        EXPECT_EQ(shape->get_Area(), area * 11.25 * 5.625);
+        for (const OGRPolygon* polygon : *shape) {
+            EXPECT_FALSE(polygon->getExteriorRing()->isClockwise());
+            for (int hole = 0; hole < polygon->getNumInteriorRings(); ++hole) {
+                EXPECT_TRUE(polygon->getInteriorRing(hole)->isClockwise());
+            }
+        }
+    }
+}

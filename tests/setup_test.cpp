@@ -1,0 +1,344 @@
+// From a configuration to the library: what is read, what is objected to, and what becomes of rows.
+#include "tools/commands/explainCommand.h"
+#include "tools/commands/geohashCommand.h"
+#include "tools/setup/checkTracks.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <list>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <unistd.h>
+
+namespace {
+
+using namespace host;
+
+/// A file that goes with its owner.
+struct Scratch {
+    const std::string name = testing::TempDir() + "qorvel-setup-" + std::to_string(getpid());
+    explicit Scratch(const std::string& text) { std::ofstream(name, std::ios::binary) << text; }
+    ~Scratch() { std::filesystem::remove(name); }
+};
+
+Config configOf(const std::string& text) {
+    return readConfig(Scratch(text).name);
+}
+
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+const std::string kLeast = "[[master]]\n[[assignment]]\n[[hangout]]\n";
+
+TEST(Setup, ReadsEveryValueIntoTheRecords) {
+    const Config config = configOf(R"(
+master = [{name = "one", cell_length = 7, box = "2 Days"}, {name = "other"}]
+[[assignment]]
+master = "one"
+primary_key = "ship"
+secondary_key = "cargo"
+max_space_tolerance = 50
+max_time_tolerance = 0
+geohashes = ["u0q", "U0R"]
+latitude = -47.5
+longitude = 8.5
+radius = 3e3
+space_factor = 0.25
+time_factor = 0.5
+[[presence]]
+master = "one"
+primary_key = "ship"
+secondary_key = "cargo"
+window = "3 hours"
+min_count = 4294967295
+ratio = 0.125
+[[presence]]
+master = "other"
+window = "59 minutes"
+[[hangout]]
+master = "other")");
+    const Library presence(config, Use::presence);
+    const STBMasterRow& master = presence.masters().front();
+    EXPECT_EQ(std::tuple(master.stbSpec.geoHashBitDepth, master.stbSpec.getDurationMillis()),
+              std::tuple(35U, 172800000U));
+    const STBAssignmentRow& row = presence.assignments().front();
+    const std::tuple ids(PrimaryKey::getPrimaryKeyInt("ship"),
+                         SecondaryKey::getSecondaryKeyInt("cargo"), master.masterId);
+    EXPECT_EQ(std::tuple(row.primaryKeyId, row.secondaryKeyId, row.masterId), ids);
+    EXPECT_EQ(row.spaceBoxes, (std::list<SpaceBox>{SpaceBox("u0q"), SpaceBox("u0r")}));
+    EXPECT_EQ(std::tuple(row.maxSpaceTolerance, row.maxTimeTolerance, row.latitude, row.longitude,
+                         row.radius, row.spaceToleranceFactor, row.timeToleranceFactor),
+              std::tuple(50.0, 0U, -47.5, 8.5, 3000.0, 0.25, 0.5));
+    const STBCompressionSpec& spec = presence.specs().front();
+    EXPECT_TRUE(std::tuple(spec.primaryKeyId, spec.secondaryKeyId, spec.masterId) == ids);
+    EXPECT_EQ(std::tuple(spec.windowMillis, spec.minCount, spec.ratio),
+              std::tuple(10800000U, 4294967295U, 0.125));
+    EXPECT_EQ(presence.lookBack(), 10800000);                      // the longest window
+    EXPECT_EQ(Library(config, Use::hangouts).lookBack(), 3600000); // the box of the master used
+    EXPECT_EQ(Library(config, Use::boxes).lookBack(), -1);
+}
+
+TEST(Setup, TakesEveryFixByDefault) {
+    const MotionProcessor processor = Library(configOf(kLeast), Use::hangouts).makeProcessor();
+    EventMaker maker({1e300, 1});
+    Event event;
+    for (const auto& [latitude, longitude] :
+         {std::pair(-90.0, -180.0), {0.0, 0.0}, {89.9, 179.9}}) {
+        std::list<SpaceTimeBox> boxes;
+        ASSERT_EQ(maker.make({"a", latitude, longitude, 0, {}, "", ""}, event), "");
+        processor.getSTB(event, boxes);
+        EXPECT_FALSE(boxes.empty()) << latitude << ' ' << longitude;
+    }
+    EXPECT_TRUE(has(maker.make({"a", 91, 0, 0, {}, "", ""}, event), "ERROR_EVENT_1,"));
+    EXPECT_EQ(maker.make({"a", 90, 0, 0, {}, "ship", ""}, event), "");
+}
+
+/// What is said of a configuration, a line each.
+std::string judgement(const std::string& text) {
+    std::string said;
+    try {
+        const Config config = configOf(text);
+        for (const ConfigFault& fault : checkConfig(config, Use::hangouts)) {
+            said += describe(fault, config.file) + '\n';
+        }
+    } catch (const Failure& failure) {
+        said = failure.what() + std::string("\n");
+    }
+    return said;
+}
+
+/// Of each line, what its comment has is said, and nothing else.
+void expectAsRemarked(const std::string& text) {
+    const std::string said = judgement(text);
+    std::istringstream lines(text);
+    std::string line;
+    for (int number = 1; std::getline(lines, line); ++number) {
+        const auto remark = line.find("# ");
+        const std::string where = ", line " + std::to_string(number) + ": ";
+        EXPECT_EQ(has(said, where), remark != std::string::npos) << where << line << '\n' << said;
+        EXPECT_TRUE(remark == std::string::npos || has(said, where + line.substr(remark + 2)))
+            << where << line << '\n'
+            << said;
+        EXPECT_EQ(said.find(where), said.rfind(where)) << said;
+    }
+}
+
+TEST(Setup, TellsWhereAFaultIsAndWhatItIs) {
+    expectAsRemarked(kLeast);
+    expectAsRemarked("[[master]]\nbox =  # Error while parsing");
+    expectAsRemarked("master = [{name = 'a'}, {name = 'b'}]\n[[assignment]] # needs a master");
+    expectAsRemarked("master = [\n{name = 'a'}, \n{}] # one of several masters needs a name");
+    expectAsRemarked(kLeast + R"(windw = '1 days'  # "windw" is not known; did you mean window?
+window = 5        # window: want a text
+min_count = -1    # min_count: want a whole number
+ratio = '1'       # ratio: want a number
+[[hangout]]
+min_count = 1.0   # min_count: want a whole number from 0 to 4294967295
+ratio = 1
+[[hangout]]
+min_count = 4294967296    # min_count: want a whole number from 0 to 4294967295
+window = '5 minute'       # window: "5 minute": want a count and a unit
+[[hangout]]
+window = '0 hours'        # window: "0 hours": a count of 0
+[[assignments]]           # "assignments" is not known; did you mean [[assignment]]?
+[presence]                # want [[presence]]
+[[assignment]]
+geohashes = ['u0', 3]     # geohashes: want a text
+[[assignment]]            # latitude, longitude and radius
+radius = 1)");
+    expectAsRemarked(R"(assignment = [{master = 'hour'}, {master = 'year'}, {master = 'wide'},
+{master = 'x'}, # master "x": An assignment row names a master row that is not there
+{master = 'hour', space_factor = 1.5}, # space_factor: The factor
+{master = 'hour', time_factor = nan}, # space_factor and time_factor must be numbers
+{master = 'hour', max_space_tolerance = nan}, # max_space_tolerance, latitude, longitude and
+{master = 'hour', max_time_tolerance = 2}, # max_time_tolerance: The largest time tolerance can
+{master = 'hour', geohashes = ['u0', 'ua']}, # geohash "ua": A geohash has a character that
+{master = 'hour', geohashes = ["u\u0000a"]}, # a geohash holds a NUL
+{master = 'hour', geohashes = ['']}, # warning: geohash "" is the whole world
+{master = 'hour', geohashes = ['0123456789bc']},
+{master = 'hour', geohashes = ['0123456789bcd']}, # warning: geohash "0123456789bcd": of 13 to 22
+{master = '50', primary_key = 'bus'}, # warning: no [[presence]] or [[hangout]] looks at what it
+{master = '49', primary_key = 'bus'}, {master = '1'}, {master = '2'}, {master = 'ever'},
+{master = 'none'}] # warning: no [[presence]] or [[hangout]] looks at
+master = [{name = 'hour', cell_length = 25},
+{name = 'year', box = '1 years'}, # warning: box "1 years" counts as 17.3 days wherever
+{name = '49', box = '49 days', cell_length = 4},
+{name = '50', box = '50 days'}, # warning: box "50 days" counts as 6.95 hours; lengths count in
+{name = '1', box = '1 months'},
+{name = '2', box = '2 months'}, # warning: box "2 months" counts as 10.3 days
+{name = 'ever', box = 'ever', cell_length = 3}, # warning: cell_length 3 makes cells of 157 km x 157
+{name = 'wide', cell_length = 858993460}, # cell_length must be 0 to 25 characters [ERROR_SPACEBOXS
+{name = 'idle'}, # warning: no assignment uses the master "idle"
+{name = 'hour'}, # a master "hour" is already defined on line 15
+{name = 'none', box = '536870912 seconds'}] # box "536870912 seconds": lengths count in 32 bits, and
+presence = [{master = 'hour'}, {master = '1'}, {master = '2'}, {master = 'wide'},
+{master = 'ever', window = '50 days'}, # warning: window "50 days" counts as 6.95 hours
+{master = '49', primary_key = 'bus'},
+{master = '49', primary_key = 'ship'}] # warning: no assignment of its master takes fixes for it
+hangout = [{master = 'hour', window = '3599999 milliseconds'},
+{master = 'hour', window = '1 hours'}, # box must be longer than window, but "1 hours" counts as 1 ho
+{master = 'year', window = '17 days'},
+{master = 'year', window = '18 days'}, # box must be longer than window, but "1 years" counts as 17.
+{master = 'hour', primary_key = 'ship'},
+{master = 'hour', min_count = 0}, # min_count must be at least 1
+{master = 'hour', min_count = 1},
+{master = 'hour', ratio = 1.01}, # ratio: The ratio is not between 0 and 1. [ERROR_COMPRESSIONSPEC_1
+{master = 'x'}, # master "x": A spec names
+{master = 'hour', min_count = 1}] # warning: the same as on line 36
+)");
+    EXPECT_TRUE(has(judgement(""), ": there is no [[master]]"));
+    EXPECT_TRUE(has(judgement("[[master]]"), ": there is no [[assignment]]"));
+    EXPECT_TRUE(has(judgement("[[master]]\n[[assignment]]\n[[presence]]"), "no [[hangout]]"));
+    EXPECT_TRUE(checkConfig(readConfig(QORVEL_EXAMPLES "/config.toml")).empty());
+    EXPECT_THROW(readConfig("/"), Failure);
+}
+
+TEST(Setup, NamesOptionsWhereThereIsNoFile) {
+    Config config{"", {{"default", 26, {1, "hour"}}}, {{}}, {{}}, {}};
+    config.assignments[0].spaceFactor = config.presence[0].ratio = 2.0;
+    config.assignments[0].maxTimeTolerance = 2;
+    config.presence[0].minCount = 0;
+    const std::string said = '\n' + describeErrors(checkConfig(config), "");
+    for (const char* start :
+         {"--cell-length must", "--box \"1 hour\":", "--space-factor:", "--time-tolerance:",
+          "--ratio:", "--min-count must", "--box must be longer than --window"}) {
+        EXPECT_TRUE(has(said, std::string("\n") + start)) << start << said;
+    }
+}
+
+const std::string kHeader = "entity,lat,lon,time_ms,accuracy_m,primary_key,secondary_key\n";
+
+std::string explained(const Config& config, Use use, const std::string& rows, std::uint64_t row) {
+    const Scratch data(kHeader + rows);
+    const std::uint32_t timeTolerance = use == Use::boxes ? 1 : 0;
+    const ExplainOptions options{config, use, {data.name, {}, {}, {}, {}}, {30.0, timeTolerance},
+                                 row,    0};
+    return explain(options, *openFixSource(options.input));
+}
+
+TEST(Explain, TellsWhichTestFails) {
+    const std::string place = "latitude = 47\nlongitude = 8.001\nradius = ";
+    const struct {
+        const char* test;
+        std::string bad, good; // both sides of what is wanted
+    } rows[] = {
+        {"primary key", "primary_key = 'bus'", "primary_key = 'ship'"},
+        {"secondary key", "secondary_key = 'Red'", "secondary_key = 'red'"},
+        {"space tolerance", "max_space_tolerance = 19.9", "max_space_tolerance = 20"},
+        {"time tolerance", "max_time_tolerance = 0", "max_time_tolerance = 1"},
+        {"distance", place + "75.9", place + "76"},
+        {"area", "geohashes = ['u0mk', 'u0mhx']", "geohashes = ['u', 'u0mk']"},
+    };
+    for (const auto& [test, bad, good] : rows) {
+        for (const std::string& line : {bad, good}) {
+            const std::string red = has(line, "sec") ? "\n" : "\nsecondary_key = 'red'\n";
+            const std::string said = explained(configOf("[[master]]\n[[assignment]]" + red + line),
+                                               Use::boxes, "a,47,8,1000,20,ship,red\n", 1);
+            EXPECT_EQ(has(said, std::string("  FAILS   ") + test), line == bad) << said;
+            EXPECT_EQ(said.find("  FAILS   "), said.rfind("  FAILS   ")) << said;
+            EXPECT_EQ(has(said, "no result: no assignment takes it."), line == bad) << said;
+            EXPECT_EQ(has(said, "  touches cell u0"), line == good) << said;
+        }
+    }
+}
+
+TEST(Explain, TellsHowFarAStayHasCome) {
+    std::string rows = "b,47,8,0,20,,\n"; // others do not count, nor do bad rows
+    for (int minute = 58; minute < 78; ++minute) {
+        rows += minute == 60 ? "a,91,8,0,20,,\n" : "";
+        rows += "a,47,8.001," + std::to_string(minute * 60000) + ",0,,\n";
+    }
+    rows += "a,90,8,4680000,0,,\na,47,8.001,4740000,0,,\n";
+    const struct {
+        std::uint64_t row;
+        Use use;
+        const char* words;
+    } wanted[] = {
+        {4, Use::hangouts, "So the row is rejected: lat is out of range"},
+        {2, Use::hangouts, "1 of 5 fixes, since 1970-01-01T00:58:00Z; 0 ms of 15 minutes"},
+        {6, Use::hangouts, "01:00:00Z: 2 fixes, ratio 0.4 of 1; not found yet"},
+        {17, Use::hangouts, "14 minutes of 15 minutes"},
+        {17, Use::hangouts, "no result: what it belongs to is not enough yet"},
+        {18, Use::hangouts, "02:00:00Z: 14 fixes, ratio 2.8 of 1; found by this row"},
+        {19, Use::hangouts, "; found before, by line 19"},
+        {19, Use::hangouts, "no result: what it belongs to was found before"},
+        {23, Use::hangouts, "no result: no cell holds it"},
+        {24, Use::hangouts, "1 of 5 fixes"}, // elsewhere in between
+        {6, Use::presence, "4 of 5 fixes"},
+        {7, Use::presence, "02:00:00Z: 3 fixes, ratio 0.6 of 0.5; found by this row"},
+        {22, Use::presence, "15 of 5 fixes"}, // within a quarter of an hour
+        {7, Use::boxes, "So the row gives 1 result."},
+    };
+    Config config = configOf(kLeast + "[[presence]]\nratio = 0.5");
+    for (const auto& [row, use, words] : wanted) {
+        const std::string said = explained(config, use, rows, row);
+        EXPECT_TRUE(has(said, words)) << words << '\n' << said;
+    }
+    EXPECT_THROW(explained(config, Use::boxes, rows, 25), Failure);
+    config.hangouts[0].primaryKey = "ship";
+    EXPECT_TRUE(has(explained(config, Use::hangouts, rows, 4), "nothing looks at what"));
+}
+
+TEST(Tracks, AreHeldAgainstTheConfiguration) {
+    const Config config = configOf(R"(master = [{name = 'm'}, {name = 'n'}]
+assignment = [{master = 'm'},
+{master = 'n', secondary_key = 'x'}]
+presence = [{master = 'm'},
+{master = 'n'}]
+hangout = [{master = 'm', window = '9 minutes'},
+{master = 'm', primary_key = 'bus'}])");
+    const Scratch data(kHeader + "a,47,8,0,,,\nb,47,8,10,,,\na,47,8,x,,,\na,47,8,600000,,ship,\n"
+                                 "a,90,8,1200000,,,\nb,47,8,20,,,\n");
+    const TrackFigures figures =
+        checkTracks(config, {}, *openFixSource({data.name, {}, {}, {}, {}}));
+    EXPECT_EQ(std::tuple(figures.rows, figures.rejected, figures.untaken), std::tuple(6U, 1U, 1U));
+    EXPECT_EQ(figures.medianGap, 600000);
+    std::string said;
+    for (const ConfigFault& warning : figures.warnings) {
+        said += std::to_string(warning.line) + warning.sentence.substr(0, 24) + '\n';
+    }
+    EXPECT_EQ(said,
+              "01 of 5 rows have no boxe\n3no row has the keys that\n5no row has keys that lea\n"
+              "6window \"9 minutes\" is sh\n7no row has keys that lea\n");
+}
+
+using Task = GeohashOptions::Task;
+
+std::string answer(Task task, const std::string& text) {
+    return answerGeohash({task, 0.0, 0.0, 0, text});
+}
+
+TEST(Geohash, GoesThereAndBack) {
+    for (std::uint32_t bits = 5; bits <= 60; bits += 5) {
+        for (const double latitude : {-90.0, -47.3712, 0.0, 89.99}) {
+            const std::string cell = answerGeohash({Task::encode, latitude, 179.9999999, bits, ""});
+            const std::string name = cell.substr(0, bits / 5);
+            EXPECT_EQ(cell, name + '\n');
+            const std::string centre = answer(Task::centroid, name);
+            const auto comma = centre.find(',');
+            EXPECT_EQ(answerGeohash({Task::encode, std::stod(centre),
+                                     std::stod(centre.substr(comma + 1)), bits, ""}),
+                      cell);
+            std::string around = answer(Task::neighbours, name);
+            EXPECT_TRUE(
+                has(around, ',' + answerGeohash({Task::encode, latitude, -180.0, bits, ""})));
+            for (std::istringstream fields(around); std::getline(fields, around, ',');) {
+                const std::string other = around.substr(around.find('\n') + 1);
+                EXPECT_TRUE(other.empty() || has(answer(Task::neighbours, other), name)) << name;
+            }
+        }
+    }
+    EXPECT_EQ(answer(Task::neighbours, "z"), ",,\ny,z,b\nw,x,8\n"); // at the pole and at 180
+    EXPECT_TRUE(has(answer(Task::decode, "ezs42"),
+                    "\nezs42,25,42.60498046875,-5.60302734375,42.5830078125,-5.625,"));
+    for (const char* bad : {"abc", "0123456789bcd", "zzzzzzzzzzzzzzzzzzzzzzzzzz"}) {
+        EXPECT_THROW(answer(Task::decode, bad), Failure) << bad;
+    }
+    EXPECT_THROW(answerGeohash({Task::encode, 90.0, 0.0, 30, ""}), Failure);
+    EXPECT_THROW(answerGeohash({Task::encode, 0.0, 0.0, 129, ""}), Failure);
+}
+
+} // namespace

@@ -1,0 +1,484 @@
+#include "tools/commands/StaysAnalysis.h"
+
+#include "tools/commands/CellValues.h"
+#include "tools/run/LastRecords.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <limits>
+#include <list>
+#include <numeric>
+#include <optional>
+#include <tuple>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+/// Where a cell lies on one axis: the leading bits of a code, the rest 0.
+struct Interval {
+    std::uint64_t low;
+    std::uint32_t bits;
+
+    /// 0 for the whole axis.
+    std::uint64_t size() const { return bits == 0 ? 0 : std::uint64_t{1} << (64 - bits); }
+};
+
+/// Does one hold the other, or end where the other begins? The axis is taken for a ring, as it is
+/// where cells near a point are looked for.
+bool touch(const Interval& a, const Interval& b) {
+    const std::uint64_t mask = ~(std::max(a.size(), b.size()) - 1);
+    const bool isNested = a.bits == 0 || b.bits == 0 || (a.low & mask) == (b.low & mask);
+    return isNested || a.low + a.size() == b.low || b.low + b.size() == a.low;
+}
+
+/// Every second bit of a cell's code, from the first (longitude) or the second (latitude) on.
+Interval intervalOf(const SpaceBox& cell, std::uint32_t firstBit) {
+    Interval interval{0, 0};
+    for (std::uint32_t bit = firstBit; bit < cell.getGeoHashBitDepth(); bit += 2) {
+        const std::uint64_t word = bit < 64 ? cell.getFirst64Bits() : cell.getSecond64Bits();
+        const std::uint64_t value = word >> (63 - bit % 64) & 1;
+        interval.low |= value << (63 - interval.bits);
+        ++interval.bits;
+    }
+    return interval;
+}
+
+bool areNeighbours(const SpaceBox& a, const SpaceBox& b) {
+    return touch(intervalOf(a, 0), intervalOf(b, 0)) && touch(intervalOf(a, 1), intervalOf(b, 1));
+}
+
+/// Fixes by number, from the first to before the end.
+struct Fixes {
+    std::uint64_t first;
+    std::uint64_t end;
+
+    std::uint64_t count() const { return end - first; }
+};
+
+/// Times from the first to the last, ms.
+struct Period {
+    std::int64_t first;
+    std::int64_t last;
+
+    bool has(std::int64_t time) const { return first <= time && time <= last; }
+    std::int64_t length() const { return last - first; }
+    void include(std::int64_t time) {
+        first = std::min(first, time);
+        last = std::max(last, time);
+    }
+};
+
+/// The records of one cell that belong together.
+struct Visit {
+    SpaceBox cell;
+    std::int64_t window;          ///< of the spec that found it, ms
+    std::uint64_t row;            ///< that established it
+    Period covered;               ///< by the records
+    Period near;                  ///< without an absence, whether or not records cover it
+    std::optional<Period> away{}; ///< the fixes elsewhere since the last one near
+    std::vector<Fixes> pieces{};  ///< what the records cover, in ascending order
+
+    /// An entity that was elsewhere for as long as the window, or silent for longer than series
+    /// remember, has left; then the visit is over.
+    void addNear(std::int64_t time, std::int64_t memory) {
+        const bool isOver = near.first - time > memory || time - near.last > memory ||
+                            (away && away->length() >= window);
+        if (!isOver) {
+            near.include(time);
+            away.reset();
+        }
+    }
+
+    void addAway(std::int64_t time) {
+        if (!near.has(time)) { // else it is a late report
+            away = away.value_or(Period{time, time});
+            away->include(time);
+        }
+    }
+
+    void cover(std::uint64_t fix) {
+        if (pieces.empty() || pieces.back().end < fix) {
+            pieces.push_back({fix, fix + 1});
+        } else {
+            pieces.back().end = std::max(pieces.back().end, fix + 1);
+        }
+    }
+
+    Fixes hull() const { return {pieces.front().first, pieces.back().end}; }
+
+    std::uint64_t fixCount() const {
+        return std::accumulate(
+            pieces.begin(), pieces.end(), std::uint64_t{0},
+            [](std::uint64_t sum, const Fixes& piece) { return sum + piece.count(); });
+    }
+};
+
+/// Of one stop: neighbours that share at least half of the fixes of the shorter.
+bool areOfOneStop(const Visit& a, const Visit& b) {
+    const Fixes left = a.hull();
+    const Fixes right = b.hull();
+    const std::uint64_t end = std::min(left.end, right.end);
+    const std::uint64_t first = std::max(left.first, right.first);
+    return end > first && 2 * (end - first) >= std::min(left.count(), right.count()) &&
+           areNeighbours(a.cell, b.cell);
+}
+
+/// Whose stays are looked for: an entity's, at one resolution.
+struct Owner {
+    std::uint64_t eid;
+    std::uint32_t masterId;
+
+    auto operator<=>(const Owner&) const = default;
+};
+
+struct OwnerHash {
+    std::size_t operator()(const Owner& owner) const {
+        return static_cast<std::size_t>((owner.eid << 8 ^ owner.masterId) * 0x9E3779B97F4A7C15U);
+    }
+};
+
+struct Stay {
+    Owner owner;
+    std::int64_t from;
+    std::int64_t to;
+    std::uint64_t row;
+    std::uint64_t fixes;
+    std::vector<SpaceBox> cells; ///< the place first
+};
+
+/// A stay of some visits, of which there is at least one.
+class StayBuilder {
+public:
+    void add(const Visit& visit) {
+        from_ = std::min(from_, visit.covered.first);
+        to_ = std::max(to_, visit.covered.last);
+        row_ = std::min(row_, visit.row);
+        pieces_.insert(pieces_.end(), visit.pieces.begin(), visit.pieces.end());
+        const auto known = std::find_if(cells_.begin(), cells_.end(), [&visit](const auto& cell) {
+            return cell.first == visit.cell;
+        });
+        (known == cells_.end() ? cells_.emplace_back(visit.cell, 0) : *known).second +=
+            visit.fixCount();
+    }
+
+    Stay build(const Owner& owner) {
+        const auto place =
+            std::max_element(cells_.begin(), cells_.end(), [](const auto& left, const auto& right) {
+                return left.second < right.second;
+            });
+        std::iter_swap(cells_.begin(), place);
+        Stay stay{owner, from_, to_, row_, countFixes(), {}};
+        for (const auto& cell : cells_) {
+            stay.cells.push_back(cell.first);
+        }
+        return stay;
+    }
+
+private:
+    /// Each once.
+    std::uint64_t countFixes() {
+        std::sort(pieces_.begin(), pieces_.end(),
+                  [](const Fixes& left, const Fixes& right) { return left.first < right.first; });
+        std::uint64_t count = 0;
+        std::uint64_t end = 0;
+        for (const Fixes& piece : pieces_) {
+            count += std::max(end, piece.end) - std::max(end, piece.first);
+            end = std::max(end, piece.end);
+        }
+        return count;
+    }
+
+    std::int64_t from_ = std::numeric_limits<std::int64_t>::max();
+    std::int64_t to_ = std::numeric_limits<std::int64_t>::min();
+    std::uint64_t row_ = std::numeric_limits<std::uint64_t>::max();
+    std::vector<Fixes> pieces_;
+    std::vector<std::pair<SpaceBox, std::uint64_t>> cells_;
+};
+
+/// Numbers the fixes of one entity in the order in which they come, from 0. The numbers of a
+/// record's fixes follow one another, since a fix elsewhere breaks its series; the sequence numbers
+/// of its events do not.
+class FixNumbers {
+public:
+    /// Forgets those that no series remembers.
+    void add(const Event& event, std::int64_t memory) {
+        if (recent_.size() >= forgetAt_) {
+            forget(event.time - memory);
+            forgetAt_ = 2 * recent_.size() + kFew;
+        }
+        recent_.push_back({event.sequenceNumber, event.time});
+    }
+
+    void forget(std::int64_t time) {
+        const auto kept = std::find_if(recent_.begin(), recent_.end(),
+                                       [time](const Recent& fix) { return fix.time >= time - 1; });
+        forgotten_ += static_cast<std::uint64_t>(kept - recent_.begin());
+        recent_.erase(recent_.begin(), kept);
+    }
+
+    bool isEmpty() const { return recent_.empty(); }
+    std::uint64_t newest() const { return forgotten_ + recent_.size() - 1; }
+
+    std::uint64_t of(std::uint64_t sequenceNumber) const {
+        const auto place = std::lower_bound(
+            recent_.begin(), recent_.end(), sequenceNumber,
+            [](const Recent& fix, std::uint64_t number) { return fix.sequenceNumber < number; });
+        return forgotten_ + static_cast<std::uint64_t>(place - recent_.begin());
+    }
+
+private:
+    static constexpr std::size_t kFew = 8;
+    struct Recent {
+        std::uint64_t sequenceNumber;
+        std::int64_t time;
+    };
+
+    std::vector<Recent> recent_;
+    std::uint64_t forgotten_ = 0;
+    std::size_t forgetAt_ = kFew;
+};
+
+std::int64_t lastTimeOf(const STBCompressedEvent& record) {
+    // The end wraps for the largest time.
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(record.endTime) - 1);
+}
+
+/// The visits of one entity, as far as they are not yet stays.
+class Track {
+public:
+    /// A fix and the cells that it is near. Its records come after it.
+    void addFix(const Event& event, const std::list<SpaceTimeBox>& near, std::int64_t memory) {
+        numbers_.add(event, memory);
+        for (auto visit = beginAtHand(); visit != visits_.end(); ++visit) {
+            const bool isNear =
+                std::any_of(near.begin(), near.end(), [&visit](const SpaceTimeBox& box) {
+                    return visit->cell == static_cast<const SpaceBox&>(box);
+                });
+            isNear ? visit->addNear(event.time, memory) : visit->addAway(event.time);
+        }
+    }
+
+    void add(const STBCompressedEvent& record, std::int64_t time, std::int64_t window,
+             std::uint64_t row) {
+        Visit& visit = visitOf(record, time, window, row);
+        for (const std::int64_t covered : {record.firstTime, lastTimeOf(record)}) {
+            visit.covered.include(covered);
+            visit.near.include(covered);
+            latest_ = std::max(latest_, covered);
+        }
+        const std::uint64_t newest = numbers_.newest();
+        if (visit.pieces.empty() || visit.pieces.back().end < newest) {
+            for (const std::uint64_t number : record.eventSequenceNumbers) {
+                visit.cover(numbers_.of(number));
+            }
+        } else { // it covers what the one before covered, and the newest fix
+            visit.cover(newest);
+        }
+    }
+
+    /// Is it time to settle what lies before?
+    bool isRipe(std::int64_t time) const { return latest_ <= time || visits_.size() >= settleAt_; }
+
+    /// Makes stays of the visits that no record to come can go on with, which are those that ended
+    /// by this time.
+    void settle(std::int64_t time, const Owner& owner, std::vector<Stay>& stays) {
+        const std::vector<std::size_t> stopOf = findStops();
+        std::vector<bool> isOpen(visits_.size());
+        for (std::size_t i = 0; i < visits_.size(); ++i) {
+            isOpen[stopOf[i]] = isOpen[stopOf[i]] || visits_[i].near.last > time;
+        }
+        std::vector<StayBuilder> builders(visits_.size());
+        std::vector<Visit> open;
+        for (std::size_t i = 0; i < visits_.size(); ++i) {
+            if (isOpen[stopOf[i]]) {
+                open.push_back(std::move(visits_[i]));
+            } else {
+                builders[stopOf[i]].add(visits_[i]);
+            }
+        }
+        for (std::size_t i = 0; i < visits_.size(); ++i) {
+            if (stopOf[i] == i && !isOpen[i]) {
+                stays.push_back(builders[i].build(owner));
+            }
+        }
+        visits_ = std::move(open);
+        settleAt_ = 2 * visits_.size() + kFewVisits;
+    }
+
+    /// What no series remembers.
+    void forget(std::int64_t time) { numbers_.forget(time); }
+
+    bool isEmpty() const { return visits_.empty() && numbers_.isEmpty(); }
+
+private:
+    static constexpr std::size_t kFewVisits = 8;
+    /// Nine cells at most are near at once; the visits to others that may still be gone on with are
+    /// few.
+    static constexpr std::ptrdiff_t kAtHand = 24;
+
+    /// The visits that were gone on with last.
+    std::vector<Visit>::iterator beginAtHand() {
+        return visits_.end() - std::min(kAtHand, std::ssize(visits_));
+    }
+
+    /// The visit that a record goes on with, or a new one. It is moved to the back.
+    Visit& visitOf(const STBCompressedEvent& record, std::int64_t time, std::int64_t window,
+                   std::uint64_t row) {
+        const SpaceBox& cell = record.stb;
+        const auto visit = std::find_if(beginAtHand(), visits_.end(), [&](const Visit& other) {
+            return other.cell == cell && !other.away && other.near.has(time);
+        });
+        if (visit == visits_.end()) {
+            visits_.push_back({cell, window, row, {time, time}, {time, time}});
+        } else {
+            std::rotate(visit, std::next(visit), visits_.end());
+        }
+        return visits_.back();
+    }
+
+    /// For each visit, one of its stop, the same for all of them.
+    std::vector<std::size_t> findStops() const {
+        std::vector<std::size_t> parent(visits_.size());
+        std::iota(parent.begin(), parent.end(), std::size_t{0});
+        std::vector<std::size_t> order = parent;
+        std::stable_sort(order.begin(), order.end(), [this](std::size_t left, std::size_t right) {
+            return visits_[left].hull().first < visits_[right].hull().first;
+        });
+        const auto rootOf = [&parent](std::size_t at) {
+            while (parent[at] != at) {
+                at = parent[at] = parent[parent[at]];
+            }
+            return at;
+        };
+        for (auto i = order.begin(); i != order.end(); ++i) {
+            const std::uint64_t end = visits_[*i].hull().end;
+            for (auto j = std::next(i); j != order.end() && visits_[*j].hull().first < end; ++j) {
+                if (areOfOneStop(visits_[*i], visits_[*j])) {
+                    parent[rootOf(*j)] = rootOf(*i);
+                }
+            }
+        }
+        for (std::size_t& at : parent) {
+            at = rootOf(at);
+        }
+        return parent;
+    }
+
+    FixNumbers numbers_;
+    std::vector<Visit> visits_;
+    std::int64_t latest_ = 0;           ///< time that a record covers
+    std::size_t settleAt_ = kFewVisits; ///< when there are so many visits that it is worth it
+};
+
+class StaysShard : public Shard {
+public:
+    StaysShard(const Library& library, const Schema& schema)
+        : schema_(schema), lookBack_(library.lookBack()), records_(library) {
+        for (const STBMasterRow& master : library.masters()) {
+            resolutions_.push_back({static_cast<std::uint32_t>(master.masterId),
+                                    MotionProcessor({master}, library.assignments(), {})});
+        }
+    }
+
+    void take(const Observation& observation, Found&) override {
+        const Event& event = observation.event;
+        for (const Resolution& resolution : resolutions_) {
+            boxes_.clear();
+            resolution.processor.getSTB(event, boxes_);
+            if (!boxes_.empty()) {
+                tracks_[{event.eid, resolution.masterId}].addFix(event, boxes_, lookBack_);
+            }
+        }
+        records_.take(event, [&](const STBCompressedEvent& record, const STBCompressionSpec& spec) {
+            tracks_[{record.eid, record.masterId}].add(record, event.time, spec.windowMillis,
+                                                       observation.row);
+        });
+    }
+
+    void collect(std::int64_t time) override {
+        records_.collect(time);
+        settle(time - 1);
+    }
+
+    void finish(std::vector<LastResult>& results) override {
+        settle(std::numeric_limits<std::int64_t>::max());
+        std::sort(stays_.begin(), stays_.end(), [](const Stay& left, const Stay& right) {
+            return std::tie(left.from, left.row, left.owner) <
+                   std::tie(right.from, right.row, right.owner);
+        });
+        for (const Stay& stay : stays_) {
+            results.push_back({stay.from, stay.row, rowOf(stay)});
+        }
+    }
+
+private:
+    /// A master row, and a processor that tells which cells a fix is near there.
+    struct Resolution {
+        std::uint32_t masterId;
+        MotionProcessor processor;
+    };
+
+    void settle(std::int64_t time) {
+        for (auto entry = tracks_.begin(); entry != tracks_.end();) {
+            auto& [owner, track] = *entry;
+            if (track.isRipe(time)) {
+                track.settle(time, owner, stays_);
+            }
+            track.forget(time);
+            entry = track.isEmpty() ? tracks_.erase(entry) : std::next(entry);
+        }
+    }
+
+    ResultRow rowOf(const Stay& stay) {
+        constexpr std::int64_t kMinute = 60000;
+        ResultRow row{std::vector<Value>(schema_.columns.size()), stay.cells};
+        row.values[0].text = EIDName::getEIDNameStr(stay.owner.eid);
+        cell_.set(row.values, 1, stay.cells.front());
+        std::size_t at = 1 + CellValues::kCount;
+        for (const std::int64_t figure :
+             {stay.from, stay.to, (stay.to - stay.from + kMinute / 2) / kMinute,
+              static_cast<std::int64_t>(stay.fixes),
+              static_cast<std::int64_t>(stay.cells.size())}) {
+            row.values[at++].whole = figure;
+        }
+        return row;
+    }
+
+    const Schema& schema_;
+    const std::int64_t lookBack_;
+    LastRecords records_;
+    std::vector<Resolution> resolutions_;
+    std::unordered_map<Owner, Track, OwnerHash> tracks_;
+    std::vector<Stay> stays_;
+    std::list<SpaceTimeBox> boxes_;
+    CellValues cell_;
+};
+
+Schema makeSchema() {
+    Schema schema{"stays", {{"entity", ColumnKind::text}}, true};
+    CellValues::addColumns(schema.columns);
+    schema.columns.insert(schema.columns.end(), {{"from", ColumnKind::time},
+                                                 {"to", ColumnKind::time},
+                                                 {"minutes", ColumnKind::whole},
+                                                 {"fixes", ColumnKind::whole},
+                                                 {"cells", ColumnKind::whole}});
+    return schema;
+}
+
+} // namespace
+
+const Schema& StaysAnalysis::schema() const {
+    static const Schema schema = makeSchema();
+    return schema;
+}
+
+std::unique_ptr<Shard> StaysAnalysis::makeShard() const {
+    return std::make_unique<StaysShard>(library_, schema());
+}
+
+} // namespace host

@@ -1,0 +1,43 @@
+#ifndef QORVEL_TOOLS_INPUT_TIMEREADER_H
+#define QORVEL_TOOLS_INPUT_TIMEREADER_H
+
+#include "tools/input/InputOptions.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// Reads times: ISO 8601 or plain numbers since 1970, in ms or in seconds. A number may have a
+/// decimal fraction but no exponent. What is finer than a millisecond is dropped.
+class TimeReader {
+public:
+    /// What had to be assumed about a time.
+    enum class Assumption { none, utc, seconds };
+
+    /// @param unit  of plain numbers; byValue: told by the first valid one that is read, and kept
+    explicit TimeReader(TimeUnit unit) : unit_(unit), isUnitGiven_(unit != TimeUnit::byValue) {}
+
+    /// From now on, unless the unit is known: a column whose name ends in _ms has ms.
+    void heed(std::string_view column);
+
+    /// Returns what is wrong, in words that go on from the name of the time, or null: then `time`
+    /// is set. `text` is not empty.
+    const char* read(std::string_view text, std::int64_t& time);
+
+    /// About the time that was read last.
+    Assumption assumption() const { return assumption_; }
+
+private:
+    const char* readPlain(std::string_view text, std::int64_t& time);
+    const char* notANumber(std::string_view text) const;
+
+    TimeUnit unit_;
+    bool isUnitGiven_; ///< else it was told by a value
+    Assumption assumption_ = Assumption::none;
+};
+
+} // namespace host
+
+#endif

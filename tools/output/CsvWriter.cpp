@@ -1,0 +1,52 @@
+#include "tools/output/CsvWriter.h"
+
+#include "tools/csvText.h"
+#include "tools/isoTime.h"
+#include "tools/output/degreesText.h"
+
+namespace host {
+
+namespace {
+
+std::string head(const Schema& schema) {
+    std::string text;
+    for (const Column& column : schema.columns) {
+        if (!text.empty()) {
+            text += ',';
+        }
+        csv::appendField(text, column.name);
+    }
+    return text + '\n';
+}
+
+void appendValue(std::string& text, ColumnKind kind, const Value& value) {
+    switch (kind) {
+    case ColumnKind::text:
+        return csv::appendField(text, value.text);
+    case ColumnKind::whole:
+        return csv::appendInteger(text, value.whole);
+    case ColumnKind::degrees:
+        return appendDegrees(text, value.real);
+    case ColumnKind::time:
+        return appendTime(text, value.whole);
+    case ColumnKind::boxEnd:
+        return appendBoxEnd(text, value.whole);
+    }
+}
+
+} // namespace
+
+CsvWriter::CsvWriter(const std::string& file, const std::string& extension, const Schema& schema)
+    : TextWriter(file, extension, head(schema), {}), schema_(schema) {}
+
+void CsvWriter::append(std::string& text, const ResultRow& row) const {
+    for (std::size_t i = 0; i < schema_.columns.size(); ++i) {
+        if (i > 0) {
+            text += ',';
+        }
+        appendValue(text, schema_.columns[i].kind, row.values[i]);
+    }
+    text += '\n';
+}
+
+} // namespace host

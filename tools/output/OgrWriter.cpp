@@ -1,0 +1,233 @@
+#include "tools/output/OgrWriter.h"
+
+#include "tools/isoTime.h"
+#include "tools/output/GdalErrors.h"
+#include "tools/output/cellShape.h"
+#include "tools/output/jsonText.h"
+#include "tools/output/writeFailure.h"
+
+#include <algorithm>
+#include <ogrsf_frmts.h>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace host {
+
+namespace {
+
+/// Commits cost, and what is not committed is lost when the disk fills up.
+constexpr std::int64_t kRowsPerTransaction = 100000;
+
+OGRFieldType typeOf(ColumnKind kind) {
+    switch (kind) {
+    case ColumnKind::text:
+        return OFTString;
+    case ColumnKind::whole:
+        return OFTInteger64;
+    case ColumnKind::degrees:
+        return OFTReal;
+    case ColumnKind::time:
+    case ColumnKind::boxEnd:
+        return OFTDateTime;
+    }
+    return OFTString;
+}
+
+OGRwkbGeometryType shapeType(const Schema& schema) {
+    return schema.hasSeveralCells ? wkbMultiPolygon : wkbPolygon;
+}
+
+/// Longitude first, as everywhere here.
+OGRSpatialReference wgs84() {
+    OGRSpatialReference reference;
+    reference.SetWellKnownGeogCS("WGS84");
+    reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    return reference;
+}
+
+std::unique_ptr<OGRGeometry> shapeOf(const ResultRow& row, bool hasSeveralCells) {
+    if (row.cells.empty()) {
+        return nullptr;
+    }
+    if (hasSeveralCells) {
+        return cellUnion(row.cells);
+    }
+    return cellPolygon(row.cells.front());
+}
+
+/// A text field ends at a NUL.
+std::string fieldText(const std::string& text) {
+    std::string field = asUtf8(text);
+    for (std::size_t at = field.find('\0'); at != std::string::npos; at = field.find('\0', at)) {
+        field.replace(at, 1, "\xEF\xBF\xBD");
+    }
+    return field;
+}
+
+/// SQLite names a full disk; others tell only that they could not write.
+std::string reasonOf(const GdalErrors& errors) {
+    const std::string reason = errors.first().empty() ? "its end is missing" : errors.first();
+    return reason.ends_with("is full") ? reason : reason + "; is the disk full?";
+}
+
+} // namespace
+
+OgrFormat geoPackageFormat() {
+    return {"GPKG", RegisterOGRGeoPackage, 1};
+}
+
+OgrFormat flatGeobufFormat() {
+    return {"FlatGeobuf", RegisterOGRFlatGeobuf, 0};
+}
+
+OgrWriter::OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
+                     const Schema& schema)
+    : name_(file), format_(format), schema_(schema), file_(file, extension) {
+    const GdalErrors errors;
+    create();
+    // Counting has the table made now: made in the first transaction, it would go when that fails.
+    if (layer_ == nullptr || !addFields() || layer_->GetFeatureCount() != 0 ||
+        layer_->StartTransaction() != OGRERR_NONE || !errors.first().empty()) {
+        close();
+        fail(errors);
+    }
+    feature_.reset(OGRFeature::CreateFeature(layer_->GetLayerDefn()));
+}
+
+OgrWriter::~OgrWriter() {
+    const GdalErrors quiet;
+    close();
+}
+
+/// GDAL takes no file that is there already, not even an empty one.
+void OgrWriter::create() {
+    format_.registerDriver();
+    unlink(file_.path().c_str());
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format_.driver);
+    if (driver == nullptr) {
+        return;
+    }
+    dataset_.reset(driver->Create(file_.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+    if (dataset_) {
+        OGRSpatialReference reference = wgs84();
+        layer_ = dataset_->CreateLayer(schema_.layer, &reference, shapeType(schema_), nullptr);
+    }
+}
+
+bool OgrWriter::addFields() {
+    const auto add = [this](const Column& column) {
+        OGRFieldDefn field(column.name, typeOf(column.kind));
+        return layer_->CreateField(&field) == OGRERR_NONE;
+    };
+    return std::all_of(schema_.columns.begin(), schema_.columns.end(), add);
+}
+
+void OgrWriter::append(std::string&, const ResultRow&) const {
+    throw std::logic_error("not a text format");
+}
+
+void OgrWriter::writeText(std::string_view) {
+    throw std::logic_error("not a text format");
+}
+
+void OgrWriter::writeRow(const ResultRow& row) {
+    const GdalErrors errors;
+    if (!writeFeature(row)) {
+        fail(errors);
+    }
+    ++rows_;
+    if (rows_ - committed_ >= kRowsPerTransaction &&
+        (!commit() || layer_->StartTransaction() != OGRERR_NONE)) {
+        fail(errors);
+    }
+}
+
+bool OgrWriter::writeFeature(const ResultRow& row) {
+    feature_->SetFID(OGRNullFID);
+    for (std::size_t i = 0; i < schema_.columns.size(); ++i) {
+        setField(static_cast<int>(i), schema_.columns[i].kind, row.values[i]);
+    }
+    feature_->SetGeometryDirectly(shapeOf(row, schema_.hasSeveralCells).release());
+    return layer_->CreateFeature(feature_.get()) == OGRERR_NONE;
+}
+
+void OgrWriter::setField(int index, ColumnKind kind, const Value& value) {
+    switch (kind) {
+    case ColumnKind::text:
+        return feature_->SetField(index, fieldText(value.text).c_str());
+    case ColumnKind::whole:
+        return feature_->SetField(index, static_cast<GIntBig>(value.whole));
+    case ColumnKind::degrees:
+        return feature_->SetField(index, value.real);
+    case ColumnKind::time:
+    case ColumnKind::boxEnd:
+        return setTime(index, value.whole);
+    }
+}
+
+/// GDAL reads what appendTime prints, but for years with a sign.
+void OgrWriter::setTime(int index, std::int64_t time) {
+    std::string text;
+    appendTime(text, time);
+    if (text.front() == '+' || text.front() == '-') {
+        feature_->SetFieldNull(index);
+    } else {
+        feature_->SetField(index, text.c_str());
+    }
+}
+
+/// FlatGeobuf has nothing to commit: it is written when closed.
+void OgrWriter::finish() {
+    const GdalErrors errors;
+    if (!commit()) {
+        fail(errors);
+    }
+    close();
+    if (!errors.first().empty() || !isReadable()) {
+        fail(errors);
+    }
+    file_.complete();
+}
+
+std::string OgrWriter::abandon() noexcept {
+    const GdalErrors quiet;
+    try {
+        commit();
+        close();
+        return isReadable() ? file_.keep() : std::string();
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+bool OgrWriter::commit() {
+    const bool isDone = layer_ != nullptr && layer_->CommitTransaction() == OGRERR_NONE;
+    committed_ = isDone ? rows_ : committed_;
+    return isDone;
+}
+
+/// The feature goes first: it leans on the layer's fields.
+void OgrWriter::close() {
+    feature_.reset();
+    layer_ = nullptr;
+    dataset_.reset();
+}
+
+/// A disk that fills up with the very last piece goes unnoticed when the file is closed: is the
+/// last feature there?
+bool OgrWriter::isReadable() const {
+    const GDALDatasetUniquePtr dataset(
+        GDALDataset::Open(file_.path().c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
+    OGRLayer* layer = dataset ? dataset->GetLayer(0) : nullptr;
+    if (layer == nullptr || layer->GetFeatureCount() != committed_) {
+        return false;
+    }
+    return committed_ == 0 ||
+           OGRFeatureUniquePtr(layer->GetFeature(format_.firstId + committed_ - 1)) != nullptr;
+}
+
+void OgrWriter::fail(const GdalErrors& errors) const {
+    throw writeFailure(name_, reasonOf(errors));
+}
+
+} // namespace host

@@ -1,0 +1,41 @@
+#ifndef QORVEL_TOOLS_OUTPUT_PARTIALFILE_H
+#define QORVEL_TOOLS_OUTPUT_PARTIALFILE_H
+
+#include <filesystem>
+#include <string>
+
+namespace host {
+
+/// A file that gets its name only when it is complete: until then it stands beside it under a
+/// temporary one, "tracks.partial-4711.csv" for tracks.csv. Removed at destruction unless completed
+/// or kept.
+class PartialFile {
+public:
+    /// Makes the file, empty, under its temporary name with this extension, such as ".csv": it says
+    /// what is inside, whatever the name. Nothing that exists is touched. A symbolic link to a file
+    /// is followed. Throws Failure(broken) where the name cannot be written later.
+    PartialFile(const std::string& name, const std::string& extension);
+    ~PartialFile();
+    PartialFile(const PartialFile&) = delete;
+    PartialFile& operator=(const PartialFile&) = delete;
+
+    /// The temporary name.
+    const std::string& path() const { return path_; }
+
+    /// Gives the file its name, in place of what had it. Throws Failure(broken).
+    void complete();
+
+    /// Leaves the file under the temporary name, which is returned.
+    std::string keep() noexcept;
+
+private:
+    void reserve(const std::string& extension);
+
+    std::string name_; ///< as the user gave it
+    std::filesystem::path target_;
+    std::string path_; ///< empty when completed or kept
+};
+
+} // namespace host
+
+#endif

@@ -1,0 +1,34 @@
+#ifndef QORVEL_TOOLS_OUTPUT_JSONTEXT_H
+#define QORVEL_TOOLS_OUTPUT_JSONTEXT_H
+
+#include "tools/output/ResultRow.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+/// The text with U+FFFD for each byte that is not UTF-8, for formats that can hold nothing else.
+std::string asUtf8(std::string_view text);
+
+/// Appends a JSON string, with quotes; by asUtf8.
+void appendJsonString(std::string& out, std::string_view text);
+
+/// Turns rows into JSON objects, "{"entity":"a","total":3}": numbers as such, times as in CSV.
+class JsonObject {
+public:
+    explicit JsonObject(const std::vector<Column>& columns);
+    void append(std::string& out, const ResultRow& row) const;
+
+private:
+    struct Member {
+        std::string key; ///< with all that stands in front of the value
+        ColumnKind kind;
+    };
+    std::vector<Member> members_;
+};
+
+} // namespace host
+
+#endif

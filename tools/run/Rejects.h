@@ -1,0 +1,39 @@
+#ifndef QORVEL_TOOLS_RUN_REJECTS_H
+#define QORVEL_TOOLS_RUN_REJECTS_H
+
+#include "tools/output/TextFile.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace host {
+
+class FixSource;
+
+/// The rows that could not be used. The first ten are told on standard error; all go, if wanted, to
+/// a CSV file with the line, the reason and the row as it stood.
+class Rejects {
+public:
+    /// @param file  empty: none. Throws Failure(broken) when it cannot be made.
+    explicit Rejects(const std::string& file);
+
+    /// The row on which the source stands.
+    void add(const FixSource& source, const std::string& reason);
+
+    std::uint64_t count() const { return count_; }
+
+    /// Gives the file its name, also after a run that failed: what it holds is whole.
+    void finish();
+
+private:
+    void write(const FixSource& source, const std::string& reason);
+
+    std::unique_ptr<TextFile> file_;
+    std::string row_;
+    std::uint64_t count_ = 0;
+};
+
+} // namespace host
+
+#endif

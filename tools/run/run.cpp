@@ -1,0 +1,118 @@
+#include "tools/run/run.h"
+
+#include "tools/Interrupt.h"
+#include "tools/input/FixSource.h"
+#include "tools/run/BatchReader.h"
+#include "tools/run/Horizon.h"
+#include "tools/run/Pipeline.h"
+#include "tools/run/Progress.h"
+#include "tools/run/Rejects.h"
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <sys/resource.h>
+
+namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double peakMemoryMiB() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024.0;
+}
+
+unsigned long long printable(std::uint64_t value) {
+    return value;
+}
+
+class Run {
+public:
+    Run(const RunOptions& options, Analysis& analysis)
+        : options_(options), analysis_(analysis), progress_(!options.isQuiet),
+          source_(openFixSource(options.input)),
+          writer_(openResultWriter(options.output, analysis.schema())),
+          rejects_(options.rejectsFile), horizon_(horizonFor(analysis)),
+          reader_(*source_, horizon_.get(), analysis.lookBack(), rejects_, progress_,
+                  options.isStrict),
+          pipeline_(reader_, analysis, *writer_, options.events, options.threads) {}
+
+    ExitCode operator()() {
+        progress_.begin("processing");
+        pipeline_.run();
+        progress_.clear();
+        rejects_.finish();
+        const std::string partial = endOutput();
+        summarize(partial);
+        if (reader_.trouble()) {
+            throw *reader_.trouble();
+        }
+        return interrupted()          ? ExitCode::interrupted
+               : rejects_.count() > 0 ? ExitCode::someRejected
+                                      : ExitCode::done;
+    }
+
+private:
+    std::unique_ptr<Horizon> horizonFor(const Analysis& analysis) {
+        return analysis.lookBack() < 0 ? nullptr : makeHorizon(*source_, options_.late, progress_);
+    }
+
+    /// Returns the name of a file that holds only a part, or an empty text.
+    std::string endOutput() {
+        if (!reader_.trouble() && !interrupted()) {
+            writer_->finish();
+            return "";
+        }
+        return reader_.rowsRead() > 0 ? writer_->abandon() : "";
+    }
+
+    void summarize(const std::string& partial) const {
+        if (!partial.empty()) {
+            std::fprintf(stderr, "qorvel: what was found up to there is in %s\n", partial.c_str());
+        }
+        if (options_.isQuiet) {
+            return;
+        }
+        for (const std::string& remark : source_->remarks()) {
+            std::fprintf(stderr, "qorvel: %s\n", remark.c_str());
+        }
+        for (const std::string& remark : analysis_.remarks()) {
+            std::fprintf(stderr, "qorvel: %s\n", remark.c_str());
+        }
+        if (reader_.rowsLate() > 0) {
+            std::fprintf(stderr,
+                         "qorvel: %llu rows came later than --late allows; what they continue may "
+                         "have been forgotten\n",
+                         printable(reader_.rowsLate()));
+        }
+        const std::chrono::duration<double> seconds = Clock::now() - start_;
+        std::fprintf(stderr,
+                     "qorvel: %s%llu rows read, %llu processed, %llu rejected, %llu results, "
+                     "%.3f seconds, peak memory %.1f MiB\n",
+                     interrupted() ? "interrupted: " : "", printable(reader_.rowsRead()),
+                     printable(reader_.rowsProcessed()), printable(rejects_.count()),
+                     printable(pipeline_.resultCount()), seconds.count(), peakMemoryMiB());
+    }
+
+    const Clock::time_point start_ = Clock::now();
+    const RunOptions& options_;
+    Analysis& analysis_;
+    Progress progress_;
+    std::unique_ptr<FixSource> source_;
+    std::unique_ptr<ResultWriter> writer_;
+    Rejects rejects_;
+    std::unique_ptr<Horizon> horizon_; ///< none where nothing is remembered
+    BatchReader reader_;
+    Pipeline pipeline_;
+};
+
+} // namespace
+
+ExitCode run(const RunOptions& options, Analysis& analysis) {
+    return Run(options, analysis)();
+}
+
+} // namespace host

@@ -1,0 +1,35 @@
+#ifndef QORVEL_TOOLS_SETUP_SPAN_H
+#define QORVEL_TOOLS_SETUP_SPAN_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace host {
+
+/// A length of time as the library takes it: a count and one of its unit words.
+struct Span {
+    std::uint32_t count = 1;
+    std::string unit;
+
+    std::string text() const { return std::to_string(count) + ' ' + unit; }
+};
+
+/// Reads "30 minutes", "30minutes", or just "ever". Throws std::invalid_argument with a sentence
+/// (and the library's tag) for anything else, and for a count of 0.
+Span readSpan(const std::string& text);
+
+/// The length in ms; none for months, years and "ever".
+std::optional<std::int64_t> fixedLength(const Span& span);
+
+/// Does the library count the span as something shorter than it is? It counts in 32 bits: 50 days
+/// are seven hours. `countedLength` is what it counts, ms.
+bool wraps(const Span& span);
+std::uint32_t countedLength(const Span& span);
+
+/// A length (at least 0) for people, in its greatest unit: "17.3 days", "15 minutes".
+std::string lengthText(std::int64_t milliseconds);
+
+} // namespace host
+
+#endif
