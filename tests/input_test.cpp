@@ -143,7 +143,7 @@ bool has(const std::string& text, const std::string& part) {
 
 TEST(Input, IsTheSameInEveryFormat) {
     const std::vector<std::string> fixes = {"Anna 47.371200001 8.540100000 1355831880251 10 /",
-                                            "Bo -33.500000000 -70.251000000 1355831940000 -1 /"};
+                                            "Bo -33.500000000 -70.250000000 1355831940000 -1 /"};
     const std::string csv = "time,Lat,entity,LON,accuracy_m\r\n1355831880251,47.371200001,Anna,"
                             "8.5401,10\r\n\r\n 1355831940000 ,-33.5,\"Bo\",-70.25,\r\n";
     std::string tsv = csv;
@@ -239,7 +239,7 @@ TEST(Input, ReadsTimes) {
         for (const std::string& text : texts) {
             const Said all =
                 said("t.csv", "entity,lat,lon," + column + "\na,1,2,\"" + text + "\"\n");
-            const std::string good = " " + std::to_string(time) + " -1 /";
+            const std::string good = ' ' + std::to_string(time) + " -1 /";
             EXPECT_TRUE(has(all.row(0), time < 0 ? words : good)) << text << ": " << all.row(0);
             EXPECT_TRUE(time < 0 || has(all.remarks, words)) << text << ": " << all.remarks;
             EXPECT_EQ(time < 0 || words.empty(), all.remarks.empty()) << text;

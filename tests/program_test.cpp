@@ -88,7 +88,7 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {2, 0, "hangouts --box '1 hour' -", "ERROR_TIMEBOXSPEC_1"},
         {2, 0, "presence --window '3 fortnights' -", "the units are"},
         {2, 0, "hangouts --box hours -", "want a count"},
-        {2, 0, "boxes --box '50 days' -", "49 days"}, // would wrap to 7 hours
+        {0, 4, "boxes --box '50 days' -", "warning"}, // wraps to 7 hours
         {0, 4, "boxes --box '49 days' -", ""},
         {2, 0, "hangouts --box '15 minutes' -", "ERROR_MOTIONPROCESSOR_3"},
         {0, 1, "hangouts --box '900001milliseconds' --window '15 Minutes' -", ""},

@@ -63,18 +63,6 @@ Span readSpanOption(const std::string& option, const std::string& text) {
     }
 }
 
-/// A box or window. The library counts lengths in 32 bits and lets them wrap: 50 days would become
-/// seven hours without a word.
-Span readBoundedSpan(const std::string& option, const std::string& text) {
-    const Span span = readSpanOption(option, text);
-    constexpr std::int64_t kMost = std::numeric_limits<std::uint32_t>::max();
-    if (fixedLength(span).value_or(0) > kMost) {
-        throw usageFailure(option, text,
-                           "longer than 4294967295 ms (49 days), the most that counts");
-    }
-    return span;
-}
-
 std::int64_t readLate(const std::string& text) {
     const Span span = readSpanOption("--late", text);
     if (span.unit == "ever") {
@@ -94,14 +82,14 @@ struct Request {
     Config::Master master;
     Config::Assignment assignment;
     Config::Spec spec;
+    std::vector<CLI::Option*> replacedByConfig;
 };
 
 void addSpan(CLI::App& command, const std::string& option, Span& span, const std::string& what) {
     command
         .add_option_function<std::string>(
             option,
-            [&span, option](const std::string& text) { span = readBoundedSpan(option, text); },
-            what)
+            [&span, option](const std::string& text) { span = readSpanOption(option, text); }, what)
         ->default_str(span.text());
 }
 
@@ -137,12 +125,12 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired = true) {
         {"by-value", TimeUnit::byValue}, {"ms", TimeUnit::milliseconds}, {"s", TimeUnit::seconds}};
     const std::pair<const char*, const char*> columns[] = {
         {"--entity-column", "who"},
-        {"--lat-column", "latitude, degrees"},
-        {"--lon-column", "longitude, degrees"},
+        {"--lat-column", "the latitude, degrees"},
+        {"--lon-column", "the longitude, degrees"},
         {"--time-column", "when"},
-        {"--accuracy-column", "accuracy, metres"},
-        {"--primary-key-column", "primary key"},
-        {"--secondary-key-column", "secondary key"}};
+        {"--accuracy-column", "how exact, metres"},
+        {"--primary-key-column", "the primary key"},
+        {"--secondary-key-column", "the secondary key"}};
     command
         .add_option("FILE", input.file,
                     "file of tracks, - for standard input, or a source that GDAL knows")
@@ -153,7 +141,7 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired = true) {
     for (std::size_t field = 0; field < input.columns.size(); ++field) {
         command
             .add_option(columns[field].first, input.columns[field],
-                        std::string("column with the ") + columns[field].second)
+                        std::string("column that says ") + columns[field].second)
             ->group(group);
     }
     addChoice(command, "--time-unit", input.timeUnit, units,
@@ -173,12 +161,11 @@ void addEvents(CLI::App& command, EventOptions& events) {
 /// all instead.
 void addSetup(CLI::App& command, Request& request, const char* ratioMeaning) {
     const std::string group = "Configuration";
-    CLI::Option* file =
-        command
-            .add_option("--config", request.configFile,
-                        "TOML file with masters, assignments and specs, in place of the options "
-                        "of this group")
-            ->group(group);
+    command
+        .add_option("--config", request.configFile,
+                    "TOML file with masters, assignments and specs, in place of the options of "
+                    "this group")
+        ->group(group);
     std::vector<std::string> replaced = {"--cell-length", "--box", "--space-factor",
                                          "--time-factor"};
     addValue(command, "--cell-length", request.master.cellLength,
@@ -201,7 +188,7 @@ void addSetup(CLI::App& command, Request& request, const char* ratioMeaning) {
         replaced.insert(replaced.end(), {"--window", "--min-count", "--ratio"});
     }
     for (const std::string& option : replaced) {
-        command.get_option(option)->group(group)->excludes(file);
+        request.replacedByConfig.push_back(command.get_option(option)->group(group));
     }
 }
 
@@ -318,6 +305,7 @@ public:
     }
 
     std::variant<CommandLine, ExitCode> parse(int argc, const char* const* argv) {
+        refuseUnknownCommand(argc, argv);
         try {
             app_.parse(argc, argv);
         } catch (const CLI::ParseError& end) {
@@ -429,6 +417,22 @@ private:
         addSynth(synth, last().line.synth);
     }
 
+    /// CLI11 would only say that a command is missing.
+    void refuseUnknownCommand(int argc, const char* const* argv) const {
+        const std::string_view word = argc > 1 ? argv[1] : "-";
+        std::string known;
+        for (const auto& [command, request] : requests_) {
+            if (command->get_name() == word) {
+                return;
+            }
+            known += ' ' + command->get_name();
+        }
+        if (word.empty() || word.front() != '-') {
+            throw usageFailure("there is no command \"" + std::string(word) + "\"; there are" +
+                               known);
+        }
+    }
+
     static ExitCode printed() {
         std::cout.flush();
         return std::cout ? ExitCode::done : ExitCode::broken;
@@ -438,13 +442,34 @@ private:
         CommandLine& line = request.line;
         refuseSenseless(line);
         line.config = configOf(request);
+        for (InputOptions* input : {&line.run.input, &line.explain.input, &line.check.tracks}) {
+            ignoreKeysWithoutConfig(*input, line.config);
+        }
         line.explain.config = line.check.config = line.config;
         line.explain.events = line.check.events = line.run.events;
         return line;
     }
 
+    static void ignoreKeysWithoutConfig(InputOptions& input, const Config& config) {
+        input.readsKeys = !config.file.empty();
+        for (const FixField field : {FixField::primaryKey, FixField::secondaryKey}) {
+            if (!input.readsKeys && !input.columns[static_cast<std::size_t>(field)].empty()) {
+                throw usageFailure("keys count only with --config: without it all rows do");
+            }
+        }
+    }
+
+    static void refuseBoth(const Request& request) {
+        for (const CLI::Option* option : request.replacedByConfig) {
+            if (option->count() > 0) {
+                throw usageFailure(option->get_name() + " goes into the file of --config");
+            }
+        }
+    }
+
     static Config configOf(const Request& request) {
         if (!request.configFile.empty()) {
+            refuseBoth(request);
             return readConfig(request.configFile);
         }
         Config config;

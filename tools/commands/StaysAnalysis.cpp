@@ -19,39 +19,6 @@ namespace host {
 
 namespace {
 
-/// Where a cell lies on one axis: the leading bits of a code, the rest 0.
-struct Interval {
-    std::uint64_t low;
-    std::uint32_t bits;
-
-    /// 0 for the whole axis.
-    std::uint64_t size() const { return bits == 0 ? 0 : std::uint64_t{1} << (64 - bits); }
-};
-
-/// Does one hold the other, or end where the other begins? The axis is taken for a ring, as it is
-/// where cells near a point are looked for.
-bool touch(const Interval& a, const Interval& b) {
-    const std::uint64_t mask = ~(std::max(a.size(), b.size()) - 1);
-    const bool isNested = a.bits == 0 || b.bits == 0 || (a.low & mask) == (b.low & mask);
-    return isNested || a.low + a.size() == b.low || b.low + b.size() == a.low;
-}
-
-/// Every second bit of a cell's code, from the first (longitude) or the second (latitude) on.
-Interval intervalOf(const SpaceBox& cell, std::uint32_t firstBit) {
-    Interval interval{0, 0};
-    for (std::uint32_t bit = firstBit; bit < cell.getGeoHashBitDepth(); bit += 2) {
-        const std::uint64_t word = bit < 64 ? cell.getFirst64Bits() : cell.getSecond64Bits();
-        const std::uint64_t value = word >> (63 - bit % 64) & 1;
-        interval.low |= value << (63 - interval.bits);
-        ++interval.bits;
-    }
-    return interval;
-}
-
-bool areNeighbours(const SpaceBox& a, const SpaceBox& b) {
-    return touch(intervalOf(a, 0), intervalOf(b, 0)) && touch(intervalOf(a, 1), intervalOf(b, 1));
-}
-
 /// Fixes by number, from the first to before the end.
 struct Fixes {
     std::uint64_t first;
@@ -95,9 +62,14 @@ struct Visit {
     }
 
     void addAway(std::int64_t time) {
-        if (!near.has(time)) { // else it is a late report
-            away = away.value_or(Period{time, time});
+        if (near.has(time)) {
+            return; // a late report, or one of two devices
+        }
+        const auto isBefore = [this](std::int64_t other) { return other < near.first; };
+        if (away && isBefore(away->first) == isBefore(time)) {
             away->include(time);
+        } else {
+            away = Period{time, time};
         }
     }
 
@@ -118,14 +90,14 @@ struct Visit {
     }
 };
 
-/// Of one stop: neighbours that share at least half of the fixes of the shorter.
+/// Do they share at least half of the fixes of the shorter? Cells that share fixes lie side by
+/// side, or about the one that the fixes are in, which shares them too.
 bool areOfOneStop(const Visit& a, const Visit& b) {
     const Fixes left = a.hull();
     const Fixes right = b.hull();
     const std::uint64_t end = std::min(left.end, right.end);
     const std::uint64_t first = std::max(left.first, right.first);
-    return end > first && 2 * (end - first) >= std::min(left.count(), right.count()) &&
-           areNeighbours(a.cell, b.cell);
+    return end > first && 2 * (end - first) >= std::min(left.count(), right.count());
 }
 
 /// Whose stays are looked for: an entity's, at one resolution.

@@ -12,21 +12,22 @@ namespace host {
 /// What a person means by a stay: the hangout records of one stop as one row. Those of one entity
 /// and master row belong together when
 ///
-/// - they are of one cell, and less than the spec's window lies between the times that they cover:
-///   so long an entity has to be elsewhere before the rule can say that it stays there, and a
-///   shorter absence (one stray fix, the way to the letter box) is none;
-/// - or their cells are neighbours (their edges or corners touch, or one holds the other), and they
-///   share at least half of the fixes of the shorter one. So a stop on a line between cells is one
-///   stay, and who moves slowly from cell to cell, which shares but a few fixes near the line, does
-///   not stay for ever.
+/// - they are of one cell, and in between the entity was not away: its fixes that are not near the
+///   cell span less than the spec's window (so long it has to be elsewhere before the rule can say
+///   that it stays there; a stray fix, or the way to the letter box, ends no stay), and it was not
+///   silent for longer than series remember, a time box;
+/// - or they share at least half of the fixes of the shorter one. So a stop on a line between cells
+///   is one stay, while who moves slowly from cell to cell, and shares but a few fixes near each
+///   line, does not stay for ever.
 ///
-/// A stay is as long as its records together, from the first fix covered to the last; its fixes are
-/// those covered, each once; its place is the cell with the most of them. A fix counts for each
-/// cell that its accuracy reaches, so times are those of being near the place: somebody on foot
-/// is near a cell of 800 m some minutes before and after. Stays are known when the input ends, and
-/// come in the order of their beginnings.
+/// A stay is as long as its records together, from the first fix covered to the last; all reports
+/// of a record count, not only the last. Its fixes are those covered, each once; its place is the
+/// cell that has the most of them. A fix counts for each cell that its accuracy reaches, so times
+/// are those of being near the place: somebody on foot is near a cell of 800 m some minutes before
+/// and after. Stays are known when the input ends, and come in the order of their beginnings.
 ///
-/// Memory: a stay that nothing can go on with is kept in some ten words and its cells.
+/// Memory: of a stay that nothing can go on with, some figures and the cells are kept; of the fixes
+/// that series remember, two words each.
 class StaysAnalysis : public Analysis {
 public:
     /// The library is for hangouts, and must outlive the analysis.

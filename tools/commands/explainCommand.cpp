@@ -400,6 +400,9 @@ Event tellStory(const Row& last, FixSource& source, EventMaker& maker, Story& st
 } // namespace
 
 std::string explain(const ExplainOptions& options, FixSource& source) {
+    if (options.row == 0 && options.line == 0) {
+        throw Failure(ExitCode::usage, "which row? Give --row or --line");
+    }
     const Library library(options.config, options.use);
     if (!source.isRepeatable()) {
         throw Failure(ExitCode::usage, "explain reads its input twice: give it a file, no pipe");

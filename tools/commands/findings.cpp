@@ -3,6 +3,7 @@
 #include "tools/commands/CellValues.h"
 #include "tools/run/LastRecords.h"
 
+#include <cstdint>
 #include <list>
 #include <sstream>
 #include <string>
@@ -87,11 +88,17 @@ private:
     const Schema schema_{"boxes", BoxValues::columns({{"time", ColumnKind::time}})};
 };
 
+/// A millisecond earlier; an event at the end of time has wrapped round.
+std::int64_t before(std::int64_t time) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(time) - 1);
+}
+
 /// The figures of one record that are printed.
 struct Finding {
     explicit Finding(const STBCompressedEvent& record)
         : stb(record.stb), totalCount(record.totalCount), beforeCount(record.beforeCount),
-          afterCount(record.afterCount), firstTime(record.firstTime), lastTime(record.endTime - 1),
+          afterCount(record.afterCount), firstTime(record.firstTime),
+          lastTime(before(record.endTime)),
           eventCount(static_cast<std::int64_t>(record.eventSequenceNumbers.size())) {}
 
     static Schema schema(const char* layer) {

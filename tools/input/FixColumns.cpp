@@ -43,6 +43,10 @@ bool isOptional(FixField field) {
     return field >= FixField::accuracy;
 }
 
+bool isKey(FixField field) {
+    return field == FixField::primaryKey || field == FixField::secondaryKey;
+}
+
 bool isPlace(FixField field) {
     return field == FixField::latitude || field == FixField::longitude;
 }
@@ -143,6 +147,9 @@ FixField FixColumns::adopt(std::string_view name) {
 
 std::vector<std::size_t> FixColumns::candidates(FixField field,
                                                 const std::vector<std::string>& names) const {
+    if (isKey(field) && !options_.readsKeys) {
+        return {};
+    }
     const std::string& wanted = options_.columns[indexOf(field)];
     if (!wanted.empty()) {
         return indicesOf(names, [&](const std::string& name) {

@@ -40,6 +40,9 @@ struct InputOptions {
     InputFormat format = InputFormat::byName;
     /// By FixField, the name of the column that holds it; empty: found by its usual names.
     std::array<std::string, static_cast<std::size_t>(FixField::count)> columns;
+    /// Whether keys count: without a configuration that tells them apart they would only keep rows
+    /// from what takes all.
+    bool readsKeys = true;
     TimeUnit timeUnit = TimeUnit::byValue;
     std::string layer; ///< of a GDAL source; empty: the only one, or the one with points
 };

@@ -42,7 +42,7 @@ public:
 /// A result that is known only at the end, with what it is sorted by.
 struct LastResult {
     std::int64_t order = 0; ///< first by this, ascending
-    std::uint64_t row = 0;  ///< then by this, which no two results of one order share
+    std::uint64_t row = 0;  ///< then by this; equal ones come from one shard, which orders them
     ResultRow result;
 };
 

@@ -218,9 +218,10 @@ void Pipeline::writeLastResults() {
         lane.shard->finish(results);
     }
     analysis_.finish(results);
-    std::sort(results.begin(), results.end(), [](const LastResult& left, const LastResult& right) {
-        return std::pair(left.order, left.row) < std::pair(right.order, right.row);
-    });
+    std::stable_sort(results.begin(), results.end(),
+                     [](const LastResult& left, const LastResult& right) {
+                         return std::pair(left.order, left.row) < std::pair(right.order, right.row);
+                     });
     std::string text;
     for (const LastResult& last : results) {
         if (writer_.isText()) {

@@ -23,10 +23,6 @@ constexpr char kUnitWords[] = "milliseconds, seconds, minutes, hours, days, mont
 constexpr std::array<std::int64_t, 5> kUnitMillis = {1, 1000, 60000, 3600000, 86400000};
 constexpr std::array<const char*, 5> kUnitNames = {"ms", "seconds", "minutes", "hours", "days"};
 
-std::invalid_argument fault(const std::string& text, const std::string& what) {
-    return std::invalid_argument('"' + text + "\": " + what);
-}
-
 } // namespace
 
 Span readSpan(const std::string& text) {
@@ -37,7 +33,7 @@ Span readSpan(const std::string& text) {
     if (!hasCount) {
         span = {1, text};
     } else if (error != std::errc()) {
-        throw fault(text, "the count must be at most 4294967295");
+        throw std::invalid_argument("the count must be at most 4294967295");
     } else {
         const std::string_view rest(unit, static_cast<std::size_t>(end - unit));
         span.unit = rest.substr(std::min(rest.find_first_not_of(' '), rest.size()));
@@ -45,12 +41,12 @@ Span readSpan(const std::string& text) {
     const TimeBoxSpec known(span.count, span.unit);
     std::stringstream tags;
     if (!known.isValid(tags) || (!hasCount && known.unit != TimeBoxSpec::kEver)) {
-        throw fault(text,
-                    std::string("want a count and a unit, as in \"1 hours\"; the units are ") +
-                        kUnitWords + (tags.str().empty() ? "" : " [" + tags.str() + "]"));
+        throw std::invalid_argument(
+            std::string("want a count and a unit, as in \"1 hours\"; the units are ") + kUnitWords +
+            (tags.str().empty() ? "" : " [" + tags.str() + "]"));
     }
     if (span.count == 0) {
-        throw fault(text, "a count of 0 is no length of time");
+        throw std::invalid_argument("a count of 0 is no length of time");
     }
     return span;
 }

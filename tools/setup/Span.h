@@ -16,7 +16,8 @@ struct Span {
 };
 
 /// Reads "30 minutes", "30minutes", or just "ever". Throws std::invalid_argument with a sentence
-/// (and the library's tag) for anything else, and for a count of 0.
+/// (and the library's tag), in which the text itself does not stand, for anything else and for a
+/// count of 0.
 Span readSpan(const std::string& text);
 
 /// The length in ms; none for months, years and "ever".

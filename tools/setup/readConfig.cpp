@@ -59,7 +59,11 @@ void take(const toml::node& node, double& number) {
 void take(const toml::node& node, Span& span) {
     std::string text;
     take(node, text);
-    span = readSpan(text);
+    try {
+        span = readSpan(text);
+    } catch (const std::invalid_argument& wrong) {
+        throw std::invalid_argument(quoted(text) + ": " + wrong.what());
+    }
 }
 
 void take(const toml::node& node, std::list<std::string>& texts) {
