@@ -13,8 +13,9 @@ namespace host {
 
 namespace {
 
-/// Enough that the shards' work outweighs the hand-over, little enough to stay in the cache.
-constexpr std::size_t kBatchRows = 4096;
+/// Enough that a shard's work outweighs the hand-over, few enough that what is under way stays in
+/// the caches: with 4096 two threads together took a quarter more time than one alone.
+constexpr std::size_t kBatchRows = 1024;
 
 } // namespace
 
