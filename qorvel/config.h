@@ -3,6 +3,7 @@
 
 #include "qorvel/export.h"
 
+/// @namespace qorvel
 /// Everything the library declares stands in namespace qorvel, so its symbols cannot clash. The
 /// namespace is inline: a host may write `SpaceBox` or `qorvel::SpaceBox`. A host that has an
 /// `Event` or a `TimeBox` of its own defines QORVEL_NO_SHORT_NAMES before the first include and

@@ -263,10 +263,11 @@ TEST(SpaceBoxServices, ToStringReplacesAndCentroidAverages) {
         double latitude, longitude;
     } rows[] = {
         {SpaceBox(), (90.0 * kEdge - 90.0) / 2.0, (-180.0 + 180.0) / 2.0},
-        {SpaceBox(0UL, 0UL, 4000000000U), -90.0, -180.0},
+        {SpaceBox(UINT64_C(0), UINT64_C(0), 4000000000U), -90.0, -180.0},
         {SpaceBox(UINT64_C(3) << 62, 0, 128), 0.0, 0.0},
         {SpaceBox(UINT64_C(3) << 62, 0, 2), 45.0, 90.0},
-        {SpaceBox(0UL, 0UL, 40U), -90.0 + 90.0 * lastCell, -180.0 + 180.0 * lastCell},
+        {SpaceBox(UINT64_C(0), UINT64_C(0), 40U), -90.0 + 90.0 * lastCell,
+         -180.0 + 180.0 * lastCell},
     };
     for (const auto& row : rows) {
         double latitude = 0.0;

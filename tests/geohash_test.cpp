@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <bitset>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <numbers>
 #include <random>
@@ -24,7 +22,6 @@ QORVEL_END_NAMESPACE
 namespace {
 
 using Access = UtilG2TestAccess;
-__extension__ using Wide = __int128;
 using Long = long double; // holds every code
 
 constexpr double kMeridian = std::numbers::pi * 6378137.0; // metres from pole to pole
@@ -66,7 +63,9 @@ std::string contents(const SpaceBox& box) {
 
 SpaceBox boxOf(std::string bits, std::uint32_t depth) {
     bits.resize(128, '0');
-    const auto word = [&](std::size_t from) { return std::bitset<64>(bits, from, 64).to_ulong(); };
+    const auto word = [&](std::size_t from) -> std::uint64_t {
+        return std::bitset<64>(bits, from, 64).to_ullong();
+    };
     return SpaceBox(word(0), word(64), depth);
 }
 
@@ -175,11 +174,6 @@ TEST(Text, EveryByteAtEveryPlace) {
 }
 
 TEST(Text, RoundTripsWhereNothingIsLost) {
-    for (std::size_t i = 0; i < 32 * 32 * 32; ++i) {
-        const std::string text = {kAlphabet[i / 1024], kAlphabet[i / 32 % 32], kAlphabet[i % 32]};
-        ASSERT_EQ(SpaceBox(text).toASCIIString(), text);
-        ASSERT_EQ(SpaceBox(text.substr(i % 3)).toASCIIString(), text.substr(i % 3));
-    }
     for (std::size_t n = 0; n <= 25; ++n) {
         const std::string text(n, 'z');
         EXPECT_EQ(SpaceBox(text).toASCIIString() == text, n < 13 || n > 22) << n;
@@ -228,16 +222,20 @@ TEST(SpaceBoxes, EveryBitAtEveryDepth) {
     EXPECT_EQ(box.hashCode(), 0x123456789ABCDEF0U ^ 0x0F00000000000000U);
 }
 
-/// The cells near a point by counting whole cells, without shifts that wrap.
+/// How many codes a cell of this depth spans in each direction.
+std::uint64_t codesAcross(std::uint32_t depth) {
+    return std::uint64_t{1} << (64 - depth / 2 % 64) % 64;
+}
+
+/// The cells near a point by counting whole cells. The codes wrap where the world does.
 std::vector<std::string> gridNear(double lat, double lon, std::uint32_t depth, double distance,
                                   const double* edges) {
     const int steps[][2] = {{0, 1}, {1, 0}, {0, -1}, {-1, 0}, {-1, 1}, {1, 1}, {1, -1}, {-1, -1}};
-    const Wide unit = Wide{1} << (64 - depth / 2 % 64) % 64;
-    const Wide all = (Wide{1} << 64) / unit;
+    const std::uint64_t unit = codesAcross(depth);
     const std::uint64_t row = encode(lat / 90);
     const std::uint64_t column = encode(lon / 180);
     const auto step = [&](std::uint64_t code, int cells) {
-        return static_cast<std::uint64_t>((code / unit + cells + all) % all * unit);
+        return (code / unit + static_cast<std::uint64_t>(cells)) * unit;
     };
     std::vector<std::string> found = {contents(boxOfCodes(row, column, depth))};
     for (const auto& [north, east] : steps) {
@@ -261,14 +259,14 @@ std::vector<std::string> near(double lat, double lon, std::uint32_t depth, doubl
 
 /// A radius that ends at an edge does not reach beyond it, the next greater one does.
 void checkAround(double lat, double lon, std::uint32_t depth) {
-    const Wide unit = Wide{1} << (64 - depth / 2 % 64) % 64;
+    const std::uint64_t unit = codesAcross(depth);
     const auto bits = static_cast<std::int32_t>(depth / 2);
     double edges[4] = {};
     Access::edges(lat, lon, bits, 0, edges);
     const double smallest = *std::min_element(edges, edges + 4);
     for (int i = 0; i < 4; ++i) {
         const double metres = i % 2 == 0 ? parallel(lat) : kMeridian;
-        const Wide below = encode(i % 2 == 0 ? lon / 180 : lat / 90) % unit;
+        const std::uint64_t below = encode(i % 2 == 0 ? lon / 180 : lat / 90) % unit;
         const double exact = static_cast<double>(i < 2 ? unit - below : below) * metres / 0x1p64;
         ASSERT_NEAR(edges[i], exact, 1e-9 * exact) << lat << " " << lon << " " << depth;
         for (const double radius :
@@ -284,7 +282,7 @@ void checkAround(double lat, double lon, std::uint32_t depth) {
 TEST(Neighbours, AgainstWholeCells) {
     for (std::uint32_t depth = 0; depth <= 260; ++depth) {
         const bool isHalfTurn = depth / 2 % 64 == 1; // from -180 or 0 to the edge, see below
-        for (const double lat : {-90.0, -89.999999, -1e-7, 30.1, kBelow90, between(-90, 90)}) {
+        for (const double lat : {-90.0, -89.999999, -1e-7, 0.0, 30.1, kBelow90, between(-90, 90)}) {
             for (const double lon : {isHalfTurn ? 1.0 : 0.0, isHalfTurn ? -179.0 : -180.0, -0.1,
                                      kBelow180, between(-180, 180)}) {
                 checkAround(lat, lon, depth);
@@ -353,24 +351,6 @@ TEST(Helpers, TimeStamps) {
         std::string text = "old";
         EXPECT_TRUE(UtilG2::prettyPrintTimeStamp(seconds, text) && text == expected) << text;
     }
-}
-
-TEST(Vectors, PublishedGeohashes) {
-    const char* const folder = std::getenv("QORVEL_TEST_DATA");
-    if (folder == nullptr) {
-        GTEST_SKIP() << "QORVEL_TEST_DATA names no folder";
-    }
-    std::ifstream file(std::string(folder) + "/geohash_vectors.csv");
-    std::string text;
-    std::getline(file, text);
-    double lat = 0;
-    double lon = 0;
-    char comma = 0;
-    while (file >> lat >> comma >> lon >> comma >> text) {
-        const SpaceBox box(lat, lon, static_cast<std::uint32_t>(5 * text.size()));
-        ASSERT_TRUE(box.toASCIIString() == text && SpaceBox(text) == box) << text;
-    }
-    EXPECT_TRUE(file.eof() && comma == ',') << folder;
 }
 
 } // namespace

@@ -203,7 +203,8 @@ std::vector<std::uint64_t> countsOf(const Side& side) {
     std::vector<std::uint64_t> counts = {side.getEntityCount(), side.getCellCount(),
                                          side.getItemCount()};
     if constexpr (requires { side.getDetectorCount(); }) {
-        counts.insert(counts.end(), {side.getDetectorCount(), side.getRecentHangoutCount()});
+        counts.push_back(side.getDetectorCount());
+        counts.push_back(side.getRecentHangoutCount());
     }
     return counts;
 }
@@ -360,5 +361,38 @@ TEST_P(ModelBeside, Boxes) {
 
 INSTANTIATE_TEST_SUITE_P(Streams, ModelBeside, testing::ValuesIn(kinds()),
                          [](const auto& kind) { return std::string(kind.param.name); });
+
+/// What the streams are too small for: more boxes of one event than are compared one by one, and
+/// more reports than stay in the processor's own cache.
+TEST(ModelBesideInBulk, BoxesAndReports) {
+    std::list<STBMasterRow> masters;
+    std::list<STBAssignmentRow> rows;
+    for (std::int32_t id = 0; id < 8; ++id) { // each depth twice
+        const SpaceBoxSpec cells(28U + 2U * (static_cast<std::uint32_t>(id) % 4U));
+        masters.emplace_back(id, SpaceTimeBoxSpec(cells, TimeBoxSpec(1, "hours")));
+        rows.push_back({0, 1, 1e9, kHuge, id, {SpaceBox()}, 48.0, 11.0, 1e9, 1.0, 1.0});
+    }
+    const std::list<STBCompressionSpec> specs = {{0, 1, 0, 1, 1, 0.5}};
+    MotionProcessor real(masters, rows, specs);
+    model::ModelProcessor model(masters, rows, specs);
+    Event event(1, 0, 1, 48.0, 11.0, 1e5, 100 * kMinute, 60 * kMinute);
+    std::list<SpaceTimeBox> boxes[2];
+    std::list<ExtendedSTB> extended[2];
+    EXPECT_TRUE(real.getSTB(event, boxes[0]) && model.getSTB(event, boxes[1]));
+    EXPECT_TRUE(real.getExtendedSTB(event, extended[0]) &&
+                model.getExtendedSTB(event, extended[1]));
+    EXPECT_EQ("", model::difference(boxes[0], boxes[1]));
+    EXPECT_EQ("", model::difference(extended[0], extended[1]));
+    EXPECT_EQ(boxes[0].size(), 72U);
+    event.spaceTolerance = 0;
+    for (std::uint64_t i = 0; i < 24000; ++i) {
+        event.eid = i % 12000;
+        std::list<STBCompressedEvent> records[2];
+        real.processEventForPresenceCompression(event, records[0]);
+        model.processEventForPresenceCompression(event, records[1]);
+        ASSERT_EQ("", model::difference(records[0], records[1])) << i;
+    }
+    EXPECT_EQ(countsOf(real), countsOf(model));
+}
 
 } // namespace

@@ -23,7 +23,9 @@
 namespace model {
 
 struct SpaceBoxHash {
-    std::size_t operator()(const SpaceBox& box) const { return box.hashCode(); }
+    std::size_t operator()(const SpaceBox& box) const {
+        return static_cast<std::size_t>(box.hashCode());
+    }
 };
 
 /// Same public operations and same results as HangoutDetector. A copy has tables of its own and

@@ -190,7 +190,7 @@ bool ModelProcessor::HangoutKey::operator==(const HangoutKey& other) const {
 }
 
 std::size_t ModelProcessor::HangoutKeyHash::operator()(const HangoutKey& key) const {
-    return key.eid ^ key.specPrimaryKeyId ^ hash_SpaceTimeBox()(key.stb);
+    return static_cast<std::size_t>(key.eid ^ key.specPrimaryKeyId ^ hash_SpaceTimeBox()(key.stb));
 }
 
 void ModelProcessor::gc(const std::int64_t& time) {

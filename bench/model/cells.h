@@ -42,9 +42,9 @@ inline bool encode(double x, std::uint64_t& code) {
 inline std::uint64_t spread(std::uint64_t byte) {
     static const auto table = [] {
         std::array<std::uint64_t, 256> made{};
-        for (std::uint64_t value = 0; value < made.size(); ++value) {
+        for (std::size_t value = 0; value < made.size(); ++value) {
             for (std::uint32_t bit = 0; bit < 8; ++bit) {
-                made[value] |= ((value >> bit) & 1U) << (2 * bit);
+                made[value] |= std::uint64_t{(value >> bit) & 1U} << (2 * bit);
             }
         }
         return made;

@@ -11,6 +11,7 @@ QORVEL_BEGIN_NAMESPACE
 /// from std::exception.
 class QORVEL_EXPORT StbThreadException {
 public:
+    /// Keeps the code.
     explicit StbThreadException(std::int32_t code);
 
     /// Always 3 when the library throws it.

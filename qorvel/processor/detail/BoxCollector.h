@@ -38,7 +38,9 @@ private:
     static constexpr std::size_t kMany = 32;
 
     struct Hash {
-        std::size_t operator()(const Box* box) const { return hash_SpaceTimeBox()(*box); }
+        std::size_t operator()(const Box* box) const {
+            return static_cast<std::size_t>(hash_SpaceTimeBox()(*box));
+        }
     };
     struct Equal {
         bool operator()(const Box* a, const Box* b) const { return *a == *b; }

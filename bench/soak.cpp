@@ -1,0 +1,213 @@
+// A host that runs for a year: 200 million reports of the sample world's people, vans and ships go
+// through hangouts and presence, with what comes late, and gc every hour. At every 10 million one
+// row tells how fast it goes and what is in memory.
+//
+//   soak [MILLIONS]
+
+#include "bench/Report.h"
+#include "bench/measure.h"
+#include "tools/world/World.h"
+
+#include "qorvel/facade/QorvelMotionProcessorAPI.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <list>
+#include <sstream>
+#include <stdexcept>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using Api = QorvelMotionProcessorAPI;
+
+constexpr std::int64_t kHour = 3600000;
+constexpr std::int64_t kWeek = 168 * kHour;
+constexpr std::int64_t kLateness = 3 * kHour; ///< nothing in the sample world comes later
+constexpr std::size_t kMark = 10000000;       ///< events from row to row
+
+/// What one more record costs at most that is remembered as reported: the table that remembers it
+/// doubles when it is nearly full.
+constexpr double kBytesPerReport = 200.0;
+
+double residentBytes() {
+    std::ifstream file("/proc/self/statm");
+    std::size_t whole = 0;
+    std::size_t resident = 0;
+    file >> whole >> resident;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE));
+}
+
+void expectSuccess(int code, const std::stringstream& errors) {
+    if (code != 0) {
+        throw std::runtime_error("invalid: " + errors.str());
+    }
+}
+
+/// A spec on day boxes for every device, wherever it is.
+MotionProcessor makeProcessor(const std::string& name, std::uint32_t windowMinutes) {
+    std::stringstream errors;
+    std::list<STBMasterRow> masters(1);
+    std::list<STBAssignmentRow> rows(1);
+    std::list<STBCompressionSpec> specs(1);
+    MotionProcessor processor;
+    expectSuccess(Api::createSTBMasterRow(name, 7, 1, "days", masters.front(), errors), errors);
+    expectSuccess(Api::createSTBAssignmentRow("ANY", "device", 150.0, 0, name, {}, 0.0, 0.0, 2.1e7,
+                                              1.0, 1.0, rows.front(), errors),
+                  errors);
+    expectSuccess(Api::createHangoutSpec("ANY", "device", name, windowMinutes, "minutes", 5, 0.5,
+                                         specs.front(), errors),
+                  errors);
+    expectSuccess(Api::createMotionProcessorForHangouts(masters, rows, specs, processor, errors),
+                  errors);
+    return processor;
+}
+
+/// What is in memory, and how fast the events since the last mark were.
+struct Mark {
+    double eventsPerSecond = 0.0;
+    double resident = 0.0; ///< bytes
+    std::uint64_t entities = 0;
+    std::uint64_t cells = 0;
+    std::uint64_t items = 0;
+    std::uint64_t reported = 0;
+};
+
+class Host {
+public:
+    void take(const world::World& world, const world::Fix& fix, std::int64_t shift) {
+        Event event;
+        Api::createEvent("device", world.entities[fix.entity], "device", fix.lat, fix.lon,
+                         fix.accuracyM, fix.timeMs + shift, 0, event, errors_);
+        std::list<STBCompressedEvent> records;
+        Api::processEventForHangouts(event, hangouts_, records, errors_);
+        std::list<STBCompressedEvent> more;
+        Api::processEventForPresenceCompression(event, presence_, more, errors_);
+        newest_ = std::max(newest_, event.time);
+        if (newest_ >= nextGc_) {
+            Api::gc(hangouts_, newest_ - kLateness - 24 * kHour); // a time box is looked back on
+            Api::gc(presence_, newest_ - kLateness - kHour);      // the window is
+            nextGc_ = newest_ + kHour;
+        }
+    }
+
+    Mark mark() const {
+        Mark mark;
+        mark.resident = residentBytes();
+        for (const MotionProcessor* processor : {&hangouts_, &presence_}) {
+            mark.entities += processor->getEntityCount();
+            mark.cells += processor->getCellCount();
+            mark.items += processor->getItemCount();
+            mark.reported += processor->getRecentHangoutCount();
+        }
+        return mark;
+    }
+
+private:
+    MotionProcessor hangouts_ = makeProcessor("hangouts", 20);
+    MotionProcessor presence_ = makeProcessor("presence", 60);
+    std::stringstream errors_;
+    std::int64_t newest_ = 0;
+    std::int64_t nextGc_ = 0;
+};
+
+/// Two weeks of the same entities in different towns, by turns and ever later.
+class Years {
+public:
+    Years() {
+        for (const std::uint64_t seed : {1U, 2U}) {
+            worlds_.push_back(world::makeWorld({500, 7, seed}));
+        }
+    }
+
+    void next(Host& host) {
+        const world::World& world = worlds_[week_ % worlds_.size()];
+        host.take(world, world.fixes[fix_], static_cast<std::int64_t>(week_) * kWeek);
+        if (++fix_ == world.fixes.size()) {
+            fix_ = 0;
+            ++week_;
+        }
+    }
+
+private:
+    std::vector<world::World> worlds_;
+    std::size_t week_ = 0;
+    std::size_t fix_ = 0;
+};
+
+Mark runToNextMark(Years& years, Host& host) {
+    const double start = measure::threadTime();
+    for (std::size_t i = 0; i < kMark; ++i) {
+        years.next(host);
+    }
+    const double nanoseconds = measure::threadTime() - start;
+    Mark mark = host.mark();
+    mark.eventsPerSecond = static_cast<double>(kMark) * 1e9 / nanoseconds;
+    return mark;
+}
+
+std::string megabytes(double bytes) {
+    return number(bytes / 1e6);
+}
+
+void printRow(std::size_t number, const Mark& mark, const Mark& first) {
+    const double gained = static_cast<double>(mark.reported - first.reported);
+    const double grown = mark.resident - first.resident;
+    std::cout << "| " << number * kMark / 1000000 << " | " << wholeNumber(mark.eventsPerSecond)
+              << " | " << megabytes(mark.resident) << " | " << mark.entities << " | " << mark.cells
+              << " | " << wholeNumber(static_cast<double>(mark.items)) << " | "
+              << wholeNumber(static_cast<double>(mark.reported)) << " | "
+              << (gained > 0 ? wholeNumber(grown / gained) : "") << " |" << std::endl;
+}
+
+/// All but what was reported has to stay as it is once every kind of day has been seen.
+void judge(const std::vector<Mark>& marks, Report& report) {
+    const Mark& first = marks.front();
+    const Mark& last = marks.back();
+    const double gained = static_cast<double>(last.reported - first.reported);
+    if (last.resident - first.resident > gained * kBytesPerReport) {
+        report.fail("memory grows by more than what was reported");
+    }
+    const std::size_t half = marks.size() / 2;
+    std::uint64_t items[2] = {};
+    double slowness[2] = {};
+    for (std::size_t i = 0; i < 2 * half; ++i) {
+        items[i / half] = std::max(items[i / half], marks[i].items);
+        slowness[i / half] += 1 / marks[i].eventsPerSecond;
+    }
+    if (static_cast<double>(items[1]) > 1.1 * static_cast<double>(items[0])) {
+        report.fail("the series grow");
+    }
+    Report::note("The second half took " + times(slowness[1] / slowness[0]) +
+                 " the time of the first.");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::size_t millions = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 200;
+    Report report;
+    Report::heading("Soak");
+    Years years;
+    const double before = residentBytes();
+    std::vector<Mark> marks;
+    {
+        Host host;
+        std::cout << "| million events | events/s | MB resident | entities | cells | items | "
+                     "reported | bytes grown a report |\n"
+                     "|---:|---:|---:|---:|---:|---:|---:|---:|\n";
+        while (marks.size() < std::max<std::size_t>(millions * 1000000 / kMark, 2)) {
+            marks.push_back(runToNextMark(years, host));
+            printRow(marks.size(), marks.back(), marks.front());
+        }
+    }
+    Report::note("Resident before the first event, the sample world alone: " + megabytes(before) +
+                 " MB; after the processors are gone: " + megabytes(residentBytes()) + " MB.");
+    judge(marks, report);
+    return report.finish();
+}
