@@ -28,7 +28,7 @@ constexpr std::int32_t kSpheroidalMetric = 2;
 constexpr std::string_view kAlphabet = "0123456789bcdefghjkmnpqrstuvwxyz";
 constexpr std::int8_t kRejected = 124;
 
-constexpr std::array<std::int8_t, 128> makeCharacterValues() {
+consteval std::array<std::int8_t, 128> makeCharacterValues() {
     std::array<std::int8_t, 128> values{};
     for (std::int8_t& value : values) {
         value = kRejected;

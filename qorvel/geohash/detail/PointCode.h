@@ -53,7 +53,7 @@ constexpr bool encodePoint(double latitude, double longitude, PointCode& code) {
     return latitudeFits && longitudeFits;
 }
 
-constexpr std::array<std::int32_t, 256> makeInterleaveMap() {
+consteval std::array<std::int32_t, 256> makeInterleaveMap() {
     std::array<std::int32_t, 256> map{};
     for (std::uint32_t value = 0; value < map.size(); ++value) {
         for (std::uint32_t bit = 0; bit < 8; ++bit) {

@@ -19,7 +19,9 @@ namespace {
 /// antipode rounding can even leave its domain, so nothing is decided there.
 constexpr double kMargin = 1e-3;    // metres
 constexpr double kFarthest = 1.5e7; // metres
-constexpr double kNeverInside = -1.0;
+/// Nothing is at most NaN. No number would do: about a centre out of range, cosines below 0 make
+/// "haversines" below any.
+constexpr double kNeverInside = std::numeric_limits<double>::quiet_NaN();
 constexpr double kNeverOutside = std::numeric_limits<double>::infinity();
 
 double haversineOf(double distance) {

@@ -37,7 +37,7 @@ void Series::append(const TsListItem& item) {
         grow();
     }
     const bool ordered = isFarFromWrapping(item) && (empty() || follows(item, back()));
-    inOrder_ = ordered && (inOrder_ || empty());
+    inOrder_ = inOrder_ && ordered;
     ++size_;
     at(size_ - 1) = item;
 }

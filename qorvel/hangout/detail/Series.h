@@ -104,7 +104,8 @@ private:
     std::uint32_t capacity_ = 0;
     std::uint32_t head_ = 0;
     std::uint32_t size_ = 0;
-    /// Times, begins and ends all ascend from item to item, and none of them wraps.
+    /// Times, begins and ends all ascend from item to item, and none of them wraps. So
+    /// it is in an empty series.
     bool inOrder_ = true;
 };
 

@@ -17,8 +17,8 @@ namespace detail {
 /// Finds the rows that may apply to an event by its keys and the cells that hold it, so that an
 /// event costs what its own rows cost, however many rows and cells there are.
 ///
-/// It never misses a row that applies, and each candidate still has to pass the row tests. That is
-/// why it cannot be seen from outside.
+/// It never misses a row that applies, and each candidate, whose keys are the event's, still has to
+/// pass the row tests. That is why it cannot be seen from outside.
 class RowIndex {
 public:
     /// Numbers ascend from call to call.

@@ -13,7 +13,7 @@ RowTests::RowTests(const STBAssignmentRow& row)
 
 bool RowTests::pass(const Event& event, const Position& position, bool inArea) const {
     // No test has an effect of its own, so the dearest comes last.
-    return inArea && keysMatch(event) && tolerancesFit(event) && isNear(event, position);
+    return inArea && tolerancesFit(event) && isNear(event, position);
 }
 
 bool RowTests::isInArea(const Cell& ownCell) const {
@@ -23,11 +23,6 @@ bool RowTests::isInArea(const Cell& ownCell) const {
     });
 }
 
-bool RowTests::keysMatch(const Event& event) const {
-    return primaryKeyMatches(row_.primaryKeyId, event) &&
-           row_.secondaryKeyId == event.secondaryKeyId;
-}
-
 /// A NaN on either side fails.
 bool RowTests::tolerancesFit(const Event& event) const {
     return row_.maxSpaceTolerance >= event.spaceTolerance &&
@@ -35,13 +30,10 @@ bool RowTests::tolerancesFit(const Event& event) const {
 }
 
 bool RowTests::isNear(const Event& event, const Position& position) const {
-    switch (reach_.judge(event.latitude, event.longitude, position.cosLatitude())) {
-    case Reach::Verdict::inside:
-        return true;
-    case Reach::Verdict::outside:
-        return false;
-    case Reach::Verdict::inDoubt:
-        break;
+    const Reach::Verdict verdict =
+        reach_.judge(event.latitude, event.longitude, position.cosLatitude());
+    if (verdict != Reach::Verdict::inDoubt) {
+        return verdict == Reach::Verdict::inside;
     }
     return UtilG2::nearFilter(event.latitude, event.longitude, row_.latitude, row_.longitude,
                               row_.radius);

@@ -18,7 +18,8 @@ inline bool primaryKeyMatches(std::int32_t wanted, const Event& event) {
     return wanted == event.primaryKeyId || wanted == kAnyPrimaryKey;
 }
 
-/// An assignment row with the six tests by which it takes an event.
+/// An assignment row with the tests by which it takes an event, but for those of the keys: the row
+/// index finds no row with others.
 class RowTests {
 public:
     explicit RowTests(const STBAssignmentRow& row);
@@ -28,12 +29,10 @@ public:
     /// The area test: does one of the row's cells hold the event? A cell compares at its own depth.
     bool isInArea(const Cell& ownCell) const;
 
-    /// All six tests. The result of the area test is handed in, since the row index mostly knows
-    /// it.
+    /// All tests. The result of the area test is handed in, since the row index mostly knows it.
     bool pass(const Event& event, const Position& position, bool inArea) const;
 
 private:
-    bool keysMatch(const Event& event) const;
     bool tolerancesFit(const Event& event) const;
     bool isNear(const Event& event, const Position& position) const;
 
