@@ -21,7 +21,9 @@ std::vector<std::string> readAll(host::FixSource& source) {
             LAW(!fault.empty() || (isPlace && isExact && fix.time >= 0 && !fix.entity.empty()));
             LAW(!fault.empty() || source.readTime() == fix.time);
             LAW(source.line() > 0);
-            rows.push_back(source.verbatim() + fault + fix.entity + std::to_string(fix.time));
+            // In what words a time is refused hangs on the unit, which a later row may tell.
+            rows.push_back(source.verbatim() +
+                           (fault.empty() ? fix.entity + std::to_string(fix.time) : " bad"));
         }
         rows.emplace_back("end");
     } catch (const host::Failure& failure) {

@@ -145,8 +145,8 @@ error_code NdjsonSource::Parser::take(FixField field, ondemand::value value) {
         return value.get_string().get(texts[at]);
     case ondemand::json_type::number:
         return takeNumber(value, texts[at]);
-    case ondemand::json_type::null:
-        return value.is_null() ? simdjson::SUCCESS : simdjson::N_ATOM_ERROR;
+    case ondemand::json_type::null: // or something else that begins with an n
+        return value.is_null().error();
     case ondemand::json_type::boolean:
         fault = columns.name(field) + " is true or false, where a number or a text is wanted";
         return value.get_bool().error();
