@@ -281,10 +281,10 @@ TEST(Program, TakesLateRowsAsTheyComeAndCountsThem) {
     }
 }
 
-/// Two days of a town in which every thirtieth row is half a day late.
+/// A day of a town in which every thirtieth row is hours late.
 std::string unorderedTown() {
-    const std::string towns = "$Q synth --entities 40 --days 2 | awk 'NR == 1 || NR % 30 { print; "
-                              "next } { late[NR + 9000] = $0 } NR in late { print late[NR] }'";
+    const std::string towns = "$Q synth --entities 25 --days 1 | awk 'NR == 1 || NR % 30 { print; "
+                              "next } { late[NR + 6000] = $0 } NR in late { print late[NR] }'";
     return save("town", shell(towns).out);
 }
 
@@ -297,14 +297,12 @@ TEST(Program, OutputDoesNotDependOnThreads) {
         const Outcome one = shell("$Q " + command + " --threads 1 " + town);
         EXPECT_EQ(one.code, 0) << one.err;
         EXPECT_GT(lineCount(one.out), 20) << command;
-        for (const std::string threads : {"2", "3", "7"}) {
+        for (const std::string threads : {"2", "5"}) {
             const Outcome more = shell("$Q " + command + " --threads " + threads + " " + town);
             EXPECT_EQ(more.out, one.out) << command << threads;
         }
-        EXPECT_EQ(shell("cat " + town + " | $Q " + command + " --threads 2 -").out ==
-                      shell("cat " + town + " | $Q " + command + " --threads 1 -").out,
-                  true)
-            << command;
+        const std::string pipe = "cat " + town + " | $Q " + command + " - --threads ";
+        EXPECT_EQ(shell(pipe + "2").out, shell(pipe + "1").out) << command;
     }
 }
 
