@@ -14,7 +14,7 @@ void expectSuccess(int code, const std::stringstream& errors) {
     for (const std::string& sentence : sentencesForTags(errors.str())) {
         std::cerr << sentence << '\n';
     }
-    std::exit(1);
+    std::exit(1); // NOLINT(concurrency-mt-unsafe): before any thread starts
 }
 
 Event eventOf(const Fix& fix) {

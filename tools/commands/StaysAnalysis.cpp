@@ -105,6 +105,7 @@ struct Owner {
     std::uint64_t eid;
     std::uint32_t masterId;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 sees a 0 in what the compiler makes
     auto operator<=>(const Owner&) const = default;
 };
 

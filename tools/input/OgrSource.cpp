@@ -156,7 +156,8 @@ OgrSource::OgrSource(const InputOptions& options)
     if (hasPlace_) {
         prepareTransformation();
     }
-    featureCount_ = layer_->TestCapability(OLCFastFeatureCount) ? layer_->GetFeatureCount(0) : -1;
+    featureCount_ =
+        layer_->TestCapability(OLCFastFeatureCount) != 0 ? layer_->GetFeatureCount(0) : -1;
 }
 
 OgrSource::~OgrSource() = default;
@@ -208,8 +209,9 @@ void OgrSource::findColumns() {
     };
     hasPlace_ = layer_->GetGeomType() != wkbNone && !isColumn(FixField::latitude) &&
                 !isColumn(FixField::longitude);
-    std::vector<std::string> names;
     OGRFeatureDefn& definition = *layer_->GetLayerDefn();
+    std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(definition.GetFieldCount()));
     for (int i = 0; i < definition.GetFieldCount(); ++i) {
         names.emplace_back(definition.GetFieldDefn(i)->GetNameRef());
     }

@@ -48,7 +48,7 @@ public:
         const std::string partial = endOutput();
         summarize(partial);
         if (reader_.trouble()) {
-            throw *reader_.trouble();
+            throw Failure(*reader_.trouble());
         }
         return interrupted()          ? ExitCode::interrupted
                : rejects_.count() > 0 ? ExitCode::someRejected

@@ -105,7 +105,7 @@ private:
         gaps_.add(fix);
         std::list<SpaceTimeBox> boxes;
         processor_.getSTB(event, boxes);
-        figures_.untaken += boxes.empty();
+        figures_.untaken += boxes.empty() ? 1 : 0;
         if (keys_.size() < kMostKeys) {
             keys_.try_emplace({fix.primaryKey, fix.secondaryKey}, event);
         }

@@ -68,7 +68,7 @@ void take(const toml::node& node, Span& span) {
 
 void take(const toml::node& node, std::list<std::string>& texts) {
     if (!node.is_array()) {
-        throw wants("a list of texts, as in [\"u0qj6\", \"u0qj7\"]");
+        throw wants(R"(a list of texts, as in ["u0qj6", "u0qj7"])");
     }
     for (const toml::node& element : *node.as_array()) {
         take(element, texts.emplace_back());
@@ -205,9 +205,8 @@ private:
         readEntries(tables, kAssignmentKeys, config_.assignments);
         for (const toml::node& node : tables) {
             const toml::table& table = *node.as_table();
-            const int given =
-                table.contains("latitude") + table.contains("longitude") + table.contains("radius");
-            if (given != 0 && given != 3) {
+            const bool hasCentre = table.contains("latitude");
+            if (table.contains("longitude") != hasCentre || table.contains("radius") != hasCentre) {
                 fault(lineOf(table.source()),
                       "latitude, longitude and radius (metres) go together");
             }

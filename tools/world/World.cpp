@@ -26,6 +26,7 @@ constexpr double kAccuracyUnits = 10.0;
 
 /// To the nearest whole unit. All coordinates here are positive.
 std::int64_t toUnits(double value, double unitsPerOne) {
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): lround() may round otherwise elsewhere
     return static_cast<std::int64_t>(value * unitsPerOne + 0.5);
 }
 
@@ -58,7 +59,7 @@ double drawAccuracy(Random& random, Kind kind) {
 }
 
 std::int64_t reportInterval(Kind kind, const Leg& leg) {
-    constexpr std::int64_t kParkedFrom = 4 * 3600;
+    constexpr std::int64_t kParkedFrom = std::int64_t{4} * 3600;
     switch (kind) {
     case Kind::person:
         return 60;
