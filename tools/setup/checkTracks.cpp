@@ -105,7 +105,7 @@ private:
         gaps_.add(fix);
         std::list<SpaceTimeBox> boxes;
         processor_.getSTB(event, boxes);
-        figures_.untaken += boxes.empty() ? 1 : 0;
+        figures_.untaken += boxes.empty() ? 1U : 0U;
         if (keys_.size() < kMostKeys) {
             keys_.try_emplace({fix.primaryKey, fix.secondaryKey}, event);
         }
