@@ -106,6 +106,11 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {2, 0, "hangouts --min-count 0 -", "at least 1"},
         {2, 0, "hangouts --late '2 months' -", "days or a shorter unit"},
         {2, 0, "synth --truth -", "cannot be the same"},
+        {2, 0, "synth --out t.csv --truth ./t.csv", "cannot be the same"},
+        {2, 0, "stays --out " + scratch("in") + " -", "file of the tracks"}, // is standard input
+        {2, 0, "stays --rejects " + scratch(".") + "/in -", "file of the tracks"},
+        {2, 0, "geohash encode nan 8", "no cell holds nan"},
+        {2, 0, "explain --row 0 -", "which row"},
         {0, 1, "--version", ""},
         {0, 1, "hangouts -", "0 rows read, 0 processed, 0 rejected, 0 results", kHeader},
         {0, 1, "hangouts --late ever -", "3 processed",
@@ -141,6 +146,7 @@ TEST(Program, ReportsAndSkipsBadRows) {
         {"a,47,8,1000", "4 fields where the header has 5"},
         {"a,47,8,1000,20,7", "6 fields"},
         {",47,8,1000,20", "entity is missing"},
+        {"a,4\x1b[2J,8,1000,20", "lat is not a number"},
         {"a,,8,1000,20", "lat is missing"},
         {"a,47,8,,20", "time_ms is missing"},
         {"a,47,8 E,1000,20", "lon is not a number"},
@@ -179,7 +185,8 @@ TEST(Program, ReportsAndSkipsBadRows) {
         count += reason ? 1 : 0;
         line += 1 + lineCount(row);
     }
-    EXPECT_TRUE(has(outcome.err, "19 rows read, 3 processed, 16 rejected, 2 results"));
+    EXPECT_TRUE(has(outcome.err, "20 rows read, 3 processed, 17 rejected, 2 results"));
+    EXPECT_TRUE(has(outcome.err, "4\\x1b[2J") && !has(outcome.err, "\x1b")) << outcome.err;
     const Outcome strict = run("boxes --strict -", input);
     EXPECT_EQ(strict.code, 3);
     EXPECT_TRUE(has(strict.err, "2 rows read, 1 processed, 1 rejected, 1 results")) << strict.err;
@@ -227,6 +234,19 @@ TEST(Program, ShowsResultsAtOnceAndEndsCleanlyWhenInterrupted) {
     EXPECT_EQ(lineCount(shell(open + "timeout -s KILL 1 $Q boxes -").out), 4);
 }
 
+TEST(Program, EndsWhenOutputCannotBeWritten) {
+    const std::string tracks = save("tracks", shell("$Q synth --entities 5 --days 1").out);
+    for (int round = 0; round < 12; ++round) { // whichever thread meets it
+        EXPECT_EQ(shell("timeout 20 $Q boxes --threads 3 " + tracks, "/dev/full").code, 3);
+    }
+    const std::string rejects = scratch("half.csv");
+    EXPECT_EQ(shell("ulimit -f 64; $Q boxes --lat-column entity --entity-column lat --rejects " +
+                    rejects + ' ' + tracks)
+                  .code,
+              3);
+    EXPECT_FALSE(std::filesystem::exists(rejects));
+}
+
 /// Whether what no row can count is forgotten or not, from a file or a pipe: the same output. And
 /// the last figures are those of the same entities, cells and boxes, in the same order.
 void expectSameWhateverIsCollected(const std::string& file) {
@@ -271,6 +291,8 @@ TEST(Program, TakesLateRowsAsTheyComeAndCountsThem) {
     const std::string all = "4 rows read, 4 processed, 0 rejected";
     const Outcome file = run("hangouts -", rows); // read twice: any order
     EXPECT_TRUE(has(file.err, all) && !has(file.err, "came later")) << file.err;
+    EXPECT_TRUE(has(file.err, "at least 3 rows are older than one of their entity")) << file.err;
+    EXPECT_FALSE(has(run("meet -", rows).err, "older")); // the order is nothing to it
     for (const auto& [late, count] : {std::pair("", "1 rows came later"),
                                       {"--late '6399 seconds'", "3 rows came later"},
                                       {"--late '6400 seconds'", "2 rows came later"}}) {

@@ -32,8 +32,9 @@ void installSignalHandlers() {
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
-    action.sa_handler = SIG_IGN;
+    action.sa_handler = SIG_IGN; // the write that fails says so
     sigaction(SIGPIPE, &action, nullptr);
+    sigaction(SIGXFSZ, &action, nullptr);
 }
 
 bool interrupted() {

@@ -4,11 +4,11 @@
 #include "tools/commands/MeetAnalysis.h"
 #include "tools/commands/StaysAnalysis.h"
 #include "tools/commands/findings.h"
+#include "tools/tell.h"
 
 #include "qorvel/facade/StbThreadException.h"
 #include "qorvel/geodesy/STException.h"
 
-#include <cstdio>
 #include <exception>
 #include <memory>
 #include <variant>
@@ -22,7 +22,7 @@ using host::CommandLine;
 void warn(const CommandLine& line) {
     for (const host::ConfigFault& fault : host::checkConfig(line.config, line.use())) {
         if (!fault.isError && !line.run.isQuiet) {
-            std::fprintf(stderr, "qorvel: %s\n", host::describe(fault, line.config.file).c_str());
+            host::tell(host::describe(fault, line.config.file));
         }
     }
 }
@@ -70,7 +70,7 @@ host::ExitCode run(int argc, const char* const* argv) {
 }
 
 host::ExitCode complain(const char* what, host::ExitCode code = host::ExitCode::broken) {
-    std::fprintf(stderr, "qorvel: %s\n", what);
+    host::tell(what);
     return code;
 }
 

@@ -1,6 +1,7 @@
 #include "tools/cli/CommandLine.h"
 
 #include "tools/cli/completion.h"
+#include "tools/output/TextFile.h"
 
 #include "qorvel/version.h"
 
@@ -41,6 +42,8 @@ Output: CSV, NDJSON, GeoJSON, GeoPackage or FlatGeobuf, with the cells as shapes
 
 Exit codes: 0 done, 1 some rows rejected, 2 wrong usage or configuration, 3 input unusable or
 broken off or output failed, 130 interrupted.)";
+
+constexpr double kPresenceRatio = 0.5;
 
 constexpr char kGeohashFooter[] = R"(Examples:
   qorvel geohash encode 47.3712 8.5401 --length 7
@@ -136,7 +139,8 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired = true) {
                     "file of tracks, - for standard input, or a source that GDAL knows")
         ->required(isRequired);
     const std::string group = "Input";
-    addChoice(command, "--input-format", input.format, formats, "format of the tracks");
+    addChoice(command, "--input-format", input.format, formats,
+              "format of the tracks; standard input is taken for CSV");
     command.get_option("--input-format")->group(group);
     for (std::size_t field = 0; field < input.columns.size(); ++field) {
         command
@@ -267,6 +271,12 @@ void addGeohash(CLI::App& command, GeohashOptions& geohash) {
     command.footer(kGeohashFooter);
 }
 
+/// Whether to write the one would replace the other.
+bool isSameFile(const std::string& written, const std::string& other) {
+    return !written.empty() && (written == other || (!isWrittenDirectly(written) &&
+                                                     targetOf(written) == targetOf(other)));
+}
+
 /// What the library lets pass, or would only fail on in silence.
 void refuseSenseless(const CommandLine& line) {
     const EventOptions& events = line.run.events;
@@ -276,17 +286,18 @@ void refuseSenseless(const CommandLine& line) {
     if (events.timeTolerance > 1) {
         throw usageFailure("--time-tolerance must be 0 or 1");
     }
-    if (line.command == Command::synth && line.synth.tracksFile == line.synth.truthFile) {
+    if (line.command == Command::synth && isSameFile(line.synth.truthFile, line.synth.tracksFile)) {
         throw usageFailure("--out and --truth cannot be the same");
     }
     if (line.command == Command::explain && line.explain.row + line.explain.line == 0) {
         throw usageFailure("which row? --row or --line says it");
     }
+    const std::string input = line.run.input.file == "-" ? "/dev/stdin" : line.run.input.file;
     const std::string& rejects = line.run.rejectsFile;
-    if (!rejects.empty() && (rejects == line.run.output.file || rejects == line.run.input.file)) {
+    if (isSameFile(rejects, line.run.output.file) || isSameFile(rejects, input)) {
         throw usageFailure("--rejects cannot be the file of the tracks or of the results");
     }
-    if (line.run.output.file == line.run.input.file && line.run.input.file != "-") {
+    if (isSameFile(line.run.output.file, input)) {
         throw usageFailure("--out cannot be the file of the tracks");
     }
 }
@@ -342,7 +353,7 @@ private:
 
         CLI::App& presence = add(Command::presence, "presence",
                                  "who was seen often enough in which cell and time box");
-        last().spec.ratio = 0.5;
+        last().spec.ratio = kPresenceRatio;
         addDetection(presence, "share of the fixes that a box must have, 0 to 1");
         addFinal(presence);
 
@@ -393,14 +404,18 @@ private:
         ExplainOptions& explained = last().line.explain;
         addInput(explain, explained.input);
         CLI::Option* row =
-            explain.add_option("--row", explained.row, "number of the row, the first being 1")
-                ->check(CLI::PositiveNumber);
+            explain.add_option("--row", explained.row, "number of the row, the first being 1");
         explain.add_option("--line", explained.line, "or the line on which it begins")
-            ->check(CLI::PositiveNumber)
             ->excludes(row);
         addChoice(explain, "--for", explained.use, uses, "what is to be explained");
         addEvents(explain, last().line.run.events);
         addSetup(explain, last(), "as for that command");
+        explain.get_option("--ratio")->default_str("that command's");
+        explain.parse_complete_callback([&explain, &explained, &spec = last().spec] {
+            if (explained.use == Use::presence && explain.count("--ratio") == 0) {
+                spec.ratio = kPresenceRatio;
+            }
+        });
 
         CLI::App& check = add(Command::check, "check",
                               "a configuration as it is understood, and what is wrong with it");

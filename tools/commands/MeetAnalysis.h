@@ -38,6 +38,7 @@ public:
     const Schema& schema() const override;
     std::unique_ptr<Shard> makeShard() const override;
     std::int64_t lookBack() const override;
+    bool dependsOnOrder() const override { return false; }
     void see(const SeenBox& box) override;
     void collect(std::int64_t time) override;
     void finish(std::vector<LastResult>& results) override;

@@ -8,6 +8,7 @@
 
 #include "qorvel/qorvel.h"
 
+#include <cmath>
 #include <optional>
 #include <sstream>
 
@@ -47,7 +48,8 @@ std::string encode(const GeohashOptions& options) {
         throw refusal("a cell has 0 to 128 bits, which are up to 25 characters");
     }
     SpaceBox cell;
-    if (!UtilG2::pointToSpaceBox(options.latitude, options.longitude, options.bits, cell)) {
+    if (std::isnan(options.latitude) || std::isnan(options.longitude) ||
+        !UtilG2::pointToSpaceBox(options.latitude, options.longitude, options.bits, cell)) {
         throw refusal("no cell holds " + numberText(options.latitude) + ", " +
                       numberText(options.longitude) +
                       ": latitude is -90 to below 90, longitude -180 to below 180 degrees");

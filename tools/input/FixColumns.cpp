@@ -80,6 +80,9 @@ std::vector<std::size_t> indicesOf(const std::vector<std::string>& names, Accept
 /// One after another, but not without end.
 template <typename Texts>
 std::string listed(const Texts& texts) {
+    if (texts.empty()) {
+        return "none";
+    }
     constexpr std::size_t kMost = 30;
     std::string list;
     for (std::size_t i = 0; i < std::min(texts.size(), kMost); ++i) {

@@ -32,8 +32,8 @@ bool isPointLayer(OGRLayer& layer) {
     return type == wkbPoint || type == wkbUnknown;
 }
 
-bool isGpx(GDALDataset& dataset) {
-    return dataset.GetDriver()->GetDescription() == std::string_view("GPX");
+bool isOfFormat(GDALDataset& dataset, std::string_view format) {
+    return dataset.GetDriver()->GetDescription() == format;
 }
 
 std::string layerNames(GDALDataset& dataset) {
@@ -192,7 +192,8 @@ OGRLayer* OgrSource::chooseLayer() {
 OGRLayer* OgrSource::firstWithPoints() {
     std::vector<OGRLayer*> layers;
     for (const TrackLayer& kind : kTrackLayers) {
-        layers.push_back(isGpx(*dataset_) ? dataset_->GetLayerByName(kind.points) : nullptr);
+        layers.push_back(isOfFormat(*dataset_, "GPX") ? dataset_->GetLayerByName(kind.points)
+                                                      : nullptr);
     }
     for (OGRLayer* layer : dataset_->GetLayers()) {
         layers.push_back(isPointLayer(*layer) ? layer : nullptr);
@@ -217,7 +218,8 @@ void OgrSource::findColumns() {
     }
     fixes_.find(names, name_ + ": layer \"" + layer_->GetName() + '"', hasPlace_);
     for (const TrackLayer& kind : kTrackLayers) {
-        if (isGpx(*dataset_) && fixes_.columns().name(FixField::entity) == kind.number) {
+        if (isOfFormat(*dataset_, "GPX") &&
+            fixes_.columns().name(FixField::entity) == kind.number) {
             readTrackNames(kind.tracks);
         }
     }
@@ -265,8 +267,18 @@ bool OgrSource::next() {
     if (!feature_ && !trouble_.empty()) {
         fail(trouble_);
     }
+    if (!feature_) {
+        refuseCutOff();
+    }
     ++row_;
     return feature_ != nullptr;
+}
+
+/// GDAL takes a FlatGeobuf that is cut off before its first feature for an empty one.
+void OgrSource::refuseCutOff() const {
+    if (row_ == 0 && featureCount_ > 0 && isOfFormat(*dataset_, "FlatGeobuf")) {
+        fail("it is cut off: there is none of its " + std::to_string(featureCount_) + " features");
+    }
 }
 
 std::string OgrSource::read(Fix& fix) {

@@ -57,6 +57,7 @@ private:
     void takeAttribute(FixField field);
     std::string takePlace();
     void setText(FixField field, std::string text);
+    void refuseCutOff() const;
     [[noreturn]] void fail(const std::string& what) const;
 
     std::string name_;

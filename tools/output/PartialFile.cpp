@@ -14,14 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What a link points to is what gets replaced, not the link.
-fs::path resolve(const std::string& name) {
-    std::error_code error;
-    const fs::path absolute = fs::absolute(name, error);
-    const fs::path target = fs::weakly_canonical(absolute, error);
-    return error ? absolute : target;
-}
-
 /// Renaming would replace even a file that its owner has protected against writing.
 void checkReplaceable(const std::string& name, const fs::path& target) {
     std::error_code error;
@@ -35,8 +27,15 @@ void checkReplaceable(const std::string& name, const fs::path& target) {
 
 } // namespace
 
+fs::path targetOf(const std::string& name) {
+    std::error_code error;
+    const fs::path absolute = fs::absolute(name, error);
+    const fs::path target = fs::weakly_canonical(absolute, error);
+    return error ? absolute : target;
+}
+
 PartialFile::PartialFile(const std::string& name, const std::string& extension)
-    : name_(name), target_(resolve(name)) {
+    : name_(name), target_(targetOf(name)) {
     checkReplaceable(name_, target_);
     reserve(extension);
 }

@@ -6,6 +6,9 @@
 
 namespace host {
 
+/// The file of that name, or to be: what a link points to is what gets replaced, not the link.
+std::filesystem::path targetOf(const std::string& name);
+
 /// A file that gets its name only when it is complete: until then it stands beside it under a
 /// temporary one, "tracks.partial-4711.csv" for tracks.csv. Removed at destruction unless completed
 /// or kept.

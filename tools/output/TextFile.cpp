@@ -71,6 +71,9 @@ void TextFile::flush() {
 }
 
 void TextFile::finish() {
+    if (failure_ != 0) {
+        throw writeFailure(name_, failure_);
+    }
     drain();
     closeFile();
     if (partial_) {
@@ -112,6 +115,7 @@ void TextFile::drain() {
 /// Takes back the piece that was written in part, so that the file ends with a whole row and
 /// abandon can put its end behind it.
 void TextFile::fail(int reason) {
+    failure_ = reason;
     buffer_.clear();
     if (partial_ && ftruncate(file_, drained_) == 0) {
         lseek(file_, drained_, SEEK_SET);

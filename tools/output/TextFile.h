@@ -36,7 +36,7 @@ public:
     /// What is written so far reaches whoever reads it; nothing while the name is temporary.
     void flush();
 
-    /// Writes and closes all, and gives the file its name.
+    /// Writes and closes all, and gives the file its name; fails again where rows are missing.
     void finish();
 
     /// Ends early, with `end` behind the rows written so far; they stay under the temporary name,
@@ -54,6 +54,7 @@ private:
     int file_ = -1;
     std::string buffer_;
     std::int64_t drained_ = 0; ///< bytes in the file: whole rows
+    int failure_ = 0;          ///< why rows are missing in it; 0: none are
 };
 
 } // namespace host

@@ -76,6 +76,9 @@ public:
     /// then nothing need be collected, ever.
     virtual std::int64_t lookBack() const = 0;
 
+    /// Whether the rows of an entity give other results in another order than that of time.
+    virtual bool dependsOnOrder() const { return true; }
+
     /// Takes the boxes that shards added, one after another in the order of the input, whatever the
     /// number of threads.
     virtual void see(const SeenBox&) {}

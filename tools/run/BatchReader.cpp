@@ -71,9 +71,22 @@ void BatchReader::admit(Batch& batch, Batch::Entry& entry) {
         ++late_;
     }
     const std::size_t hash = std::hash<std::string>()(entry.fix.entity);
+    if (horizon_ != nullptr) {
+        countDisorder(hash, entry.fix.time);
+    }
     batch.entriesOf[hash % batch.entriesOf.size()].push_back(batch.size);
     ++batch.size;
     ++processed_;
+}
+
+/// Two entities in one place forget each other's times, which only makes the count too low.
+void BatchReader::countDisorder(std::size_t hash, std::int64_t time) {
+    Newest& newest = newest_[hash % kNewest];
+    if (newest.entity == hash && time < newest.time) {
+        ++outOfOrder_;
+    } else {
+        newest = {hash, time};
+    }
 }
 
 /// Each pass over all that is remembered is worth it only when time has moved on by a whole

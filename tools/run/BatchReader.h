@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace host {
 
@@ -36,11 +37,21 @@ public:
     std::uint64_t rowsProcessed() const { return processed_; }
     /// Rows that broke the promise of how late they may be. They were processed.
     std::uint64_t rowsLate() const { return late_; }
+    /// At least so many rows had a time before that of an earlier row of their entity. Not counted
+    /// without a horizon.
+    std::uint64_t rowsOutOfOrder() const { return outOfOrder_; }
 
 private:
+    struct Newest {             ///< of an entity's rows so far
+        std::size_t entity = 0; ///< the hash of its name
+        std::int64_t time = 0;
+    };
+    static constexpr std::size_t kNewest = 4096; ///< fits into the caches
+
     void readRows(Batch& batch);
     void readRow(Batch& batch);
     void admit(Batch& batch, Batch::Entry& entry);
+    void countDisorder(std::size_t hash, std::int64_t time);
     void collect(Batch& batch);
 
     FixSource& source_;
@@ -54,6 +65,8 @@ private:
     std::uint64_t rows_ = 0;
     std::uint64_t processed_ = 0;
     std::uint64_t late_ = 0;
+    std::uint64_t outOfOrder_ = 0;
+    std::vector<Newest> newest_ = std::vector<Newest>(kNewest); ///< by the hash of the entity
     std::int64_t collected_ = 0; ///< what ended before it has been forgotten
 };
 

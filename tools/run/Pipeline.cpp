@@ -4,6 +4,8 @@
 #include "tools/Interrupt.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -29,7 +31,7 @@ Pipeline::Pipeline(BatchReader& reader, Analysis& analysis, ResultWriter& writer
                    const EventOptions& events, unsigned threads)
     : reader_(reader), analysis_(analysis), writer_(writer), mostInFlight_(mostInFlight(threads)) {
     for (std::size_t lane = 0; lane < shardCount(threads); ++lane) {
-        lanes_.push_back({analysis.makeShard(), EventMaker(events), Event()});
+        lanes_.push_back({analysis.makeShard(), EventMaker(events), {}});
     }
     for (unsigned thread = 1; thread < threads; ++thread) {
         threads_.emplace_back(&Pipeline::runThread, this);
@@ -52,10 +54,10 @@ Pipeline::~Pipeline() {
 void Pipeline::run() {
     try {
         readAll();
+        work();
     } catch (...) {
         fail();
     }
-    work();
     for (std::thread& thread : threads_) {
         thread.join();
     }
@@ -175,22 +177,34 @@ std::optional<std::size_t> Pipeline::shardToAdvance() const {
 }
 
 void Pipeline::process(Batch& batch, std::size_t lane) {
+    makeEvents(batch, lane);
     Lane& own = lanes_[lane];
     Findings& findings = batch.findings[lane];
     findings.clear();
     const auto collect = [&own](std::int64_t time) { own.shard->collect(time); };
     std::size_t nextCollection = 0;
+    auto event = own.events.begin();
     for (const std::size_t at : batch.entriesOf[lane]) {
         batch.collectBefore(at, nextCollection, collect);
-        const Batch::Entry& entry = batch.entries[at];
-        const std::string tags = own.events.make(entry.fix, own.event);
+        findings.beginEntry(at);
+        own.shard->take({batch.entries[at].fix, *event++, batch.entries[at].row}, findings);
+    }
+    batch.collectBefore(batch.size, nextCollection, collect);
+}
+
+/// The library registers names under one lock. It is taken once for all: one by one, the threads
+/// would wait for each other at every event.
+void Pipeline::makeEvents(const Batch& batch, std::size_t lane) {
+    Lane& own = lanes_[lane];
+    own.events.resize(batch.entriesOf[lane].size());
+    const std::lock_guard lock(*QorvelMotionProcessorAPI::__stbMutex);
+    auto event = own.events.begin();
+    for (const std::size_t at : batch.entriesOf[lane]) {
+        const std::string tags = own.maker.make(batch.entries[at].fix, *event++);
         if (!tags.empty()) {
             throw Failure(ExitCode::broken, "the library refuses a row that passed: " + tags);
         }
-        findings.beginEntry(at);
-        own.shard->take({entry.fix, own.event, entry.row}, findings);
     }
-    batch.collectBefore(batch.size, nextCollection, collect);
 }
 
 void Pipeline::write(Batch& batch) {

@@ -43,8 +43,8 @@ public:
 private:
     struct Lane { ///< a shard, and how far it is
         std::unique_ptr<Shard> shard;
-        EventMaker events;
-        Event event;
+        EventMaker maker;
+        std::vector<Event> events; ///< of the batch that it is at
         std::uint64_t nextBatch = 0;
         bool isBusy = false;
     };
@@ -59,6 +59,7 @@ private:
     bool advanceShard(Lock& lock);
     std::optional<std::size_t> shardToAdvance() const;
     void process(Batch& batch, std::size_t lane);
+    void makeEvents(const Batch& batch, std::size_t lane);
     void write(Batch& batch);
     void writeLastResults();
     void fail();

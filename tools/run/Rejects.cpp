@@ -2,8 +2,7 @@
 
 #include "tools/csvText.h"
 #include "tools/input/FixSource.h"
-
-#include <cstdio>
+#include "tools/tell.h"
 
 namespace host {
 
@@ -23,11 +22,11 @@ Rejects::Rejects(const std::string& file) {
 void Rejects::add(const FixSource& source, const std::string& reason) {
     ++count_;
     if (count_ <= kMostTold) {
-        std::fprintf(stderr, "qorvel: %s, line %llu: %s (row skipped)\n", source.name().c_str(),
-                     static_cast<unsigned long long>(source.line()), reason.c_str());
+        tell(source.name() + ", line " + std::to_string(source.line()) + ": " + reason +
+             " (row skipped)");
     } else if (count_ == kMostTold + 1) {
-        std::fprintf(stderr, "qorvel: more rows are skipped%s\n",
-                     file_ ? "" : "; --rejects FILE keeps them all");
+        tell(std::string("more rows are skipped") +
+             (file_ ? "" : "; --rejects FILE keeps them all"));
     }
     if (file_) {
         write(source, reason);

@@ -7,6 +7,7 @@
 #include "tools/run/Pipeline.h"
 #include "tools/run/Progress.h"
 #include "tools/run/Rejects.h"
+#include "tools/tell.h"
 
 #include <chrono>
 #include <cstdio>
@@ -71,22 +72,25 @@ private:
 
     void summarize(const std::string& partial) const {
         if (!partial.empty()) {
-            std::fprintf(stderr, "qorvel: what was found up to there is in %s\n", partial.c_str());
+            tell("what was found up to there is in " + partial);
         }
         if (options_.isQuiet) {
             return;
         }
         for (const std::string& remark : source_->remarks()) {
-            std::fprintf(stderr, "qorvel: %s\n", remark.c_str());
+            tell(remark);
         }
         for (const std::string& remark : analysis_.remarks()) {
-            std::fprintf(stderr, "qorvel: %s\n", remark.c_str());
+            tell(remark);
+        }
+        if (reader_.rowsOutOfOrder() > 0 && analysis_.dependsOnOrder()) {
+            tell("at least " + std::to_string(reader_.rowsOutOfOrder()) +
+                 " rows are older than one of their entity before them; sorted by time they may "
+                 "give other results");
         }
         if (reader_.rowsLate() > 0) {
-            std::fprintf(stderr,
-                         "qorvel: %llu rows came later than --late allows; what they continue may "
-                         "have been forgotten\n",
-                         printable(reader_.rowsLate()));
+            tell(std::to_string(reader_.rowsLate()) +
+                 " rows came later than --late allows; what they continue may have been forgotten");
         }
         const std::chrono::duration<double> seconds = Clock::now() - start_;
         std::fprintf(stderr,

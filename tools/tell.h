@@ -1,0 +1,14 @@
+#ifndef QORVEL_TOOLS_TELL_H
+#define QORVEL_TOOLS_TELL_H
+
+#include <string>
+
+namespace host {
+
+/// A line on standard error, after the program's name. It may quote the input: control characters,
+/// with which that could steer the terminal, are written as "\x1b".
+void tell(const std::string& words);
+
+} // namespace host
+
+#endif
