@@ -2,9 +2,9 @@
 
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
+#include "tools/tell.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <utility>
@@ -55,7 +55,10 @@ void Pipeline::run() {
     try {
         readAll();
         work();
+    } catch (const Failure&) {
+        fail();
     } catch (...) {
+        endAtOnceWithThreads();
         fail();
     }
     for (std::thread& thread : threads_) {
@@ -65,6 +68,15 @@ void Pipeline::run() {
         std::rethrow_exception(trouble_);
     }
     writeLastResults();
+}
+
+/// Called while an exception of the library is handled: it may have left its lock with this thread,
+/// and other threads would wait for that until this one ends.
+void Pipeline::endAtOnceWithThreads() const {
+    if (!threads_.empty()) {
+        tell("out of memory, or the library failed");
+        std::_Exit(static_cast<int>(ExitCode::broken));
+    }
 }
 
 /// Reads, and does other work while enough is read.

@@ -50,6 +50,7 @@ private:
     };
     using Lock = std::unique_lock<std::mutex>;
 
+    void endAtOnceWithThreads() const;
     void readAll();
     void work();
     void runThread();
