@@ -151,7 +151,7 @@ OgrSource::OgrSource(const InputOptions& options)
     const auto status = std::filesystem::status(options.file, ignored);
     repeatable_ = is_regular_file(status) || is_directory(status);
     open();
-    layer_ = chooseLayer();
+    layer_ = chooseLayer(); // NOLINT(cppcoreguidelines-prefer-member-initializer): it is open now
     findColumns();
     if (hasPlace_) {
         prepareTransformation();

@@ -52,7 +52,8 @@ void PartialFile::reserve(const std::string& extension) {
     const std::string stem = target_.stem().string() + ".partial-" + std::to_string(getpid());
     std::string suffix;
     for (unsigned next = 2;; ++next) {
-        const std::string path = (folder / (stem + suffix + extension)).string();
+        const std::string name = std::string(stem).append(suffix).append(extension);
+        const std::string path = (folder / name).string();
         const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (file >= 0) {
             close(file);
