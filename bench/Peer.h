@@ -82,6 +82,7 @@ template <class Convert>
 auto convertPairs(const std::vector<Pair>& pairs, Convert convert) {
     using Own = decltype(convert(Point{}));
     std::vector<std::pair<Own, Own>> result;
+    result.reserve(pairs.size());
     for (const Pair& pair : pairs) {
         result.emplace_back(convert(pair.from), convert(pair.to));
     }

@@ -79,7 +79,7 @@ measure::Contender byItems(Mode mode, std::uint32_t items) {
 /// falls on one report in sixty. Few entities do it again and again, so that the time is long
 /// enough.
 measure::Contender byEntities(Mode mode, std::uint32_t entities) {
-    constexpr std::int64_t interval = 12 * 60000;
+    constexpr std::int64_t interval = 720000;
     constexpr int warmReports = 6;
     constexpr int timedReports = 4;
     const std::size_t rounds = std::max<std::size_t>(1, 50000 / entities);

@@ -50,7 +50,7 @@ const std::vector<ModeGoal>& modeGoals() {
 sides::Duel checkedDuel(const ModeGoal& mode, Report& report) {
     const Scenario scenario = mode.make();
     const std::string difference = sides::firstDifference(scenario, scenario.events.size());
-    const sides::Duel duel = sides::duel(scenario, kRepetitions);
+    sides::Duel duel = sides::duel(scenario, kRepetitions);
     if (!difference.empty()) {
         report.fail(mode.name + ": " + difference);
     }

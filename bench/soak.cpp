@@ -158,7 +158,7 @@ std::string megabytes(double bytes) {
 }
 
 void printRow(std::size_t number, const Mark& mark, const Mark& first) {
-    const double gained = static_cast<double>(mark.reported - first.reported);
+    const auto gained = static_cast<double>(mark.reported - first.reported);
     const double grown = mark.resident - first.resident;
     std::cout << "| " << number * kMark / 1000000 << " | " << wholeNumber(mark.eventsPerSecond)
               << " | " << megabytes(mark.resident) << " | " << mark.entities << " | " << mark.cells

@@ -31,7 +31,7 @@ std::size_t liveOneHour(sides::Run<sides::Library>& library, scenarios::Scenario
 
 int main(int argc, char** argv) {
     const std::string mode = argc == 3 ? argv[1] : "";
-    const int hour = argc == 3 ? std::atoi(argv[2]) : 0;
+    const int hour = argc == 3 ? std::stoi(argv[2]) : 0;
     if ((mode != "presence" && mode != "hangouts") || hour < 1) {
         std::cerr << "usage: steady presence|hangouts HOUR\n";
         return 2;

@@ -137,7 +137,7 @@ bool ModelDetector::processEventPresenceCompression(const Event& event,
         const bool detected =
             detectHangout(items, event.time, spec.windowMillis, spec.minCount, boundary, tally);
         if (detected) {
-            const double total = static_cast<double>(tally.beforeCount + tally.afterCount);
+            const auto total = static_cast<double>(tally.beforeCount + tally.afterCount);
             emit(event, cell, items, tally, {boundary, total}, spec, stbSpec, out);
         }
         result = result || detected;
@@ -181,7 +181,7 @@ bool ModelDetector::processEventDwellTime(const Event& event, const double& time
         const bool detected = detectDwellTimeHangout(items, spec.windowMillis, spec.minCount,
                                                      boundary, oldestEnd, tally);
         if (detected) {
-            const double minimum = static_cast<double>(spec.minCount);
+            const auto minimum = static_cast<double>(spec.minCount);
             emit(event, cell, items, tally, {boundary, minimum}, spec, stbSpec, out);
         }
         result = result || detected;
