@@ -187,7 +187,7 @@ void FixColumns::failAbsent(FixField field, const std::vector<std::string>& name
 }
 
 void FixColumns::failTwice(FixField field, const std::string& one, const std::string& other,
-                           const std::string& where) const {
+                           const std::string& where) {
     const std::string which = one == other ? " has two columns " + quoted(one) + "; name another"
                                            : " has the columns " + quoted(one) + " and " +
                                                  quoted(other) + "; name the one that counts";

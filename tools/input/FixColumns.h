@@ -61,8 +61,8 @@ private:
                                         const std::vector<std::string>& names) const;
     [[noreturn]] void failAbsent(FixField field, const std::vector<std::string>& names,
                                  const std::string& where) const;
-    [[noreturn]] void failTwice(FixField field, const std::string& one, const std::string& other,
-                                const std::string& where) const;
+    [[noreturn]] static void failTwice(FixField field, const std::string& one,
+                                       const std::string& other, const std::string& where);
 
     const InputOptions options_;
     std::array<Entry, kFixFields> entries_;

@@ -45,7 +45,7 @@ private:
     FixField fieldOf(std::size_t position, std::string_view key);
     FixField find(std::string_view key);
     error_code take(FixField field, ondemand::value value);
-    error_code takeNumber(ondemand::value& value, std::string_view& text);
+    static error_code takeNumber(ondemand::value& value, std::string_view& text);
 
     FixColumns& columns;
     ondemand::parser parser;

@@ -91,7 +91,7 @@ std::unique_ptr<OGRMultiPolygon> cellUnion(const std::vector<SpaceBox>& cells) {
     }
     const GdalErrors quiet;
     std::unique_ptr<OGRGeometry> united(polygons->UnionCascaded());
-    if (!united || united->IsEmpty()) {
+    if (!united || united->IsEmpty() != 0) {
         return polygons;
     }
     polygons.reset(OGRGeometryFactory::forceToMultiPolygon(united.release())->toMultiPolygon());
