@@ -63,8 +63,9 @@ public:
         const std::uint64_t leap = take(1) % 16;
         latitude_ = leap == 0 ? number(90.0) : latitude_ + whole<std::int8_t>() * 1e-5;
         longitude_ = leap == 0 ? number(180.0) : longitude_ + whole<std::int8_t>() * 1e-5;
-        time_ = leap == 1 ? pick({whole<std::int64_t>(), INT64_MAX, INT64_MIN, std::int64_t{0}})
-                          : detail::wrappingAdd(time_, std::int64_t{1000} * whole<std::int16_t>());
+        time_ = leap == 1
+                    ? pick({whole<std::int64_t>(), INT64_MAX, INT64_MIN, std::int64_t{0}})
+                    : qorvel_detail::wrappingAdd(time_, std::int64_t{1000} * whole<std::int16_t>());
         const auto who = static_cast<std::uint32_t>(take(1));
         const std::uint32_t timeTolerance = who < 16 ? count() : who / 16 % 2;
         const double tolerance = (who & 32U) != 0 ? number(1e3) : 20.0 * (who >> 6U);
@@ -80,7 +81,7 @@ public:
 
     std::int64_t pastTime() {
         const std::int64_t age = count() * std::int64_t{60000};
-        return pick({detail::wrappingSubtract(time_, age), whole<std::int64_t>()});
+        return pick({qorvel_detail::wrappingSubtract(time_, age), whole<std::int64_t>()});
     }
 
 private:

@@ -37,8 +37,8 @@ double bisect(std::uint64_t code, int firstBit, double low, double high) {
 }
 
 // With all 128 bits the eastern corner of the world rounds to 180, the northern one stays below 90.
-static_assert(detail::decodeInterleaved(UINT64_MAX, UINT64_MAX).longitude == 180);
-static_assert(detail::decodeInterleaved(UINT64_MAX, UINT64_MAX).latitude < 90);
+static_assert(qorvel_detail::decodeInterleaved(UINT64_MAX, UINT64_MAX).longitude == 180);
+static_assert(qorvel_detail::decodeInterleaved(UINT64_MAX, UINT64_MAX).latitude < 90);
 
 TEST(Points, CodesBisectTheEarth) {
     for (int i = 0; i < 20000; ++i) {
@@ -253,25 +253,26 @@ TEST(Metrics, AnyInputHasAnAnswer) {
 }
 
 // A constant expression has no undefined behaviour: the extremes wrap.
-static_assert(detail::daysFromCivil(INT64_MIN, INT64_MIN) !=
-              detail::daysFromCivil(INT64_MAX, INT64_MAX));
-static_assert(detail::civilFromDays(INT64_MIN).day > 0 && detail::civilFromDays(INT64_MAX).day > 0);
+static_assert(qorvel_detail::daysFromCivil(INT64_MIN, INT64_MIN) !=
+              qorvel_detail::daysFromCivil(INT64_MAX, INT64_MAX));
+static_assert(qorvel_detail::civilFromDays(INT64_MIN).day > 0 &&
+              qorvel_detail::civilFromDays(INT64_MAX).day > 0);
 
 TEST(Calendar, EveryDayAndEveryCarry) {
     for (int day = -800000; day <= 800000; ++day) {
-        const auto [year, month, dayOfMonth] = detail::civilFromDays(day);
+        const auto [year, month, dayOfMonth] = qorvel_detail::civilFromDays(day);
         const std::chrono::sys_days back =
             std::chrono::year{static_cast<int>(year)} / (month + 1) / dayOfMonth;
         ASSERT_EQ(back.time_since_epoch().count(), day);
-        ASSERT_EQ(detail::daysFromCivil(year, month) + dayOfMonth - 1, day);
+        ASSERT_EQ(qorvel_detail::daysFromCivil(year, month) + dayOfMonth - 1, day);
     }
     for (int i = 0; i < 200000; ++i) {
         const auto year = static_cast<std::int64_t>(random64()) >> (12 + i % 50);
         const auto carry = static_cast<std::int64_t>(random64()) >> (18 + i % 40);
-        const std::int64_t first = detail::daysFromCivil(year, i % 12);
-        const detail::CivilDate date = detail::civilFromDays(first);
+        const std::int64_t first = qorvel_detail::daysFromCivil(year, i % 12);
+        const qorvel_detail::CivilDate date = qorvel_detail::civilFromDays(first);
         ASSERT_TRUE(date.year == year && date.month == i % 12 && date.day == 1) << year;
-        ASSERT_EQ(detail::daysFromCivil(year - carry, i % 12 + 12 * carry), first) << carry;
+        ASSERT_EQ(qorvel_detail::daysFromCivil(year - carry, i % 12 + 12 * carry), first) << carry;
     }
 }
 

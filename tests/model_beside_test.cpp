@@ -140,7 +140,7 @@ public:
 
     std::int64_t gcTime() {
         return chance(0.2) ? pick<std::int64_t>({INT64_MIN, 0, INT64_MAX})
-                           : detail::wrappingSubtract(now_, kind_.step * whole(-2, 20));
+                           : qorvel_detail::wrappingSubtract(now_, kind_.step * whole(-2, 20));
     }
 
 private:
@@ -184,10 +184,10 @@ private:
         if (has(kExtreme) && chance(0.1)) {
             const auto end = pick<std::int64_t>(
                 {INT64_MIN, -2208988800000, -5000, 0, 5000, 253402300799000, INT64_MAX});
-            now_ = detail::wrappingAdd(end, chance(0.5) ? whole(-300, 300) * kind_.step : 0);
+            now_ = qorvel_detail::wrappingAdd(end, chance(0.5) ? whole(-300, 300) * kind_.step : 0);
         }
         if (!has(kRepeating) || chance(0.4)) {
-            now_ = detail::wrappingAdd(now_, whole(0, kind_.step * 3 / 2));
+            now_ = qorvel_detail::wrappingAdd(now_, whole(0, kind_.step * 3 / 2));
         }
         return has(kLate) && chance(0.3) ? now_ - whole(0, kind_.step * 20) : now_;
     }

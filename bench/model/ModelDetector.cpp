@@ -8,8 +8,8 @@
 
 namespace model {
 
-using detail::wrappingAdd;
-using detail::wrappingSubtract;
+using qorvel_detail::wrappingAdd;
+using qorvel_detail::wrappingSubtract;
 
 namespace {
 
@@ -24,8 +24,8 @@ std::int64_t endOf(const TsListItem& item) {
 TsListItem itemOf(const Event& event, double timeToleranceFactor) {
     TsListItem item;
     item.time = event.time;
-    item.tolerance =
-        detail::truncateToUint32(static_cast<double>(event.timeTolerance) * timeToleranceFactor);
+    item.tolerance = qorvel_detail::truncateToUint32(static_cast<double>(event.timeTolerance) *
+                                                     timeToleranceFactor);
     item.sequenceNumber = event.sequenceNumber;
     return item;
 }

@@ -17,9 +17,9 @@ namespace {
 std::uint32_t timeBoxesOf(const Event& event, double factor, const TimeBoxSpec& spec,
                           std::array<TimeBox, 2>& boxes) {
     const std::uint32_t margin =
-        detail::truncateToUint32(static_cast<double>(event.timeTolerance) * factor);
-    const std::int64_t early = detail::wrappingSubtract(event.time, margin);
-    const std::int64_t late = detail::wrappingAdd(event.time, margin);
+        qorvel_detail::truncateToUint32(static_cast<double>(event.timeTolerance) * factor);
+    const std::int64_t early = qorvel_detail::wrappingSubtract(event.time, margin);
+    const std::int64_t late = qorvel_detail::wrappingAdd(event.time, margin);
     boxes[0] = TimeBox(spec.getTimeBoxStart(early), spec.getTimeBoxEnd(early));
     boxes[1] = TimeBox(spec.getTimeBoxStart(event.time), spec.getTimeBoxEnd(late));
     return boxes[0] == boxes[1] ? 1 : 2;

@@ -31,8 +31,9 @@ inline bool encode(double x, std::uint64_t& code) {
     if (exponent == 0) {
         code = half;
     } else if (exponent != 0x7FF) {
-        const std::uint64_t size = exponent > 1012 ? detail::shiftLeft(mantissa, exponent - 1012)
-                                                   : detail::shiftRight(mantissa, 1012 - exponent);
+        const std::uint64_t size = exponent > 1012
+                                       ? qorvel_detail::shiftLeft(mantissa, exponent - 1012)
+                                       : qorvel_detail::shiftRight(mantissa, 1012 - exponent);
         code = std::signbit(x) ? half - size : size - half;
     }
     return true;
@@ -85,17 +86,20 @@ struct Edges {
         constexpr double radius = 6378137.0; // metres
         const double parallelRadius = radius * std::cos(latitude * pi / 180.0);
         const auto low = [bits](std::uint64_t code) {
-            return detail::shiftLeft(detail::shiftRight(code, 64 - bits), 64 - bits);
+            return qorvel_detail::shiftLeft(qorvel_detail::shiftRight(code, 64 - bits), 64 - bits);
         };
         const auto high = [bits](std::uint64_t code) {
-            return detail::shiftLeft(detail::shiftRight(code, 64 - bits) + 1, 64 - bits);
+            return qorvel_detail::shiftLeft(qorvel_detail::shiftRight(code, 64 - bits) + 1,
+                                            64 - bits);
         };
         const auto lonDistance = [parallelRadius](std::uint64_t from, std::uint64_t to) {
-            const std::uint64_t delta = detail::magnitude(static_cast<std::int64_t>(to - from));
+            const std::uint64_t delta =
+                qorvel_detail::magnitude(static_cast<std::int64_t>(to - from));
             return static_cast<double>(2 * delta) * pi * parallelRadius / 0x1p64;
         };
         const auto latDistance = [](std::uint64_t from, std::uint64_t to) {
-            const std::uint64_t delta = detail::magnitude(static_cast<std::int64_t>(to - from));
+            const std::uint64_t delta =
+                qorvel_detail::magnitude(static_cast<std::int64_t>(to - from));
             return static_cast<double>(delta) * pi * radius / 0x1p64;
         };
         east = lonDistance(lonCode, high(lonCode));
@@ -133,10 +137,12 @@ inline void pointToSpaceBoxes(double latitude, double longitude, std::uint32_t d
     CellArray neighbours; // in rows from south to north, in a row from west to east
     for (std::uint32_t row = 0; row < 3; ++row) {
         for (std::uint32_t column = 0; column < 3; ++column) {
-            const std::uint64_t latCell = detail::shiftRight(latCode, 64 - half) + row - 1;
-            const std::uint64_t lonCell = detail::shiftRight(lonCode, 64 - half) + column - 1;
-            neighbours[3 * row + column] = cellOf(detail::shiftLeft(latCell, 64 - half),
-                                                  detail::shiftLeft(lonCell, 64 - half), 2 * half);
+            const std::uint64_t latCell = qorvel_detail::shiftRight(latCode, 64 - half) + row - 1;
+            const std::uint64_t lonCell =
+                qorvel_detail::shiftRight(lonCode, 64 - half) + column - 1;
+            neighbours[3 * row + column] =
+                cellOf(qorvel_detail::shiftLeft(latCell, 64 - half),
+                       qorvel_detail::shiftLeft(lonCell, 64 - half), 2 * half);
         }
     }
     const bool east = distance > edges.east;

@@ -40,7 +40,7 @@ constexpr Failure kBoxProcessorFailure = {-8, "ERROR_CREATE_MOTIONPROCESSOR_3,"}
 template <typename Built>
 int finish(const Built& out, const Failure& failure, std::stringstream& errors) {
     const bool valid = out.isValid(errors);
-    return detail::check(valid, failure.tag, errors) ? kSuccess : failure.code;
+    return qorvel_detail::check(valid, failure.tag, errors) ? kSuccess : failure.code;
 }
 
 /// Runs `registerNames` under the process-wide lock. Deliberately without a guard: an exception
@@ -134,15 +134,15 @@ int QorvelMotionProcessorAPI::toString(const SpaceBox& box, std::string& out, st
 
 int QorvelMotionProcessorAPI::getCentroid(const SpaceBox& box, double& latitude, double& longitude,
                                           std::stringstream&) {
-    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), detail::kMaxDepth);
-    const detail::Cell kept = detail::significant(UINT64_MAX, UINT64_MAX, depth);
+    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), qorvel_detail::kMaxDepth);
+    const qorvel_detail::Cell kept = qorvel_detail::significant(UINT64_MAX, UINT64_MAX, depth);
     const std::uint64_t first = box.getFirst64Bits();
     const std::uint64_t second = box.getSecond64Bits();
     // The upper corner is the last code inside the cell, not the cell's outer edge.
-    const detail::Degrees lower =
-        detail::decodeInterleaved(first & kept.first, second & kept.second);
-    const detail::Degrees upper =
-        detail::decodeInterleaved(first | ~kept.first, second | ~kept.second);
+    const qorvel_detail::Degrees lower =
+        qorvel_detail::decodeInterleaved(first & kept.first, second & kept.second);
+    const qorvel_detail::Degrees upper =
+        qorvel_detail::decodeInterleaved(first | ~kept.first, second | ~kept.second);
     latitude = (lower.latitude + upper.latitude) / 2.0;
     UtilG2::midLongitude(lower.longitude, upper.longitude, longitude);
     return kSuccess;

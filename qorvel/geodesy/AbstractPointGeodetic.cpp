@@ -35,8 +35,8 @@ std::string AbstractPointGeodetic::toString() const {
 bool AbstractPointGeodetic::isValid() const {
     const double latitude = getLatitude();
     const double longitude = getLongitude();
-    return latitude >= detail::kMinLatitude && latitude <= detail::kMaxLatitude &&
-           longitude >= detail::kMinLongitude && longitude <= detail::kMaxLongitude;
+    return latitude >= qorvel_detail::kMinLatitude && latitude <= qorvel_detail::kMaxLatitude &&
+           longitude >= qorvel_detail::kMinLongitude && longitude <= qorvel_detail::kMaxLongitude;
 }
 
 QORVEL_END_NAMESPACE

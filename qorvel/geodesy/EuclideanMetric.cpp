@@ -7,8 +7,8 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-using detail::kDegreesPerRadian;
-using detail::square;
+using qorvel_detail::kDegreesPerRadian;
+using qorvel_detail::square;
 
 EuclideanMetric::EuclideanMetric(double referenceLatitude, double referenceLongitude)
     : referenceLongitude_(referenceLongitude), referenceLatitude_(referenceLatitude) {}
@@ -20,7 +20,7 @@ double EuclideanMetric::distance(const IPoint& p1, const IPoint& p2) const {
 }
 
 double EuclideanMetric::azimuth(const IPoint& p1, const IPoint& p2) const {
-    return detail::toAzimuth(std::atan2(toX(p2) - toX(p1), toY(p2) - toY(p1)));
+    return qorvel_detail::toAzimuth(std::atan2(toX(p2) - toX(p1), toY(p2) - toY(p1)));
 }
 
 PointGeodetic128* EuclideanMetric::destination(const IPoint& p, double azimuth,
@@ -41,7 +41,7 @@ double EuclideanMetric::mercatorX(const IPoint& p, double scale, double radius) 
     } else if (difference < -180) {
         difference += 360;
     }
-    return scale * radius * detail::toRadians(difference);
+    return scale * radius * qorvel_detail::toRadians(difference);
 }
 
 double EuclideanMetric::mercatorLongitude(double x, double scale, double radius) const {

@@ -8,34 +8,34 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-using detail::kPi;
-using detail::square;
-using detail::toRadians;
+using qorvel_detail::kPi;
+using qorvel_detail::square;
+using qorvel_detail::toRadians;
 
 namespace {
 
 double semiMajorAxis() {
-    return detail::defaultEllipsoid().semiMajorAxis;
+    return qorvel_detail::defaultEllipsoid().semiMajorAxis;
 }
 
 /// The true length at a latitude in degrees against that at the equator.
 double scaleAt(double latitude) {
     const double phi = toRadians(latitude);
-    const double e = detail::defaultEllipsoid().eccentricity;
+    const double e = qorvel_detail::defaultEllipsoid().eccentricity;
     return std::cos(phi) / std::sqrt(1 - square(e) * square(std::sin(phi)));
 }
 
 /// The isometric latitude of a latitude in degrees.
 double ordinate(double latitude) {
     const double phi = toRadians(latitude);
-    const double e = detail::defaultEllipsoid().eccentricity;
+    const double e = qorvel_detail::defaultEllipsoid().eccentricity;
     const double eSinPhi = e * std::sin(phi);
     return std::log(std::tan(kPi / 4 + phi / 2) * std::pow((1 - eSinPhi) / (1 + eSinPhi), e / 2));
 }
 
 /// From the conformal latitude to the geodetic one, radians.
 double latitudeOf(double chi) {
-    const double e2 = square(detail::defaultEllipsoid().eccentricity);
+    const double e2 = square(qorvel_detail::defaultEllipsoid().eccentricity);
     const double e4 = e2 * e2;
     const double e6 = e4 * e2;
     const double e8 = e6 * e2;
@@ -60,7 +60,7 @@ double EuclideanMetricEllipsoid::toLongitude(double x) const {
 double EuclideanMetricEllipsoid::toLatitude(double y) const {
     const double t = std::exp(-y / scale_ / semiMajorAxis());
     const double chi = kPi / 2 - 2 * std::atan(t);
-    return getReferenceLatitude() + detail::toDegrees(latitudeOf(chi));
+    return getReferenceLatitude() + qorvel_detail::toDegrees(latitudeOf(chi));
 }
 
 double EuclideanMetricEllipsoid::toX(const IPoint& p) const {

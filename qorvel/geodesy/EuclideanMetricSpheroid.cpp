@@ -8,17 +8,17 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-using detail::toRadians;
+using qorvel_detail::toRadians;
 
 namespace {
 
 double sphereRadius() {
-    return detail::defaultEllipsoid().sphereRadius;
+    return qorvel_detail::defaultEllipsoid().sphereRadius;
 }
 
 /// The Mercator ordinate of a latitude in degrees, on the unit sphere.
 double ordinate(double latitude) {
-    return std::log(std::tan(detail::kPi / 4 + toRadians(latitude) / 2));
+    return std::log(std::tan(qorvel_detail::kPi / 4 + toRadians(latitude) / 2));
 }
 
 } // namespace
@@ -36,7 +36,7 @@ double EuclideanMetricSpheroid::toLongitude(double x) const {
 
 double EuclideanMetricSpheroid::toLatitude(double y) const {
     return getReferenceLatitude() +
-           detail::kDegreesPerRadian * std::atan(std::sinh(y / scale_ / sphereRadius()));
+           qorvel_detail::kDegreesPerRadian * std::atan(std::sinh(y / scale_ / sphereRadius()));
 }
 
 double EuclideanMetricSpheroid::toX(const IPoint& p) const {

@@ -9,11 +9,11 @@ PointGeodetic32::PointGeodetic32(std::uint32_t code) : code_(code) {}
 PointGeodetic32::~PointGeodetic32() = default;
 
 double PointGeodetic32::getLatitude() const {
-    return detail::decodeInterleaved(static_cast<std::uint64_t>(code_) << 32, 0).latitude;
+    return qorvel_detail::decodeInterleaved(static_cast<std::uint64_t>(code_) << 32, 0).latitude;
 }
 
 double PointGeodetic32::getLongitude() const {
-    return detail::decodeInterleaved(static_cast<std::uint64_t>(code_) << 32, 0).longitude;
+    return qorvel_detail::decodeInterleaved(static_cast<std::uint64_t>(code_) << 32, 0).longitude;
 }
 
 PointGeodetic32* PointGeodetic32::clone() const {

@@ -9,11 +9,11 @@ PointGeodetic64::PointGeodetic64(std::uint64_t code) : code_(code) {}
 PointGeodetic64::~PointGeodetic64() = default;
 
 double PointGeodetic64::getLatitude() const {
-    return detail::decodeInterleaved(code_, 0).latitude;
+    return qorvel_detail::decodeInterleaved(code_, 0).latitude;
 }
 
 double PointGeodetic64::getLongitude() const {
-    return detail::decodeInterleaved(code_, 0).longitude;
+    return qorvel_detail::decodeInterleaved(code_, 0).longitude;
 }
 
 PointGeodetic64* PointGeodetic64::clone() const {

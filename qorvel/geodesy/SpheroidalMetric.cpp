@@ -8,10 +8,10 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-using detail::kTwoPi;
-using detail::square;
-using detail::toDegrees;
-using detail::toRadians;
+using qorvel_detail::kTwoPi;
+using qorvel_detail::square;
+using qorvel_detail::toDegrees;
+using qorvel_detail::toRadians;
 
 namespace {
 
@@ -23,7 +23,7 @@ constexpr double kHaversineLimit = 10000.0; // metres
 constexpr double kFarHaversine = 6.15e-7;
 constexpr double kFarLatitudes = 0.0016; // radians
 constexpr double kInRange = 1.57;        // radians
-static_assert(kFarHaversine > 1.0005 * detail::square(kHaversineLimit / (2 * 6378137.0)));
+static_assert(kFarHaversine > 1.0005 * qorvel_detail::square(kHaversineLimit / (2 * 6378137.0)));
 static_assert(kFarLatitudes > 1.0005 * kHaversineLimit / 6378137.0);
 
 bool isSurelyFar(double phi1, double phi2) {
@@ -32,7 +32,7 @@ bool isSurelyFar(double phi1, double phi2) {
 }
 
 double sphereRadius() {
-    return detail::defaultEllipsoid().sphereRadius;
+    return qorvel_detail::defaultEllipsoid().sphereRadius;
 }
 
 } // namespace
@@ -65,7 +65,7 @@ double SpheroidalMetric::azimuth(const IPoint& p1, const IPoint& p2) const {
     const double phi1 = toRadians(p1.getLatitude());
     const double phi2 = toRadians(p2.getLatitude());
     const double deltaLambda = toRadians(p2.getLongitude()) - toRadians(p1.getLongitude());
-    return detail::toAzimuth(std::atan2(
+    return qorvel_detail::toAzimuth(std::atan2(
         std::sin(deltaLambda) * std::cos(phi2),
         std::cos(phi1) * std::sin(phi2) - std::sin(phi1) * std::cos(phi2) * std::cos(deltaLambda)));
 }
@@ -84,9 +84,9 @@ PointGeodetic128* SpheroidalMetric::destination(const IPoint& p, double azimuth,
     double lambda2 =
         lambda1 + std::atan2(sinDelta * std::sin(azimuth),
                              cosPhi1 * cosDelta - sinPhi1 * sinDelta * std::cos(azimuth));
-    if (lambda2 > detail::kPi) {
+    if (lambda2 > qorvel_detail::kPi) {
         lambda2 -= kTwoPi;
-    } else if (lambda2 < -detail::kPi) {
+    } else if (lambda2 < -qorvel_detail::kPi) {
         lambda2 += kTwoPi;
     }
     return new PointGeodetic128(toDegrees(phi2), toDegrees(lambda2));

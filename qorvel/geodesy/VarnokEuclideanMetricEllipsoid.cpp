@@ -19,7 +19,7 @@ double VarnokEuclideanMetricEllipsoid::distanceAndProjection(const IPoint& p1, c
     const double y1 = toY(p1);
     x2 = toX(p2);
     y2 = toY(p2);
-    return std::sqrt(detail::square(x1 - x2) + detail::square(y1 - y2));
+    return std::sqrt(qorvel_detail::square(x1 - x2) + qorvel_detail::square(y1 - y2));
 }
 
 QORVEL_END_NAMESPACE

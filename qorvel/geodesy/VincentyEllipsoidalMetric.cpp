@@ -10,12 +10,12 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-using detail::defaultEllipsoid;
-using detail::kPi;
-using detail::kTwoPi;
-using detail::square;
-using detail::toDegrees;
-using detail::toRadians;
+using qorvel_detail::defaultEllipsoid;
+using qorvel_detail::kPi;
+using qorvel_detail::kTwoPi;
+using qorvel_detail::square;
+using qorvel_detail::toDegrees;
+using qorvel_detail::toRadians;
 
 namespace {
 
@@ -206,7 +206,7 @@ double VincentyEllipsoidalMetric::azimuth(const IPoint& p1, const IPoint& p2) co
     if (!inverse.solve()) {
         return 0.0;
     }
-    return detail::toAzimuth(inverse.direction());
+    return qorvel_detail::toAzimuth(inverse.direction());
 }
 
 PointGeodetic128* VincentyEllipsoidalMetric::destination(const IPoint& p, double azimuth,

@@ -8,7 +8,7 @@
 QORVEL_BEGIN_NAMESPACE
 
 double distanceByMetric(std::int32_t metric, const IPoint& p1, const IPoint& p2) {
-    const detail::GeodesyContext& context = *detail::GeodesyContext::get();
+    const qorvel_detail::GeodesyContext& context = *qorvel_detail::GeodesyContext::get();
     switch (metric) {
     case 0:
         return EuclideanMetricEllipsoid(p1.getLatitude(), p1.getLongitude()).distance(p1, p2);

@@ -41,8 +41,8 @@ void SpaceBox::setGeoHashBitDepth(const std::uint32_t& depth) {
 }
 
 bool SpaceBox::equals(const SpaceBox& other, const std::uint32_t& depth) const {
-    const detail::Cell difference = detail::significant(first64Bits_ ^ other.first64Bits_,
-                                                        second64Bits_ ^ other.second64Bits_, depth);
+    const qorvel_detail::Cell difference = qorvel_detail::significant(
+        first64Bits_ ^ other.first64Bits_, second64Bits_ ^ other.second64Bits_, depth);
     return difference.first == 0 && difference.second == 0;
 }
 
@@ -51,7 +51,7 @@ bool SpaceBox::operator==(const SpaceBox& other) const {
 }
 
 std::uint64_t SpaceBox::hashCode() const {
-    const detail::Cell cell = detail::significantCellOf(*this);
+    const qorvel_detail::Cell cell = qorvel_detail::significantCellOf(*this);
     return cell.first ^ cell.second;
 }
 
@@ -61,11 +61,11 @@ std::string SpaceBox::toASCIIString() const {
 
 bool SpaceBox::isValid(std::stringstream& errors) const {
     bool valid = true;
-    if (geoHashBitDepth_ == detail::kUnparsableDepth) {
+    if (geoHashBitDepth_ == qorvel_detail::kUnparsableDepth) {
         errors << "ERROR_SPACEBOX_1,";
         valid = false;
     }
-    if (geoHashBitDepth_ > detail::kMaxDepth) {
+    if (geoHashBitDepth_ > qorvel_detail::kMaxDepth) {
         errors << "ERROR_SPACEBOX_2,";
         valid = false;
     }

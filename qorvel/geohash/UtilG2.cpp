@@ -148,8 +148,8 @@ const std::uint32_t UtilG2::_NUM_NEAREST_NEIGHBORS;
 
 bool UtilG2::pointToSpaceBox(const double& lat, const double& lon, const std::uint32_t& depth,
                              SpaceBox& box) {
-    detail::PointCode code{};
-    if (!detail::encodePoint(lat, lon, code)) {
+    qorvel_detail::PointCode code{};
+    if (!qorvel_detail::encodePoint(lat, lon, code)) {
         return false;
     }
     point64ToSpaceBox(code.latitude, code.longitude, depth, box);
@@ -157,7 +157,7 @@ bool UtilG2::pointToSpaceBox(const double& lat, const double& lon, const std::ui
 }
 
 bool UtilG2::pointToSpaceBox(const double& lat, const double& lon, SpaceBox& box) {
-    return pointToSpaceBox(lat, lon, detail::kMaxDepth, box);
+    return pointToSpaceBox(lat, lon, qorvel_detail::kMaxDepth, box);
 }
 
 bool UtilG2::stringToSpaceBox(const std::string& geohash, SpaceBox& box) {
@@ -168,7 +168,7 @@ bool UtilG2::stringToSpaceBox(const std::string& geohash, SpaceBox& box) {
     }
     Values values{};
     if (!readValues(geohash, values)) {
-        box = emptyBox(detail::kUnparsableDepth);
+        box = emptyBox(qorvel_detail::kUnparsableDepth);
         return false;
     }
     Chunks chunks{};
@@ -183,9 +183,9 @@ bool UtilG2::stringToSpaceBox(const std::string& geohash, SpaceBox& box) {
 }
 
 std::string UtilG2::spaceBoxToString(const SpaceBox& box) {
-    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), detail::kMaxDepth);
-    const detail::Cell cell =
-        detail::significant(box.getFirst64Bits(), box.getSecond64Bits(), depth);
+    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), qorvel_detail::kMaxDepth);
+    const qorvel_detail::Cell cell =
+        qorvel_detail::significant(box.getFirst64Bits(), box.getSecond64Bits(), depth);
     Chunks chunks{}; // zeros follow the 128 bits
     splitWord(cell.first, chunks.data());
     splitWord(cell.second, chunks.data() + kWordChunks);
@@ -201,14 +201,14 @@ std::string UtilG2::spaceBoxToString(const SpaceBox& box) {
 
 bool UtilG2::pointToSpaceBoxes(const double& lat, const double& lon, const std::uint32_t& depth,
                                const double& distance, SpaceBox* boxes, std::uint32_t& count) {
-    const detail::Position point(lat, lon);
+    const qorvel_detail::Position point(lat, lon);
     if (!point.hasCell()) {
         return false;
     }
-    detail::NearCells near;
+    qorvel_detail::NearCells near;
     point.findNear(depth, distance, near);
     for (std::uint32_t i = 0; i < near.count; ++i) {
-        boxes[i] = detail::boxOf(near.cells[i]);
+        boxes[i] = qorvel_detail::boxOf(near.cells[i]);
     }
     count = near.count;
     return true;
@@ -237,8 +237,8 @@ bool UtilG2::prettyPrintTimeStamp(const std::int64_t& seconds, std::string& text
         return true;
     }
     constexpr std::int64_t daySeconds = 86400;
-    const detail::FloorDivision day = detail::floorDivide(seconds, daySeconds);
-    const detail::CivilDate date = detail::civilFromDays(day.quotient);
+    const qorvel_detail::FloorDivision day = qorvel_detail::floorDivide(seconds, daySeconds);
+    const qorvel_detail::CivilDate date = qorvel_detail::civilFromDays(day.quotient);
     text = std::to_string(date.year) + '-' + std::to_string(date.month) + '-' +
            std::to_string(date.day) + ' ' + std::to_string(day.remainder / 3600) + ':' +
            std::to_string(day.remainder / 60 % 60) + ':' + std::to_string(day.remainder % 60);
@@ -246,27 +246,27 @@ bool UtilG2::prettyPrintTimeStamp(const std::int64_t& seconds, std::string& text
 }
 
 bool UtilG2::doubleToI64(const double& x, std::uint64_t& code) {
-    return detail::fractionToCode(x, code);
+    return qorvel_detail::fractionToCode(x, code);
 }
 
 bool UtilG2::i64ToDouble(const std::uint64_t& code, double& x) {
-    x = detail::codeToFraction(code);
+    x = qorvel_detail::codeToFraction(code);
     return true;
 }
 
 void UtilG2::point64ToSpaceBox(const std::uint64_t& latCode, const std::uint64_t& lonCode,
                                const std::uint32_t& depth, SpaceBox& box) {
-    box = detail::boxOf(detail::interleave({latCode, lonCode}, depth));
+    box = qorvel_detail::boxOf(qorvel_detail::interleave({latCode, lonCode}, depth));
 }
 
 bool UtilG2::distance(const double& lat, const double& lon, const std::int32_t& bits,
                       const double& radius, double* edges) {
-    detail::PointCode code{};
-    if (!detail::encodePoint(lat, lon, code)) {
+    qorvel_detail::PointCode code{};
+    if (!qorvel_detail::encodePoint(lat, lon, code)) {
         return false;
     }
-    const detail::CellEdges ways =
-        detail::cellEdges(code, detail::cosineOfLatitude(lat), static_cast<std::uint32_t>(bits));
+    const qorvel_detail::CellEdges ways = qorvel_detail::cellEdges(
+        code, qorvel_detail::cosineOfLatitude(lat), static_cast<std::uint32_t>(bits));
     edges[0] = ways.east;
     edges[1] = ways.north;
     edges[2] = ways.west;
@@ -275,22 +275,25 @@ bool UtilG2::distance(const double& lat, const double& lon, const std::int32_t& 
 }
 
 double UtilG2::latDistance(const std::uint64_t& delta) {
-    return detail::latitudeExtent(delta);
+    return qorvel_detail::latitudeExtent(delta);
 }
 
 double UtilG2::lonDistance(const std::uint64_t& delta, const double& parallelRadius) {
-    return detail::longitudeExtent(delta, parallelRadius);
+    return qorvel_detail::longitudeExtent(delta, parallelRadius);
 }
 
 std::int32_t UtilG2::getNumLatitudeBits(const double& size) {
     return size <= 0 ? kCodeBits
-                     : halvings(detail::kPi * detail::defaultEllipsoid().semiMajorAxis / size);
+                     : halvings(qorvel_detail::kPi *
+                                qorvel_detail::defaultEllipsoid().semiMajorAxis / size);
 }
 
 std::int32_t UtilG2::getNumLongitudeBits(const double& lat, const double& size) {
-    return size <= 0 ? kCodeBits
-                     : halvings(detail::kTwoPi *
-                                detail::parallelRadius(detail::cosineOfLatitude(lat)) / size);
+    return size <= 0
+               ? kCodeBits
+               : halvings(qorvel_detail::kTwoPi *
+                          qorvel_detail::parallelRadius(qorvel_detail::cosineOfLatitude(lat)) /
+                          size);
 }
 
 std::int32_t UtilG2::getNumBits(const double& lat, const double& size) {

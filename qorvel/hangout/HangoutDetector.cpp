@@ -4,14 +4,16 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-HangoutDetector::HangoutDetector() : state_(std::make_unique<detail::DetectorState>()) {}
+class QORVEL_NO_EXPORT HangoutDetector::State : public qorvel_detail::DetectorState {};
+
+HangoutDetector::HangoutDetector() : state_(std::make_unique<State>()) {}
 
 HangoutDetector::HangoutDetector(const HangoutDetector& other)
-    : state_(std::make_unique<detail::DetectorState>(*other.state_)) {}
+    : state_(std::make_unique<State>(*other.state_)) {}
 
 HangoutDetector& HangoutDetector::operator=(const HangoutDetector& other) {
     if (this != &other) {
-        state_ = std::make_unique<detail::DetectorState>(*other.state_);
+        state_ = std::make_unique<State>(*other.state_);
     }
     return *this;
 }
@@ -28,8 +30,8 @@ bool HangoutDetector::processEventPresenceCompression(const Event& event,
                                                       const STBCompressionSpec& spec,
                                                       const SpaceTimeBoxSpec& stbSpec,
                                                       std::list<STBCompressedEvent>& out) {
-    detail::RecordSink sink(out);
-    return state_->processPresence(event, detail::Position(event.latitude, event.longitude),
+    qorvel_detail::RecordSink sink(out);
+    return state_->processPresence(event, qorvel_detail::Position(event.latitude, event.longitude),
                                    {timeToleranceFactor, spaceToleranceFactor, spec, stbSpec},
                                    sink);
 }
@@ -39,8 +41,8 @@ bool HangoutDetector::processEventDwellTime(const Event& event, const double& ti
                                             const STBCompressionSpec& spec,
                                             const SpaceTimeBoxSpec& stbSpec,
                                             std::list<STBCompressedEvent>& out) {
-    detail::RecordSink sink(out);
-    return state_->processDwell(event, detail::Position(event.latitude, event.longitude),
+    qorvel_detail::RecordSink sink(out);
+    return state_->processDwell(event, qorvel_detail::Position(event.latitude, event.longitude),
                                 {timeToleranceFactor, spaceToleranceFactor, spec, stbSpec}, sink);
 }
 

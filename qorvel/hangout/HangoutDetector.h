@@ -13,10 +13,6 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-namespace detail {
-class DetectorState;
-}
-
 /// The time series of entities near cells, and the two questions asked of them.
 ///
 /// Each event files an item in the series of its own cell and of every neighbour that its spatial
@@ -88,7 +84,8 @@ public:
     std::uint64_t getItemCount() const;
 
 private:
-    std::unique_ptr<detail::DetectorState> state_;
+    class State;
+    std::unique_ptr<State> state_;
 };
 
 QORVEL_END_NAMESPACE

@@ -56,10 +56,10 @@ Event& Event::operator=(const Event& other) {
 Event::~Event() = default;
 
 bool Event::isValid(std::stringstream& errors) const {
-    bool valid = detail::check(within(latitude, -90.0, 90.0), "ERROR_EVENT_1,", errors);
-    valid &= detail::check(within(longitude, -180.0, 180.0), "ERROR_EVENT_2,", errors);
-    valid &= detail::check(time >= 0, "ERROR_EVENT_3,", errors);
-    valid &= detail::check(spaceTolerance >= 0.0, "ERROR_EVENT_4,", errors);
+    bool valid = qorvel_detail::check(within(latitude, -90.0, 90.0), "ERROR_EVENT_1,", errors);
+    valid &= qorvel_detail::check(within(longitude, -180.0, 180.0), "ERROR_EVENT_2,", errors);
+    valid &= qorvel_detail::check(time >= 0, "ERROR_EVENT_3,", errors);
+    valid &= qorvel_detail::check(spaceTolerance >= 0.0, "ERROR_EVENT_4,", errors);
     return valid;
 }
 

@@ -6,7 +6,7 @@ QORVEL_BEGIN_NAMESPACE
 
 namespace {
 
-detail::NameRegistry<std::int32_t> registry;
+qorvel_detail::NameRegistry<std::int32_t> registry;
 
 } // namespace
 

@@ -39,13 +39,15 @@ STBAssignmentRow::STBAssignmentRow(std::int32_t primaryKey, std::int32_t seconda
 STBAssignmentRow::~STBAssignmentRow() = default;
 
 bool STBAssignmentRow::isValid(std::stringstream& errors) const {
-    bool valid = detail::check(!(maxSpaceTolerance < 0.0), "ERROR_ASSIGN_1,", errors);
-    valid &= detail::check(!outside(spaceToleranceFactor, 0.0, 1.0), "ERROR_ASSIGN_2,", errors);
-    valid &= detail::check(!(radius < 0.0), "ERROR_ASSIGN_3,", errors);
-    valid &= detail::check(!outside(latitude, -90.0, 90.0), "ERROR_ASSIGN_4,", errors);
-    valid &= detail::check(!outside(longitude, -180.0, 180.0), "ERROR_ASSIGN_5,", errors);
-    valid &= detail::check(maxTimeTolerance <= 1, "ERROR_ASSIGN_6,", errors);
-    valid &= detail::check(!outside(timeToleranceFactor, 0.0, 1.0), "ERROR_ASSIGN_7,", errors);
+    bool valid = qorvel_detail::check(!(maxSpaceTolerance < 0.0), "ERROR_ASSIGN_1,", errors);
+    valid &=
+        qorvel_detail::check(!outside(spaceToleranceFactor, 0.0, 1.0), "ERROR_ASSIGN_2,", errors);
+    valid &= qorvel_detail::check(!(radius < 0.0), "ERROR_ASSIGN_3,", errors);
+    valid &= qorvel_detail::check(!outside(latitude, -90.0, 90.0), "ERROR_ASSIGN_4,", errors);
+    valid &= qorvel_detail::check(!outside(longitude, -180.0, 180.0), "ERROR_ASSIGN_5,", errors);
+    valid &= qorvel_detail::check(maxTimeTolerance <= 1, "ERROR_ASSIGN_6,", errors);
+    valid &=
+        qorvel_detail::check(!outside(timeToleranceFactor, 0.0, 1.0), "ERROR_ASSIGN_7,", errors);
     valid &= boxesAreValid(spaceBoxes, errors);
     return valid;
 }

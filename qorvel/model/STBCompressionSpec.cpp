@@ -16,7 +16,7 @@ STBCompressionSpec::STBCompressionSpec(std::uint32_t primaryKey, std::uint32_t s
 STBCompressionSpec::~STBCompressionSpec() = default;
 
 bool STBCompressionSpec::isValid(std::stringstream& errors) const {
-    return detail::check(ratio >= 0.0 && ratio <= 1.0, "ERROR_COMPRESSIONSPEC_1,", errors);
+    return qorvel_detail::check(ratio >= 0.0 && ratio <= 1.0, "ERROR_COMPRESSIONSPEC_1,", errors);
 }
 
 bool STBCompressionSpec::operator==(const STBCompressionSpec& other) const {

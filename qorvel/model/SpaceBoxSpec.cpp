@@ -5,14 +5,15 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-SpaceBoxSpec::SpaceBoxSpec() : geoHashBitDepth(detail::kMaxDepth) {}
+SpaceBoxSpec::SpaceBoxSpec() : geoHashBitDepth(qorvel_detail::kMaxDepth) {}
 
 SpaceBoxSpec::SpaceBoxSpec(std::uint32_t depth) : geoHashBitDepth(depth) {}
 
 SpaceBoxSpec::~SpaceBoxSpec() = default;
 
 bool SpaceBoxSpec::isValid(std::stringstream& errors) const {
-    return detail::check(geoHashBitDepth <= detail::kMaxDepth, "ERROR_SPACEBOXSPEC_1,", errors);
+    return qorvel_detail::check(geoHashBitDepth <= qorvel_detail::kMaxDepth,
+                                "ERROR_SPACEBOXSPEC_1,", errors);
 }
 
 QORVEL_END_NAMESPACE

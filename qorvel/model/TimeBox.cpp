@@ -7,7 +7,7 @@ QORVEL_BEGIN_NAMESPACE
 TimeBox::TimeBox() : start(0), end(INT64_MAX) {}
 
 TimeBox::TimeBox(std::int64_t boxStart, std::int64_t boxEnd)
-    : start(boxStart), end(boxEnd > boxStart ? boxEnd : detail::wrappingAdd(boxStart, 1)) {}
+    : start(boxStart), end(boxEnd > boxStart ? boxEnd : qorvel_detail::wrappingAdd(boxStart, 1)) {}
 
 TimeBox::~TimeBox() = default;
 

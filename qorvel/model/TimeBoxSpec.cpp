@@ -58,14 +58,14 @@ std::int32_t groupIndex(std::uint32_t index, std::uint32_t count, Side side) {
     return static_cast<std::int32_t>(count * group);
 }
 
-detail::CivilDate civilDate(std::int64_t time) {
+qorvel_detail::CivilDate civilDate(std::int64_t time) {
     const std::int64_t seconds = time / kSecondMillis; // truncates also below zero; meant
-    return detail::civilFromDays(detail::floorDivide(seconds, kDaySeconds).quotient);
+    return qorvel_detail::civilFromDays(qorvel_detail::floorDivide(seconds, kDaySeconds).quotient);
 }
 
 std::int64_t firstOfMonth(std::int64_t year, std::int64_t month) {
-    const std::int64_t seconds = detail::daysFromCivil(year, month) * kDaySeconds;
-    return detail::wrappingMultiply(seconds, kSecondMillis);
+    const std::int64_t seconds = qorvel_detail::daysFromCivil(year, month) * kDaySeconds;
+    return qorvel_detail::wrappingMultiply(seconds, kSecondMillis);
 }
 
 std::int64_t fixedBoundary(std::int64_t time, std::uint32_t length, Side side) {
@@ -73,14 +73,15 @@ std::int64_t fixedBoundary(std::int64_t time, std::uint32_t length, Side side) {
         return 0;
     }
     const std::int64_t box = time / static_cast<std::int64_t>(length);
-    return detail::wrappingMultiply(detail::wrappingAdd(box, side == Side::end ? 1 : 0), length);
+    return qorvel_detail::wrappingMultiply(
+        qorvel_detail::wrappingAdd(box, side == Side::end ? 1 : 0), length);
 }
 
 std::int64_t monthBoundary(std::int64_t time, std::uint32_t count, Side side) {
     if (count == 0) {
         return 0;
     }
-    const detail::CivilDate date = civilDate(time);
+    const qorvel_detail::CivilDate date = civilDate(time);
     return firstOfMonth(date.year, groupIndex(static_cast<std::uint32_t>(date.month), count, side));
 }
 
@@ -119,7 +120,7 @@ TimeBoxSpec::TimeBoxSpec(std::uint32_t boxCount, const std::string& unitWord)
 TimeBoxSpec::~TimeBoxSpec() = default;
 
 bool TimeBoxSpec::isValid(std::stringstream& errors) const {
-    return detail::check(unit != kInvalid, "ERROR_TIMEBOXSPEC_1,", errors);
+    return qorvel_detail::check(unit != kInvalid, "ERROR_TIMEBOXSPEC_1,", errors);
 }
 
 std::uint32_t TimeBoxSpec::getDurationMillis() const {
@@ -130,7 +131,8 @@ std::uint32_t TimeBoxSpec::getDurationMillis() const {
     case kMonths:
         return count * kNominalMonthMillis;
     case kYears:
-        return detail::truncateToUint32(static_cast<double>(count * kDayMillis) * kNominalYearDays);
+        return qorvel_detail::truncateToUint32(static_cast<double>(count * kDayMillis) *
+                                               kNominalYearDays);
     case kEver:
         return kEverMillis;
     default:

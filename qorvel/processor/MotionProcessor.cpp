@@ -5,35 +5,39 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-using detail::Configuration;
-using detail::DetectorState;
-using detail::ProcessorState;
+using qorvel_detail::Configuration;
+using qorvel_detail::DetectorState;
 
 namespace {
 
-std::unique_ptr<ProcessorState> makeState(const std::list<STBMasterRow>& masterRows,
-                                          const std::list<STBAssignmentRow>& assignmentRows,
-                                          const std::list<STBCompressionSpec>& compressionSpecs) {
-    detail::GeodesyContext::get(); // the one-time set-up of the metrics
-    return std::make_unique<ProcessorState>(
-        std::make_shared<const Configuration>(masterRows, assignmentRows, compressionSpecs));
+std::shared_ptr<const Configuration>
+configure(const std::list<STBMasterRow>& masterRows,
+          const std::list<STBAssignmentRow>& assignmentRows,
+          const std::list<STBCompressionSpec>& compressionSpecs) {
+    qorvel_detail::GeodesyContext::get(); // the one-time set-up of the metrics
+    return std::make_shared<const Configuration>(masterRows, assignmentRows, compressionSpecs);
 }
 
 } // namespace
 
-MotionProcessor::MotionProcessor() : state_(std::make_unique<ProcessorState>()) {}
+class QORVEL_NO_EXPORT MotionProcessor::State : public qorvel_detail::ProcessorState {
+public:
+    using ProcessorState::ProcessorState;
+};
+
+MotionProcessor::MotionProcessor() : state_(std::make_unique<State>()) {}
 
 MotionProcessor::MotionProcessor(const std::list<STBMasterRow>& masterRows,
                                  const std::list<STBAssignmentRow>& assignmentRows,
                                  const std::list<STBCompressionSpec>& compressionSpecs)
-    : state_(makeState(masterRows, assignmentRows, compressionSpecs)) {}
+    : state_(std::make_unique<State>(configure(masterRows, assignmentRows, compressionSpecs))) {}
 
 MotionProcessor::MotionProcessor(const MotionProcessor& other)
-    : state_(std::make_unique<ProcessorState>(*other.state_)) {}
+    : state_(std::make_unique<State>(*other.state_)) {}
 
 MotionProcessor& MotionProcessor::operator=(const MotionProcessor& other) {
     if (this != &other) {
-        state_ = std::make_unique<ProcessorState>(*other.state_);
+        state_ = std::make_unique<State>(*other.state_);
     }
     return *this;
 }

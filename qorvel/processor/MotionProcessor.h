@@ -17,10 +17,6 @@
 
 QORVEL_BEGIN_NAMESPACE
 
-namespace detail {
-class ProcessorState;
-}
-
 /// Holds a configuration and answers, one event at a time: which space-time boxes does the event
 /// touch, and what do presence compression or hangout detection establish with it?
 ///
@@ -100,7 +96,8 @@ public:
     std::uint64_t getRecentHangoutCount() const;
 
 private:
-    std::unique_ptr<detail::ProcessorState> state_;
+    class State;
+    std::unique_ptr<State> state_;
 };
 
 QORVEL_END_NAMESPACE

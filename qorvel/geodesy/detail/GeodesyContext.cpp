@@ -1,8 +1,6 @@
 #include "qorvel/geodesy/detail/GeodesyContext.h"
 
-QORVEL_BEGIN_NAMESPACE
-
-namespace detail {
+namespace qorvel_detail {
 
 const GeodesyContext* GeodesyContext::get() {
     static const GeodesyContext* const context = new GeodesyContext();
@@ -16,6 +14,4 @@ GeodesyContext::GeodesyContext()
                   Ellipsoid(6378388.0, 6356911.946)}    // International 1924
 {}
 
-} // namespace detail
-
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

@@ -1,15 +1,13 @@
 #ifndef QORVEL_GEODESY_DETAIL_GEODESYCONTEXT_H
 #define QORVEL_GEODESY_DETAIL_GEODESYCONTEXT_H
 
-#include "qorvel/config.h"
 #include "qorvel/geodesy/Ellipsoid.h"
 #include "qorvel/geodesy/SpheroidalMetric.h"
 #include "qorvel/geodesy/VincentyEllipsoidalMetric.h"
 
 #include <array>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// What the geodesy room sets up once in a process: the reference ellipsoids and the shared
 /// metrics. It is never freed, so that it outlives every static object of a host.
@@ -39,7 +37,6 @@ inline const Ellipsoid& defaultEllipsoid() {
     return GeodesyContext::get()->defaultEllipsoid();
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

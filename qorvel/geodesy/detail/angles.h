@@ -1,12 +1,9 @@
 #ifndef QORVEL_GEODESY_DETAIL_ANGLES_H
 #define QORVEL_GEODESY_DETAIL_ANGLES_H
 
-#include "qorvel/config.h"
-
 #include <numbers>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 inline constexpr double kPi = std::numbers::pi;
 inline constexpr double kTwoPi = 2.0 * kPi;
@@ -32,7 +29,6 @@ constexpr double square(double value) {
     return value * value;
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

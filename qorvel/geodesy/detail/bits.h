@@ -1,14 +1,11 @@
 #ifndef QORVEL_GEODESY_DETAIL_BITS_H
 #define QORVEL_GEODESY_DETAIL_BITS_H
 
-#include "qorvel/config.h"
-
 #include <cstdint>
 
 /// Integer arithmetic that is defined for every input. Results must not depend on the compiler's
 /// view of overflow: shifts count modulo 64 and sums wrap in two's complement, as on x86-64.
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 constexpr std::uint64_t shiftLeft(std::uint64_t value, std::uint32_t count) {
     return value << (count & 63U);
@@ -51,7 +48,6 @@ constexpr std::uint32_t truncateToUint32(double value) {
     return static_cast<std::uint32_t>(truncateToInt64(value));
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

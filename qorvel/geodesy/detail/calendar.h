@@ -1,7 +1,6 @@
 #ifndef QORVEL_GEODESY_DETAIL_CALENDAR_H
 #define QORVEL_GEODESY_DETAIL_CALENDAR_H
 
-#include "qorvel/config.h"
 #include "qorvel/geodesy/detail/bits.h"
 
 #include <cstdint>
@@ -12,8 +11,7 @@
 /// The arithmetic is that of H. Hinnant, "chrono-Compatible Low-Level Date Algorithms"
 /// (days_from_civil, civil_from_days): years begin on 1 March, so the leap day ends them, and
 /// repeat in eras of 400 years.
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 struct CivilDate {
     std::int64_t year;
@@ -71,7 +69,6 @@ constexpr std::int64_t daysFromCivil(std::int64_t year, std::int64_t month0) {
     return wrappingAdd(wrappingMultiply(era.quotient, kEraDays), day - kEpochDay);
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

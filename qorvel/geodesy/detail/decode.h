@@ -1,14 +1,11 @@
 #ifndef QORVEL_GEODESY_DETAIL_DECODE_H
 #define QORVEL_GEODESY_DETAIL_DECODE_H
 
-#include "qorvel/config.h"
-
 #include <bit>
 #include <cstdint>
 
 /// From fixed-point codes back to degrees.
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// The code of fraction 0. Code 0 is -1, and 1 is just out of reach.
 inline constexpr std::uint64_t kZeroCode = std::uint64_t{1} << 63;
@@ -60,7 +57,6 @@ constexpr Degrees decodeInterleaved(std::uint64_t first, std::uint64_t second) {
             kMinLongitude + (fLongitude + 1) * span / 2};
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -1,13 +1,11 @@
 #ifndef QORVEL_GEOHASH_DETAIL_CELL_H
 #define QORVEL_GEOHASH_DETAIL_CELL_H
 
-#include "qorvel/config.h"
 #include "qorvel/geodesy/detail/bits.h"
 
 #include <cstdint>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// Depth of the finest cell.
 inline constexpr std::uint32_t kMaxDepth = 128;
@@ -48,7 +46,6 @@ constexpr Cell significant(const Cell& cell) {
     return significant(cell.first, cell.second, cell.depth);
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -7,8 +7,7 @@
 #include <cmath>
 #include <cstddef>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 namespace {
 
@@ -112,5 +111,4 @@ void addNeighbours(PointCode code, double cosLatitude, std::uint32_t depth, doub
     }
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

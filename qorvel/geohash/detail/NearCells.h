@@ -1,15 +1,13 @@
 #ifndef QORVEL_GEOHASH_DETAIL_NEARCELLS_H
 #define QORVEL_GEOHASH_DETAIL_NEARCELLS_H
 
-#include "qorvel/config.h"
 #include "qorvel/geohash/detail/Cell.h"
 #include "qorvel/geohash/detail/PointCode.h"
 
 #include <array>
 #include <cstdint>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// The distances from a point to the four edges of its cell, metres.
 struct CellEdges {
@@ -49,7 +47,6 @@ struct NearCells {
 void addNeighbours(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
                    NearCells& near);
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

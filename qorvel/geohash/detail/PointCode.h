@@ -1,7 +1,6 @@
 #ifndef QORVEL_GEOHASH_DETAIL_POINTCODE_H
 #define QORVEL_GEOHASH_DETAIL_POINTCODE_H
 
-#include "qorvel/config.h"
 #include "qorvel/geodesy/detail/bits.h"
 #include "qorvel/geodesy/detail/decode.h"
 #include "qorvel/geohash/detail/Cell.h"
@@ -11,8 +10,7 @@
 #include <cstdint>
 
 /// From degrees to fixed-point codes and from codes to the bits of a cell.
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// Fixed-point codes: the range of a coordinate cut into 2^64 steps, growing north and east.
 struct PointCode {
@@ -82,7 +80,6 @@ constexpr Cell interleave(PointCode code, std::uint32_t depth) {
             spread(code.longitude) << 1 | spread(code.latitude), depth};
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -6,8 +6,7 @@
 
 #include <cstdint>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// A point with what every row and spec asks of it, computed once.
 class Position {
@@ -46,7 +45,6 @@ private:
     bool hasCell_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

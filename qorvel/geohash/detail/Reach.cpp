@@ -8,8 +8,7 @@
 #include <cmath>
 #include <limits>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 namespace {
 
@@ -63,5 +62,4 @@ Reach::Verdict Reach::judge(double latitude, double longitude, double cosLatitud
     return upper * (1.0 - widest / 3.0) > outerHaversine_ ? Verdict::outside : Verdict::inDoubt;
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

@@ -1,10 +1,7 @@
 #ifndef QORVEL_GEOHASH_DETAIL_REACH_H
 #define QORVEL_GEOHASH_DETAIL_REACH_H
 
-#include "qorvel/config.h"
-
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// A cheap answer to UtilG2::nearFilter for one centre and radius: whether a point is surely within
 /// the radius or surely not. What stays in doubt, NaN included, is left to the exact distance,
@@ -33,7 +30,6 @@ private:
     double outerHaversine_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

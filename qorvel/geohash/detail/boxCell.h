@@ -4,8 +4,7 @@
 #include "qorvel/geohash/SpaceBox.h"
 #include "qorvel/geohash/detail/Cell.h"
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 inline SpaceBox boxOf(const Cell& cell) {
     return SpaceBox(cell.first, cell.second, cell.depth);
@@ -16,7 +15,6 @@ inline Cell significantCellOf(const SpaceBox& box) {
     return significant(box.getFirst64Bits(), box.getSecond64Bits(), box.getGeoHashBitDepth());
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

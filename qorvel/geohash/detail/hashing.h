@@ -5,8 +5,7 @@
 
 #include <cstdint>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// Hashes for the library's own tables. Entity numbers are dense and cells share their low bits
 /// (which are 0), so every bit of the input has to reach the low bits of the hash. The mixing
@@ -26,7 +25,6 @@ constexpr std::uint64_t hashOf(const Cell& cell) {
     return mix(cell.first ^ mix(cell.second + cell.depth));
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

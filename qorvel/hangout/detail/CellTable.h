@@ -8,8 +8,7 @@
 
 #include <cstdint>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// The series of one entity near one significant cell. The key is laid out in place: beside the
 /// depth there is room for the flag.
@@ -37,7 +36,6 @@ struct CellSlot {
 /// The series of one entity, by cell.
 using CellTable = FlatTable<CellSlot>;
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -9,8 +9,7 @@
 #include <optional>
 #include <tuple>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 namespace {
 
@@ -292,5 +291,4 @@ std::uint64_t DetectorState::itemCount() const {
     });
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

@@ -17,8 +17,7 @@
 #include <memory>
 #include <optional>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// What a row and a spec ask of a detector.
 struct DetectionRule {
@@ -113,7 +112,6 @@ private:
     std::shared_ptr<StbSimpleMutex> lock_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -1,8 +1,6 @@
 #ifndef QORVEL_HANGOUT_DETAIL_FLATTABLE_H
 #define QORVEL_HANGOUT_DETAIL_FLATTABLE_H
 
-#include "qorvel/config.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <memory>
@@ -10,8 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// A hash table whose entries stand in one array: open addressing, linear probing, no tombstones.
 /// With millions of entities an event costs what it has to fetch from memory, and a table of nodes
@@ -184,7 +181,6 @@ private:
     std::uint32_t size_ = 0;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

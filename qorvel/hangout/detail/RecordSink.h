@@ -8,8 +8,7 @@
 #include <cstdint>
 #include <list>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// What makes two records repeats of each other: the same entity, spec key, cell and time box.
 struct RecordKey {
@@ -49,7 +48,6 @@ private:
     std::list<STBCompressedEvent>& records_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -5,8 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 namespace {
 
@@ -183,5 +182,4 @@ Tally Series::tallyByWalk(std::int64_t boundary) const {
     return tally;
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

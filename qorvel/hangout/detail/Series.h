@@ -8,8 +8,7 @@
 #include <limits>
 #include <memory>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// First and last millisecond that an item covers; they wrap at the ends of time.
 inline std::int64_t beginOf(const TsListItem& item) {
@@ -109,7 +108,6 @@ private:
     bool inOrder_ = true;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -1,15 +1,12 @@
 #ifndef QORVEL_MODEL_DETAIL_NAMEREGISTRY_H
 #define QORVEL_MODEL_DETAIL_NAMEREGISTRY_H
 
-#include "qorvel/config.h"
-
 #include <cstddef>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// Numbers names 0, 1, 2, ... in order of first sight. Names are compared exactly; the empty one is
 /// a name like any other. No lock: whoever registers holds the facade's.
@@ -58,7 +55,6 @@ private:
     const typename Numbers::value_type* last_ = nullptr;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

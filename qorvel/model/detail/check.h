@@ -1,12 +1,9 @@
 #ifndef QORVEL_MODEL_DETAIL_CHECK_H
 #define QORVEL_MODEL_DETAIL_CHECK_H
 
-#include "qorvel/config.h"
-
 #include <sstream>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// Hands `valid` on, and appends the tag when it is false.
 inline bool check(bool valid, const char* tag, std::stringstream& errors) {
@@ -16,7 +13,6 @@ inline bool check(bool valid, const char* tag, std::stringstream& errors) {
     return valid;
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

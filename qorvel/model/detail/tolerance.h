@@ -5,8 +5,7 @@
 
 #include <cstdint>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// A time tolerance (ms) scaled by a row's factor: truncated toward zero, of which the low 32 bits
 /// are kept. Defined for factors that are negative, huge or NaN.
@@ -14,7 +13,6 @@ inline std::uint32_t scaledTimeTolerance(std::uint32_t tolerance, double factor)
     return truncateToUint32(static_cast<double>(tolerance) * factor);
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

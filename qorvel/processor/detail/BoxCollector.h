@@ -9,8 +9,7 @@
 #include <list>
 #include <unordered_set>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// Distinct boxes (SpaceTimeBox or ExtendedSTB) in the order of their first insertion. Mostly there
 /// are a few, which are compared one by one; from kMany on a set finds the equal one.
@@ -55,7 +54,6 @@ private:
     std::unordered_set<const Box*, Hash, Equal> index_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -3,8 +3,7 @@
 #include "qorvel/model/detail/check.h"
 #include "qorvel/model/hash_STBCompressionSpec.h"
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 Configuration::Configuration(const std::list<STBMasterRow>& masterRows,
                              const std::list<STBAssignmentRow>& assignmentRows,
@@ -63,5 +62,4 @@ const STBMasterRow* Configuration::masterRow(std::uint32_t masterId) const {
     return found == masterRows_.end() ? nullptr : &found->second;
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

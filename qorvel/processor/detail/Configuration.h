@@ -14,8 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// The three tables of a processor and what is derived from them. Never changes after construction,
 /// so copies of a processor share it.
@@ -69,7 +68,6 @@ private:
     RowIndex rowIndex_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -9,8 +9,7 @@
 #include <array>
 #include <utility>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 namespace {
 
@@ -169,5 +168,4 @@ std::uint64_t ProcessorState::sumOverDetectors(std::uint64_t (DetectorState::*co
     return sum;
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

@@ -11,8 +11,7 @@
 #include <memory>
 #include <vector>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// The inside of a MotionProcessor. A copy shares the configuration, which never changes, and the
 /// detectors that exist; it has its own memory of what was reported.
@@ -55,7 +54,6 @@ private:
     RecentHangouts recentHangouts_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -5,8 +5,7 @@
 
 #include <iterator>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 namespace {
 
@@ -35,5 +34,4 @@ bool RecentHangouts::isDuplicateHangout(const STBCompressedEvent& record) {
     return size() == known;
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

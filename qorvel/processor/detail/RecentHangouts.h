@@ -8,8 +8,7 @@
 #include <cstdint>
 #include <list>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// What a processor has reported, so that it reports each thing once. Grows with every new record
 /// for the life of the processor, which is required: nothing may be reported twice, however late.
@@ -48,7 +47,6 @@ private:
     FlatTable<Slot> keys_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

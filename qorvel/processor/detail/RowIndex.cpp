@@ -5,8 +5,7 @@
 
 #include <algorithm>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 void RowIndex::add(std::uint32_t number, const STBAssignmentRow& row) {
     for (const SpaceBox& box : row.spaceBoxes) {
@@ -81,5 +80,4 @@ std::uint32_t RowIndex::Candidates::takeLowest() {
     return lowest;
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

@@ -11,8 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// Finds the rows that may apply to an event by its keys and the cells that hold it, so that an
 /// event costs what its own rows cost, however many rows and cells there are.
@@ -80,7 +79,6 @@ private:
     bool decidesArea_ = true;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif

@@ -5,8 +5,7 @@
 
 #include <algorithm>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 RowTests::RowTests(const STBAssignmentRow& row)
     : row_(row), reach_(row.latitude, row.longitude, row.radius) {}
@@ -39,5 +38,4 @@ bool RowTests::isNear(const Event& event, const Position& position) const {
                               row_.radius);
 }
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail

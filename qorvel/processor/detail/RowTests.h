@@ -8,8 +8,7 @@
 
 #include <cstdint>
 
-QORVEL_BEGIN_NAMESPACE
-namespace detail {
+namespace qorvel_detail {
 
 /// The number by which rows and specs take every primary key.
 constexpr std::int32_t kAnyPrimaryKey = 0;
@@ -40,7 +39,6 @@ private:
     Reach reach_;
 };
 
-} // namespace detail
-QORVEL_END_NAMESPACE
+} // namespace qorvel_detail
 
 #endif
