@@ -35,7 +35,7 @@ std::string tagsOf(const Record& record) {
 TEST(TimeBoxSpec, ReadsUnitWords) {
     const std::pair<const char*, std::uint32_t> words[] = {
         {"milliseconds", 0}, {"seconds", 1},  {"minutes", 2},  {"MiNuTeS", 2}, {"HOURS", 3},
-        {"days", 4},         {"months", 5},   {"years", 6},    {"Ever", 7},    {"", 8},
+        {"DAYS", 4},         {"months", 5},   {"years", 6},    {"Ever", 7},    {"", 8},
         {"minute", 8},       {" minutes", 8}, {"minutes ", 8}, {"\xc4ver", 8}, {"never", 8}};
     for (const auto& [word, code] : words) {
         const TimeBoxSpec spec(7, word);
@@ -289,6 +289,7 @@ TEST(NameRegistries, NumberDenselyAndIndependently) {
     expectDense(&EIDName::getEIDNameInt, "entity");
     EXPECT_EQ(EIDName::getEIDNameStr(EIDName::getEIDNameInt("name 77")), "name 77");
     EXPECT_EQ(EIDName::getEIDNameStr(1U << 30), "");
+    EXPECT_EQ(EIDName::getEIDNameStr(UINT64_C(1) << 32), ""); // also where a size has 32 bits
     EXPECT_EQ(EIDName::getEIDNameStr(UINT64_MAX), "");
 }
 

@@ -6,7 +6,7 @@ QORVEL_BEGIN_NAMESPACE
 
 namespace {
 
-qorvel_detail::NameRegistry<std::int32_t> registry;
+auto& registry = *new qorvel_detail::NameRegistry<std::int32_t>;
 
 } // namespace
 

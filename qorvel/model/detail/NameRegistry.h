@@ -2,6 +2,7 @@
 #define QORVEL_MODEL_DETAIL_NAMEREGISTRY_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -11,8 +12,8 @@ namespace qorvel_detail {
 /// Numbers names 0, 1, 2, ... in order of first sight. Names are compared exactly; the empty one is
 /// a name like any other. No lock: whoever registers holds the facade's.
 ///
-/// The instances are made when the library is loaded, not at the first call: so they outlive every
-/// static object and exit handler of the host.
+/// The instances are made when the library is loaded, so that no call comes too early, and never
+/// destroyed: exit handlers, and threads that still run at exit, go on asking.
 template <typename Number>
 class NameRegistry {
 public:
@@ -27,9 +28,11 @@ public:
 
     /// The name of `number`, or the empty string when there is none.
     std::string nameOf(Number number) const {
-        const auto index = static_cast<std::size_t>(number);
-        const bool known = index < names_.size() && names_[index] != nullptr;
-        return known ? *names_[index] : std::string();
+        if (static_cast<std::uint64_t>(number) >= names_.size()) {
+            return {};
+        }
+        const std::string* const name = names_[static_cast<std::size_t>(number)];
+        return name == nullptr ? std::string() : *name;
     }
 
 private:
