@@ -16,6 +16,17 @@ RecordKey keyOf(const STBCompressedEvent& record) {
 
 } // namespace
 
+/// The first time box is both the older and the newer one.
+void RecentHangouts::Slot::occupy(const RecordKey& key) {
+    eid = key.eid;
+    first = key.cell.first;
+    second = key.cell.second;
+    depth = key.cell.depth;
+    specPrimaryKeyId = key.specPrimaryKeyId;
+    older = newer = time = spanOf(key);
+    used = true;
+}
+
 std::uint64_t RecentHangouts::Slot::hash(const RecordKey& key) {
     std::uint64_t hash = combine(hashOf(key.cell), key.eid);
     hash = combine(hash, static_cast<std::uint64_t>(key.start));
@@ -29,9 +40,17 @@ void RecentHangouts::supressDuplicateHangouts(std::list<STBCompressedEvent>& rec
 }
 
 bool RecentHangouts::isDuplicateHangout(const STBCompressedEvent& record) {
+    const RecordKey key = keyOf(record);
     const std::uint64_t known = size();
-    keys_.findOrAdd(keyOf(record));
-    return size() == known;
+    Slot& slot = keys_.findOrAdd(key);
+    if (size() > known) {
+        return false;
+    }
+    const bool repeats = slot.remembers(spanOf(key));
+    if (!repeats) {
+        slot.remember(spanOf(key));
+    }
+    return repeats;
 }
 
 } // namespace qorvel_detail

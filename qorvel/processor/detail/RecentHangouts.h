@@ -10,37 +10,66 @@
 
 namespace qorvel_detail {
 
-/// What a processor has reported, so that it reports each thing once. Grows with every new record
-/// for the life of the processor, which is required: nothing may be reported twice, however late.
+/// What a processor has reported, so that it reports each thing once, however late it comes again.
+/// Therefore nothing is ever removed: this grows with every new record for the life of the
+/// processor.
 ///
-/// The last two distinct time boxes seen for a key are what makes a record a repeat. The time box
-/// is part of the key, so both are always the key's own, and the keys alone tell.
+/// For each key it remembers the last two distinct time boxes, and a record that has one of them is
+/// a repeat. As long as the time box is itself a part of the key, both are always the key's own.
 class RecentHangouts {
 public:
     /// Erases the records that repeat one that was reported, or one further up in the list, and
     /// remembers the rest.
     void supressDuplicateHangouts(std::list<STBCompressedEvent>& records);
 
-    bool contains(const RecordKey& key) const { return keys_.find(key) != nullptr; }
+    /// Would a record with this key be a repeat?
+    bool contains(const RecordKey& key) const {
+        const Slot* const known = keys_.find(key);
+        return known != nullptr && known->remembers(spanOf(key));
+    }
     void prefetch(const RecordKey& key) const { keys_.prefetch(key); }
     std::uint64_t size() const { return keys_.size(); }
 
 private:
+    /// A time box without its class.
+    struct Span {
+        std::int64_t start = 0;
+        std::int64_t end = 0;
+
+        bool operator==(const Span&) const = default;
+    };
+
+    static Span spanOf(const RecordKey& key) { return {key.start, key.end}; }
+
+    /// The key is laid out in place: beside the depth there is room for the spec's number.
     struct Slot {
         using Key = RecordKey;
 
-        RecordKey record{};
+        std::uint64_t eid = 0;
+        std::uint64_t first = 0;
+        std::uint64_t second = 0;
+        std::uint32_t depth = 0;
+        std::uint32_t specPrimaryKeyId = 0;
+        Span time;
+        Span older;
+        Span newer;
         bool used = false;
 
         bool isUsed() const { return used; }
-        const RecordKey& key() const { return record; }
-        bool holds(const RecordKey& other) const { return record == other; }
-        void occupy(const RecordKey& newRecord) {
-            record = newRecord;
-            used = true;
+        RecordKey key() const {
+            return {eid, {first, second, depth}, time.start, time.end, specPrimaryKeyId};
         }
+        bool holds(const RecordKey& other) const { return key() == other; }
+        void occupy(const RecordKey& key);
         static std::uint64_t hash(const RecordKey& key);
+
+        bool remembers(const Span& span) const { return span == older || span == newer; }
+        void remember(const Span& span) {
+            older = newer;
+            newer = span;
+        }
     };
+    static_assert(sizeof(Slot) <= 88);
 
     bool isDuplicateHangout(const STBCompressedEvent& record);
 
