@@ -13,8 +13,8 @@ class QORVEL_EXPORT SpaceBoxSpec {
 public:
     /// The finest cell, 128 bits.
     SpaceBoxSpec();
-    /// Stores the depth; isValid judges it.
-    explicit SpaceBoxSpec(std::uint32_t geoHashBitDepth);
+    /// Stores the depth; isValid judges it. Not explicit: a depth stands for its spec.
+    SpaceBoxSpec(std::uint32_t geoHashBitDepth);
     SpaceBoxSpec(const SpaceBoxSpec&) = default;
     SpaceBoxSpec& operator=(const SpaceBoxSpec&) = default;
     virtual ~SpaceBoxSpec();
