@@ -1,17 +1,20 @@
 #include "qorvel/hangout/HangoutDetector.h"
 
+#include <bit>
 #include <gtest/gtest.h>
-#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
+/// The NaN that marks a free slot of the table of last events.
+constexpr double kNowhere = std::bit_cast<double>(UINT64_C(0x7FF8000000000F4E));
+
 /// Streams of one entity in one cell, and what the last fix gives. What a row would catch |
-/// presence or hangouts, time box, window, minimum, ratio | fixes: time, ~ tolerance, @ elsewhere |
-/// whether the rule holds, and the records: box total=before+after first..end lastBefore/firstAfter
-/// #events
+/// presence or hangouts, time box, window, minimum, ratio | fixes: time, ~ tolerance, @ elsewhere,
+/// ? nowhere | whether the rule holds, and the records: box total=before+after first..end
+/// lastBefore/firstAfter #events
 constexpr const char* kRows = R"(
 box begins in the window        | P 100 milliseconds 20 1 0.5 | 1010          | holds; 1000..1100 1=0+1 1010..1011 0/1010 #0
 window lies within the box      | P 100 milliseconds 20 1 0.5 | 1050          | holds; 1000..1100 1=1+0 1050..1051 1050/max #0
@@ -59,6 +62,7 @@ two months wrap to ten days     | D 2 months 1 2 1            | 1614556800000 16
 .. but not a ms more            | D 2 months 1 2 1            | 1614556800000 1615445832705 | no
 one year wraps to 17 days       | D 1 years 1 2 1             | 1609459200000 1610952028928 | holds; 1609459200000..1640995200000 2=0+2 1609459200000..1610952028929 0/1609459200000 #0#1
 .. but not a ms more            | D 1 years 1 2 1             | 1609459200000 1610952028929 | no
+places that are no number are one | D 100 milliseconds 0 2 nan | 1050? 1050?   | holds
 wrapped times empty the series  | D 100 milliseconds 0 0 0    | min           | no
 )";
 
@@ -105,7 +109,9 @@ std::string outcome(std::istringstream config, std::istringstream fixes) {
     std::vector<std::uint64_t> numbers;
     for (std::string fix; fixes >> fix;) {
         const std::size_t tilde = fix.find('~');
-        const double latitude = fix.find('@') == std::string::npos ? 48.0 : 49.0;
+        const double latitude = fix.find('@') != std::string::npos   ? 49.0
+                                : fix.find('?') != std::string::npos ? kNowhere
+                                                                     : 48.0;
         const auto tolerance = tilde == std::string::npos ? 0 : timeOf(fix.substr(tilde + 1));
         const Event event(1, 5, -3, latitude, 11.0, 0.0, timeOf(fix.substr(0, tilde)),
                           static_cast<std::uint32_t>(tolerance));

@@ -170,6 +170,7 @@ TEST(Vincenty, KnownGeodesics) {
     }
     EXPECT_NEAR(PointHandle(vincenty.destination(Point(0, 7), 0, 4984944.377978))->getLatitude(),
                 45, 1e-10);
+    EXPECT_NEAR(vincenty.azimuth(Point(1e-9, 0), Point(1e-9, 90)), kPi / 2, 1e-8); // over a zero
     for (const Point& antipode : {Point(0, 180), Point(0.5, 179.7), Point(-1e-9, -179.999)}) {
         EXPECT_NEAR(vincenty.distance(Point(0, 0), antipode), 2e7, 2e5) << antipode.toString();
     }

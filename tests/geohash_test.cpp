@@ -1,3 +1,4 @@
+#include "qorvel/geohash/detail/Cell.h"
 #include "qorvel/qorvel.h"
 
 #include <algorithm>
@@ -159,6 +160,10 @@ void checkParsing(const std::string& text) {
     ASSERT_EQ(UtilG2::stringToSpaceBox(text, box), ok) << testing::PrintToString(text);
     ASSERT_EQ(contents(box), contents(expected)) << testing::PrintToString(text);
 }
+
+// No text is so long that its depth is that of a cell again.
+static_assert(qorvel_detail::depthOfText(858993460) == UINT32_MAX);
+static_assert(qorvel_detail::depthOfText(SIZE_MAX) == UINT32_MAX);
 
 TEST(Text, EveryByteAtEveryPlace) {
     for (std::size_t place = 0; place < 30 * 30; ++place) {

@@ -126,12 +126,6 @@ SpaceBox emptyBox(std::uint32_t depth) {
     return {std::uint64_t{0}, std::uint64_t{0}, depth};
 }
 
-/// Five bits a character; capped, so that no text is so long that its box becomes valid again.
-std::uint32_t depthOfText(std::size_t length) {
-    constexpr std::size_t longest = UINT32_MAX / 5;
-    return 5 * static_cast<std::uint32_t>(std::min(length, longest));
-}
-
 /// How often `ratio` can be halved and is still at least 1; 64 at most, negative below 1.
 std::int32_t halvings(double ratio) {
     int exponent = 0;
@@ -163,7 +157,7 @@ bool UtilG2::pointToSpaceBox(const double& lat, const double& lon, SpaceBox& box
 bool UtilG2::stringToSpaceBox(const std::string& geohash, SpaceBox& box) {
     const std::size_t length = geohash.size();
     if (length > _MAX_GEOHASHSTRING_LENGTH) {
-        box = emptyBox(depthOfText(length));
+        box = emptyBox(qorvel_detail::depthOfText(length));
         return false;
     }
     Values values{};
@@ -178,7 +172,8 @@ bool UtilG2::stringToSpaceBox(const std::string& geohash, SpaceBox& box) {
     // they fill. This is how such texts have always been read, and cells must not change under a
     // stored text.
     const std::size_t secondWord = length > 22 ? kWordChunks : 2 * kWordChunks;
-    box = SpaceBox(wordOf(chunks.data()), wordOf(chunks.data() + secondWord), depthOfText(length));
+    box = SpaceBox(wordOf(chunks.data()), wordOf(chunks.data() + secondWord),
+                   qorvel_detail::depthOfText(length));
     return true;
 }
 

@@ -3,6 +3,8 @@
 
 #include "qorvel/geodesy/detail/bits.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 namespace qorvel_detail {
@@ -13,6 +15,13 @@ inline constexpr std::uint32_t kMaxDepth = 128;
 /// Depth that marks a box whose text is no geohash.
 inline constexpr std::uint32_t kUnparsableDepth = UINT32_MAX;
 
+/// Depth of a text of so many characters, five bits each; capped, so that no text is so long that
+/// its box becomes valid again.
+constexpr std::uint32_t depthOfText(std::size_t length) {
+    constexpr std::size_t longest = UINT32_MAX / 5;
+    return 5 * static_cast<std::uint32_t>(std::min(length, longest));
+}
+
 /// A space box without its class: 128 interleaved bits, a longitude bit before a latitude bit, of
 /// which `depth` count. The bits beyond the depth may be anything.
 struct Cell {
@@ -20,7 +29,7 @@ struct Cell {
     std::uint64_t second;
     std::uint32_t depth;
 
-    /// Of all bits, so meant for significant cells.
+    /// Of all bits, so for significant cells.
     friend bool operator==(const Cell&, const Cell&) = default;
 };
 
