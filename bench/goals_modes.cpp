@@ -26,8 +26,10 @@ constexpr std::size_t kRepetitions = 5;
 
 struct ModeGoal {
     std::string name;
-    double reference; ///< ns an event of the straightforward way on the machine the goals come from
-    double goal;      ///< how many times faster than that the library is meant to be
+    /// ns an event: a straightforward implementation with standard containers, measured on the same
+    /// kind of machine.
+    double reference;
+    double goal; ///< how many times faster than that the library has to be
     Scenario (*make)();
 };
 
@@ -60,10 +62,10 @@ sides::Duel checkedDuel(const ModeGoal& mode, Report& report) {
     return duel;
 }
 
-/// The goals are ratios to a straightforward way whose cost is known from a machine like ours: the
-/// reference. Our own model of that way runs beside the library, and counts where it costs what the
-/// reference does, within a quarter (then the smaller of the two counts, so that neither a slow
-/// model nor a fast machine flatters). Where it does not, its figure is scaled to the reference.
+/// The goals are ratios to the reference. Our own model of such an implementation runs beside the
+/// library, and counts where it costs what the reference does, within a quarter (then the smaller
+/// of the two counts, so that neither a slow model nor a fast machine flatters). Where it does not,
+/// its figure is scaled to the reference.
 bool modelIsClose(double model, double reference) {
     return std::fabs(model / reference - 1) <= 0.25;
 }

@@ -88,7 +88,7 @@ int createSpec(const std::string& primaryKey, const std::string& secondaryKey,
                const std::string& windowUnit, std::uint32_t minCount, double ratio,
                const Failure& failure, STBCompressionSpec& out, std::stringstream& errors) {
     const RowKeys keys = registerRowKeys(primaryKey, secondaryKey, masterName);
-    // Not validated, which is meant: an unknown unit word gives a window of 0.
+    // Not validated, since the spec has no unit to object to: an unknown word gives a window of 0.
     const TimeBoxSpec window(windowCount, windowUnit);
     out = STBCompressionSpec(static_cast<std::uint32_t>(keys.primaryKeyId),
                              static_cast<std::uint32_t>(keys.secondaryKeyId),

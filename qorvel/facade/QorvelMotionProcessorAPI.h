@@ -74,9 +74,9 @@ public:
                            const double& spaceToleranceFactor, const double& timeToleranceFactor,
                            STBAssignmentRow& out, std::stringstream& errors);
 
-    /// A spec for presence compression with a look-back window of `windowCount` units. An unknown
-    /// unit word is not reported and gives a window of 0 ms, which is meant. Registers "ANY" as
-    /// createSTBAssignmentRow does.
+    /// A spec for presence compression with a look-back window of `windowCount` units. A spec holds
+    /// milliseconds and no unit, so an unknown unit word is not reported: it gives a window of 0
+    /// ms. Registers "ANY" as createSTBAssignmentRow does.
     static int createSTBCompressionSpec(const std::string& primaryKey,
                                         const std::string& secondaryKey,
                                         const std::string& masterName,

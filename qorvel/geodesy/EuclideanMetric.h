@@ -25,8 +25,9 @@ public:
     /// Degrees of a planar x.
     virtual double toLongitude(double x) const = 0;
 
-    /// Degrees of a planar y. Meant as it is: the reference latitude is added to the latitude that
-    /// belongs to y alone, so this is the inverse of toY only for a reference latitude of 0.
+    /// Degrees of a planar y. The reference latitude is added to the latitude that belongs to y
+    /// alone, so this is the inverse of toY only for a reference latitude of 0; it stays so, since
+    /// what destination has given must not change.
     virtual double toLatitude(double y) const = 0;
 
     /// Metres east of the reference point, the short way round: 190 degrees east are 170 west.

@@ -21,7 +21,7 @@ public:
     /// Metres between two points.
     virtual double distance(const IPoint& p1, const IPoint& p2) const = 0;
 
-    /// The direction from `p1` to `p2`, radians in [0, 2 pi).
+    /// The direction from `p1` to `p2`, radians in [0, 2 pi]: a hair west of north rounds to 2 pi.
     virtual double azimuth(const IPoint& p1, const IPoint& p2) const = 0;
 
     /// The point reached from `p` after `distance` metres in the direction `azimuth`, in radians.

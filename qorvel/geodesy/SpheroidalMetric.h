@@ -15,9 +15,10 @@ public:
     ~SpheroidalMetric() override;
 
     /// The haversine formula up to and including 10 km; the spherical law of cosines where
-    /// haversine gives more. The switch is meant, though the second is the less exact one: near
-    /// the switch it is off by up to about a micrometre, between nearly antipodal points by
-    /// decimetres, and it is NaN where rounding leaves the cosine outside [-1, 1].
+    /// haversine gives more. The second is the less exact one, but a row's radius must go on
+    /// accepting the same events: near the switch it is off by up to about a micrometre, between
+    /// nearly antipodal points by decimetres, and it is NaN where rounding leaves the cosine
+    /// outside [-1, 1].
     double distance(const IPoint& p1, const IPoint& p2) const override;
 
     /// The initial bearing of the great circle; 0 between coincident points.

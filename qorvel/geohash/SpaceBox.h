@@ -18,8 +18,9 @@ QORVEL_BEGIN_NAMESPACE
 /// about. UtilG2 converts from coordinates and text.
 ///
 /// Depths above 128 are invalid, see isValid; their boxes can be compared, hashed and printed all
-/// the same. No operation locks; only those that take or return a string allocate, and throw
-/// std::bad_alloc when memory runs out.
+/// the same. Any thread may call any operation at any time; of one box as usual, not while another
+/// changes it. Those that take or return a string allocate, and throw std::bad_alloc when memory
+/// runs out; so does the first getNearSpaceBoxes with a distance, see UtilG2.
 class QORVEL_EXPORT SpaceBox {
 public:
     /// The whole earth: depth 0, both words 0.
@@ -74,8 +75,8 @@ public:
     /// when it is above 128, in this order. True when neither holds.
     bool isValid(std::stringstream& errors) const;
 
-    /// UtilG2::pointToSpaceBoxes with the same arguments. Meant as it is: always true, even where
-    /// the point has no cell and nothing is written, so set `count` to 0 before and read it after.
+    /// UtilG2::pointToSpaceBoxes with the same arguments. Always true, since it is the count that
+    /// tells: where the point has no cell nothing is written, so set `count` to 0 before.
     static bool getNearSpaceBoxes(const double& lat, const double& lon, const std::uint32_t& depth,
                                   const double& distance, SpaceBox* boxes, std::uint32_t& count);
 

@@ -13,8 +13,9 @@ class SpaceBox;
 /// Static functions around cells: coordinates and geohash text to cells and back, the cells near a
 /// point, and nearness of two points. Degrees and metres throughout.
 ///
-/// All functions are pure: no locks, no state, any thread at any time. Nothing throws except
-/// std::bad_alloc where a string is made.
+/// Results depend on the arguments alone, on any thread at any time. The first question about a
+/// distance in a process sets up the ellipsoid, and threads that ask meanwhile wait for it. Nothing
+/// throws except std::bad_alloc, there and where a string is made.
 class QORVEL_EXPORT UtilG2 {
 public:
     /// Bits in one character of a geohash.
@@ -47,8 +48,8 @@ public:
     /// - More: false, words 0.
     /// - Any other character in front of a NUL byte: false, words 0 and depth 4294967295.
     ///
-    /// Meant as it is: of a text of 13 to 22 characters only the first 64 bits are kept, so such a
-    /// text does not come back from spaceBoxToString.
+    /// Of a text of 13 to 22 characters only the first 64 bits are kept, so such a text does not
+    /// come back from spaceBoxToString: a stored text must go on meaning the same cell.
     static bool stringToSpaceBox(const std::string& geohash, SpaceBox& box);
 
     /// Geohash text in lower case: a character for every five bits or part of them up to the depth,
@@ -64,12 +65,12 @@ public:
     /// is greater than the way to the edge (both edges at a corner, so it is the square around the
     /// circle that counts). A distance of 0, below 0 or NaN takes no neighbour.
     ///
-    /// Meant as they are: neighbours stand at `depth` rounded down to an even number, with zeros
-    /// below it, and the edges are those of the cell at that even depth; stepping over an end of
-    /// the range continues at the other end, also from pole to pole; at depths 0 and 1 (and 128 and
-    /// above) the shift wraps, and neighbours are one step of the finest code away or wherever the
-    /// wrapped shift leads. Ways are those on the sphere with the semi-major axis of WGS-84, along
-    /// the meridian and along the parallel of `lat`.
+    /// Kept so that an event goes on touching the same cells: neighbours stand at `depth` rounded
+    /// down to an even number, with zeros below it, and the edges are those of the cell at that
+    /// even depth; stepping over an end of the range continues at the other end, also from pole to
+    /// pole; at depths 0 and 1 (and 128 and above) the shift wraps, and neighbours are one step of
+    /// the finest code away or wherever the wrapped shift leads. Ways are those on the sphere with
+    /// the semi-major axis of WGS-84, along the meridian and along the parallel of `lat`.
     static bool pointToSpaceBoxes(const double& lat, const double& lon, const std::uint32_t& depth,
                                   const double& distance, SpaceBox* boxes, std::uint32_t& count);
 
@@ -84,8 +85,9 @@ public:
     static bool midLongitude(const double& lon1, const double& lon2, double& mid);
 
     /// Seconds since 1970-01-01 00:00:00 UTC as "year-month-day hour:minute:second", no zeros in
-    /// front, by the proleptic Gregorian calendar for every number. Meant as they are: January is
-    /// month 0 (86400 is "1970-0-2 0:0:0"), and 0 and 9223372036854775807 are "NULL". Always true.
+    /// front, by the proleptic Gregorian calendar for every number. Kept for programs that read
+    /// such texts: January is month 0 (86400 is "1970-0-2 0:0:0"), and 0 and 9223372036854775807,
+    /// the ends of the box for all time, are "NULL". Always true.
     static bool prettyPrintTimeStamp(const std::int64_t& seconds, std::string& text);
 
 private:

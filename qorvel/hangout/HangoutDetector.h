@@ -24,8 +24,9 @@ QORVEL_BEGIN_NAMESPACE
 /// Threads: the processing operations, gc and the three counts take a lock for their whole
 /// duration, so several threads may call one detector. Copies share their source's lock.
 /// Copying and assigning take no lock. An exception after the lock was taken leaves it held by the
-/// calling thread, which is meant; other threads then wait until that thread ends, and the first
-/// of them gets StbThreadException and owns the lock (see StbSimpleMutex).
+/// calling thread, so that no other goes on unwarned with tables left halfway: other threads wait
+/// until that thread ends, and the first of them gets StbThreadException and owns the lock (see
+/// StbSimpleMutex).
 ///
 /// Nothing is validated. No input is undefined: sums of times wrap, and an event whose coordinates
 /// no cell holds (latitude 90, longitude 180, out of range) files nothing.

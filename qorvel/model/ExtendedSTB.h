@@ -8,7 +8,8 @@
 QORVEL_BEGIN_NAMESPACE
 
 /// A space-time box that remembers which master row produced it. Equality is that of
-/// SpaceTimeBox: two boxes that differ in masterId alone are one element of a set, which is meant.
+/// SpaceTimeBox: two boxes that differ in masterId alone are one element of a set, so that an event
+/// gives each box once, with the first master row that leads to it.
 class QORVEL_EXPORT ExtendedSTB : public SpaceTimeBox {
 public:
     /// The whole earth for all time, master 0.

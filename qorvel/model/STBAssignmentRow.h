@@ -28,7 +28,7 @@ public:
     virtual ~STBAssignmentRow();
 
     /// Makes every check in this order and appends a tag for each that fails. Bounds are valid,
-    /// and a NaN passes (unlike in Event::isValid), which is meant.
+    /// and a NaN passes (unlike in Event::isValid): what hosts have configured stays valid.
     ///
     /// | field                | valid       | tag               |
     /// |----------------------|-------------|-------------------|
@@ -53,8 +53,8 @@ public:
     std::int32_t masterId;
     /// Largest spatial tolerance of an event that is accepted, metres.
     double maxSpaceTolerance;
-    /// Largest time tolerance of an event that is accepted, ms. Only 0 and 1 are valid, which is
-    /// meant although the field could hold more.
+    /// Largest time tolerance of an event that is accepted, ms. The field could hold more than the
+    /// 0 and 1 that are valid, but what hosts were refused stays refused.
     std::uint32_t maxTimeTolerance;
     /// Centre of the row's area, degrees, north positive.
     double latitude;

@@ -42,8 +42,8 @@ bool isFixed(std::uint32_t unit) {
     return unit < kFixedUnitMillis.size();
 }
 
-/// Length of a box of a fixed unit. Wraps modulo 2^32, which is meant: the validation of
-/// processors and the boxes themselves must agree on it.
+/// Length of a box of a fixed unit. Wraps modulo 2^32 as the windows do that it is compared with;
+/// the boxes themselves must agree with that.
 std::uint32_t fixedLength(std::uint32_t count, std::uint32_t unit) {
     return count * kFixedUnitMillis[unit];
 }
@@ -59,7 +59,8 @@ std::int32_t groupIndex(std::uint32_t index, std::uint32_t count, Side side) {
 }
 
 qorvel_detail::CivilDate civilDate(std::int64_t time) {
-    const std::int64_t seconds = time / kSecondMillis; // truncates also below zero; meant
+    const std::int64_t seconds =
+        time / kSecondMillis; // truncates also below zero, as fixed units do
     return qorvel_detail::civilFromDays(qorvel_detail::floorDivide(seconds, kDaySeconds).quotient);
 }
 

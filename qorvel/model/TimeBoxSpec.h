@@ -43,8 +43,9 @@ public:
     bool isValid(std::stringstream& errors) const;
 
     /// Nominal length of one box in milliseconds (a month is 30 days, a year 365.25 days), formed
-    /// in unsigned 32-bit arithmetic. Lengths from 2^32 ms (49.7 days) on wrap, which is meant:
-    /// 50 days give 25032704, one year gives 1492828928. "ever" gives 4294967295, kInvalid 0.
+    /// in unsigned 32-bit arithmetic, as the windows are that it is compared with. Lengths from
+    /// 2^32 ms (49.7 days) on wrap: 50 days give 25032704, one year gives 1492828928. "ever" gives
+    /// 4294967295, kInvalid 0.
     std::uint32_t getDurationMillis() const;
 
     /// First millisecond of the box that is taken to hold `time`.

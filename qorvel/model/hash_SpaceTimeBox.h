@@ -10,7 +10,8 @@ QORVEL_BEGIN_NAMESPACE
 /// Hash functor for sets of SpaceTimeBox and, through the base, ExtendedSTB.
 struct QORVEL_EXPORT hash_SpaceTimeBox {
     /// The cell's hashCode exclusive-or the time box's hash: the low half of the start above the
-    /// low half of the end. The other halves are lost, which is meant. Equal boxes hash equally.
+    /// low half of the end. The other halves are lost: times that occur together mostly differ in
+    /// the low ones. Equal boxes hash equally.
     std::uint64_t operator()(const SpaceTimeBox& box) const;
 };
 

@@ -23,7 +23,8 @@ struct CellEdges {
 double latitudeExtent(std::uint64_t delta);
 
 /// Metres along a parallel of the given radius, in metres, between two meridians whose codes differ
-/// by `delta`. Meant as it is: twice the difference wraps, so half a turn has the length 0.
+/// by `delta`. Twice the difference wraps, so half a turn has the length 0; which cells are near
+/// must not change.
 double longitudeExtent(std::uint64_t delta, double parallelRadius);
 
 /// The cosine of a latitude in degrees, in the form that the radius of its parallel is made from.

@@ -19,7 +19,7 @@ struct PointCode {
 };
 
 /// 2^63 plus x times 2^63, truncated toward zero. False and code 0 outside [-1, 1). Two oddities
-/// are meant, because the codes that hosts have stored must not change: NaN is accepted with code
+/// are kept, because the codes that hosts have stored must not change: NaN is accepted with code
 /// 0, and below 2^-74 the shift wraps, which leaves some of the lowest bits set.
 constexpr bool fractionToCode(double x, std::uint64_t& code) {
     code = 0;

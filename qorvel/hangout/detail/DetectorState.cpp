@@ -234,7 +234,8 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
 
     NearCells near;
     position.findNear(depth, radius, near);
-    // The cells near the previous event, by the radius of this one; that is meant.
+    // The cells near the previous event, by the radius of this one: with one measure for both, an
+    // entity that did not move has left no cell.
     const PreviousCells previous(replaceLastEvent(event), depth, radius);
     const TsListItem item = itemOf(event, rule.timeToleranceFactor);
     bool found = false;

@@ -80,8 +80,8 @@ static_assert(sizeof(LastEventSlot) == 24);
 /// the lock.
 ///
 /// The operations lock and unlock by explicit calls, without a guard: an exception in between
-/// leaves the lock held, which is meant, so that another thread does not go on with tables that
-/// were left halfway without being told.
+/// leaves the lock held, so that no other thread goes on, without being told, with tables that were
+/// left halfway.
 class DetectorState {
 public:
     DetectorState();

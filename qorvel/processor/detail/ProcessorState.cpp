@@ -20,7 +20,8 @@ struct TimeBoxes {
 };
 
 /// The box of time - margin, and the stretch from the start of the box of time to the end of the
-/// box of time + margin. That the second one starts at time, not at time + margin, is meant.
+/// box of time + margin. The second one starts at time, not at time + margin: so the event's own
+/// box is always in it.
 TimeBoxes timeBoxesOf(std::int64_t time, std::uint32_t margin, const TimeBoxSpec& spec) {
     const std::int64_t earliest = wrappingSubtract(time, margin);
     const std::int64_t latest = wrappingAdd(time, margin);
