@@ -1,5 +1,17 @@
 include(${CMAKE_CURRENT_LIST_DIR}/Warnings.cmake)
 
+# What any test may take, in seconds: one that hangs fails.
+set(QORVEL_TEST_TIMEOUT 300)
+
+# At the end of a directory: the limit for its tests. Those that gtest_discover_tests finds later are
+# given it there.
+function(qorvel_limit_tests)
+    get_property(tests DIRECTORY PROPERTY TESTS)
+    if(tests)
+        set_tests_properties(${tests} PROPERTIES TIMEOUT ${QORVEL_TEST_TIMEOUT})
+    endif()
+endfunction()
+
 # What every target here has in common: strict C++20, the warnings, and floating point as it is
 # written. A contracted a * b + c rounds once instead of twice, and results are promised bit for bit.
 function(qorvel_set_defaults target)
