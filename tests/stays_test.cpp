@@ -51,8 +51,9 @@ void forEachEvent(const std::vector<Fix>& fixes, Visit visit) {
     }
 }
 
-/// Runs one shard; every now and then what no fix to come can need is forgotten.
-std::vector<ResultRow> run(Analysis& analysis, const std::vector<Fix>& fixes) {
+/// Runs one shard; every so many fixes what none to come can need is forgotten.
+std::vector<ResultRow> run(Analysis& analysis, const std::vector<Fix>& fixes,
+                           std::size_t between = 50) {
     struct Seeing : Found {
         explicit Seeing(Analysis& theAnalysis) : analysis(theAnalysis) {}
         void add(const ResultRow&) override {}
@@ -67,7 +68,7 @@ std::vector<ResultRow> run(Analysis& analysis, const std::vector<Fix>& fixes) {
     std::size_t row = 0;
     forEachEvent(fixes, [&](const Fix& fix, const Event& event) {
         shard->take({fix, event, row}, seeing);
-        if (++row % 50 == 5) {
+        if (++row % between == 0) {
             shard->collect(oldest[row] - analysis.lookBack());
             analysis.collect(oldest[row] - analysis.lookBack());
         }
@@ -243,6 +244,55 @@ TEST(Stays, AreTheHangoutRecordsTogether) {
         EXPECT_EQ(stays[i].values[5].whole, *times[i].begin());
         EXPECT_EQ(stays[i].values[6].whole, *times[i].rbegin());
         EXPECT_EQ(stays[i].values[8].whole, std::ssize(events[i]));
+    }
+}
+
+TEST(Stays, HangOnTheFixesOfTheirEntityAlone) {
+    const auto off = [] { return static_cast<double>(random_() % 9) * 5e-4; };
+    for (int round = 0; round < 12; ++round) {
+        Config any = config(Use::hangouts);
+        any.masters.front().cellLength = pick({6U, 7U});
+        any.masters.front().box = {20, "minutes"};
+        any.hangouts.front().window = {pick({1U, 5U}), "minutes"};
+        any.hangouts.front().minCount = pick({1U, 3U});
+        const Library library(any, Use::hangouts);
+        const auto staysOf = [&](const std::vector<Fix>& fixes, std::size_t between) {
+            StaysAnalysis analysis(library);
+            std::vector<std::string> stays;
+            for (const ResultRow& stay : run(analysis, fixes, between)) {
+                const std::vector<Value>& values = stay.values;
+                stays.push_back(values[0].text + ' ' +
+                                textOf({values[5].whole, values[6].whole, values[8].whole}));
+                for (const SpaceBox& cell : stay.cells) {
+                    stays.back() += cell.toASCIIString() + ' ';
+                }
+            }
+            return stays;
+        };
+        std::vector<Fix> fixes;
+        std::map<std::string, std::vector<Fix>> byEntity;
+        std::map<std::string, std::pair<double, double>> places;
+        for (std::int64_t time = kHour; time < 20 * kHour; time += kMinute / 2) {
+            const std::string entity = pick({"x", "y", "z"});
+            auto& [latitude, longitude] = places[entity];
+            if (random_() % 12 == 0) {
+                std::tie(latitude, longitude) = std::pair(off(), off());
+            }
+            const auto late = static_cast<std::int64_t>(random_() % 20) * kMinute;
+            fixes.push_back({entity, latitude, longitude, time - (random_() % 8 ? 0 : late),
+                             pick({20.0, 90.0, 400.0}), "", ""});
+            byEntity[entity].push_back(fixes.back());
+        }
+        std::vector<std::string> together = staysOf(fixes, 50);
+        EXPECT_EQ(staysOf(fixes, SIZE_MAX), together) << round;
+        std::vector<std::string> alone;
+        for (const auto& [entity, own] : byEntity) {
+            const std::vector<std::string> stays = staysOf(own, 7);
+            alone.insert(alone.end(), stays.begin(), stays.end());
+        }
+        std::sort(alone.begin(), alone.end());
+        std::sort(together.begin(), together.end());
+        EXPECT_EQ(alone, together) << round;
     }
 }
 

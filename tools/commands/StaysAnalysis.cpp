@@ -8,6 +8,7 @@
 #include <iterator>
 #include <limits>
 #include <list>
+#include <map>
 #include <numeric>
 #include <optional>
 #include <tuple>
@@ -50,12 +51,10 @@ struct Visit {
     std::optional<Period> away{}; ///< the fixes elsewhere since the last one near
     std::vector<Fixes> pieces{};  ///< what the records cover, in ascending order
 
-    /// An entity that was elsewhere for as long as the window, or silent for longer than series
-    /// remember, has left; then the visit is over.
+    /// An entity that was silent for longer than series remember has left; then the visit does not
+    /// go on.
     void addNear(std::int64_t time, std::int64_t memory) {
-        const bool isOver = near.first - time > memory || time - near.last > memory ||
-                            (away && away->length() >= window);
-        if (!isOver) {
+        if (near.first - time <= memory && time - near.last <= memory) {
             near.include(time);
             away.reset();
         }
@@ -72,6 +71,9 @@ struct Visit {
             away = Period{time, time};
         }
     }
+
+    /// An entity that was elsewhere for as long as the window has left, too.
+    bool isOver() const { return away && away->length() >= window; }
 
     void cover(std::uint64_t fix) {
         if (pieces.empty() || pieces.back().end < fix) {
@@ -107,12 +109,6 @@ struct Owner {
 
     // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 sees a 0 in what the compiler makes
     auto operator<=>(const Owner&) const = default;
-};
-
-struct OwnerHash {
-    std::size_t operator()(const Owner& owner) const {
-        return static_cast<std::size_t>((owner.eid << 8 ^ owner.masterId) * 0x9E3779B97F4A7C15U);
-    }
 };
 
 struct Stay {
@@ -173,47 +169,39 @@ private:
     std::vector<std::pair<SpaceBox, std::uint64_t>> cells_;
 };
 
-/// Numbers the fixes of one entity in the order in which they come, from 0. The numbers of a
-/// record's fixes follow one another, since a fix elsewhere breaks its series; the sequence numbers
-/// of its events do not.
+/// Numbers the fixes of one entity in the order in which they come, from 0, and knows which of them
+/// are done with.
 class FixNumbers {
 public:
-    /// Forgets those that no series remembers.
-    void add(const Event& event, std::int64_t memory) {
-        if (recent_.size() >= forgetAt_) {
-            forget(event.time - memory);
-            forgetAt_ = 2 * recent_.size() + kFew;
-        }
-        recent_.push_back({event.sequenceNumber, event.time});
+    std::uint64_t add(std::int64_t time) {
+        latest_ = std::max(latest_, time);
+        return count_++;
     }
 
+    /// No series remembers what was before this time, and nothing older comes. In disorder a fix
+    /// may be older than those before it, so what counts is the latest of all up to a number; to
+    /// know it for some numbers is enough.
     void forget(std::int64_t time) {
-        const auto kept = std::find_if(recent_.begin(), recent_.end(),
-                                       [time](const Recent& fix) { return fix.time >= time - 1; });
-        forgotten_ += static_cast<std::uint64_t>(kept - recent_.begin());
-        recent_.erase(recent_.begin(), kept);
+        if (latest_ < time) {
+            firstNeeded_ = count_;
+        } else if (latestBeforeMark_ < time) {
+            firstNeeded_ = mark_;
+            mark_ = count_;
+            latestBeforeMark_ = latest_;
+        }
     }
 
-    bool isEmpty() const { return recent_.empty(); }
-    std::uint64_t newest() const { return forgotten_ + recent_.size() - 1; }
+    /// Records to come cover none before this one.
+    std::uint64_t firstNeeded() const { return firstNeeded_; }
 
-    std::uint64_t of(std::uint64_t sequenceNumber) const {
-        const auto place = std::lower_bound(
-            recent_.begin(), recent_.end(), sequenceNumber,
-            [](const Recent& fix, std::uint64_t number) { return fix.sequenceNumber < number; });
-        return forgotten_ + static_cast<std::uint64_t>(place - recent_.begin());
-    }
+    bool areDone() const { return firstNeeded_ == count_; }
 
 private:
-    static constexpr std::size_t kFew = 8;
-    struct Recent {
-        std::uint64_t sequenceNumber;
-        std::int64_t time;
-    };
-
-    std::vector<Recent> recent_;
-    std::uint64_t forgotten_ = 0;
-    std::size_t forgetAt_ = kFew;
+    std::uint64_t count_ = 0;
+    std::uint64_t firstNeeded_ = 0;
+    std::int64_t latest_ = 0;
+    std::uint64_t mark_ = 0; ///< what is needed, when the fixes before it are done with
+    std::int64_t latestBeforeMark_ = 0;
 };
 
 std::int64_t lastTimeOf(const STBCompressedEvent& record) {
@@ -221,56 +209,61 @@ std::int64_t lastTimeOf(const STBCompressedEvent& record) {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(record.endTime) - 1);
 }
 
-/// The visits of one entity, as far as they are not yet stays.
+/// The visits of one entity, as far as they are not yet stays. What becomes of them hangs on the
+/// entity's fixes alone, not on when some are settled.
 class Track {
 public:
     /// A fix and the cells that it is near. Its records come after it.
     void addFix(const Event& event, const std::list<SpaceTimeBox>& near, std::int64_t memory) {
-        numbers_.add(event, memory);
-        for (auto visit = beginAtHand(); visit != visits_.end(); ++visit) {
+        for (const std::size_t at : current_) {
+            Visit& visit = visits_[at];
             const bool isNear =
                 std::any_of(near.begin(), near.end(), [&visit](const SpaceTimeBox& box) {
-                    return visit->cell == static_cast<const SpaceBox&>(box);
+                    return visit.cell == static_cast<const SpaceBox&>(box);
                 });
-            isNear ? visit->addNear(event.time, memory) : visit->addAway(event.time);
+            isNear ? visit.addNear(event.time, memory) : visit.addAway(event.time);
         }
+        std::erase_if(current_, [this](std::size_t at) { return visits_[at].isOver(); });
     }
 
-    void add(const STBCompressedEvent& record, std::int64_t time, std::int64_t window,
+    /// A record of the newest fix; its sequence numbers are numbers of fixes.
+    void add(const STBCompressedEvent& record, const Event& newest, std::int64_t window,
              std::uint64_t row) {
-        Visit& visit = visitOf(record, time, window, row);
+        Visit& visit = visitOf(record, newest.time, window, row);
         for (const std::int64_t covered : {record.firstTime, lastTimeOf(record)}) {
             visit.covered.include(covered);
             visit.near.include(covered);
-            latest_ = std::max(latest_, covered);
         }
-        const std::uint64_t newest = numbers_.newest();
-        if (visit.pieces.empty() || visit.pieces.back().end < newest) {
+        if (visit.pieces.empty() || visit.pieces.back().end < newest.sequenceNumber) {
             for (const std::uint64_t number : record.eventSequenceNumbers) {
-                visit.cover(numbers_.of(number));
+                visit.cover(number);
             }
         } else { // it covers what the one before covered, and the newest fix
-            visit.cover(newest);
+            visit.cover(newest.sequenceNumber);
         }
     }
 
-    /// Is it time to settle what lies before?
-    bool isRipe(std::int64_t time) const { return latest_ <= time || visits_.size() >= settleAt_; }
+    /// Are there so many visits that it is worth it to settle some?
+    bool isCrowded() const { return visits_.size() >= settleAt_; }
 
-    /// Makes stays of the visits that no record to come can go on with, which are those that ended
-    /// by this time.
-    void settle(std::int64_t time, const Owner& owner, std::vector<Stay>& stays) {
+    /// Makes stays of the visits that nothing to come can change: neither goes on with them nor
+    /// shares fixes with them.
+    /// @param time         only visits that were near after it can be gone on with
+    /// @param firstNeeded  other visits to come have fixes from this one on
+    void settle(std::int64_t time, std::uint64_t firstNeeded, const Owner& owner,
+                std::vector<Stay>& stays) {
+        std::erase_if(current_, [&](std::size_t at) { return visits_[at].near.last <= time; });
+        for (const std::size_t at : current_) {
+            firstNeeded = std::min(firstNeeded, visits_[at].hull().first);
+        }
         const std::vector<std::size_t> stopOf = findStops();
         std::vector<bool> isOpen(visits_.size());
         for (std::size_t i = 0; i < visits_.size(); ++i) {
-            isOpen[stopOf[i]] = isOpen[stopOf[i]] || visits_[i].near.last > time;
+            isOpen[stopOf[i]] = isOpen[stopOf[i]] || visits_[i].hull().end > firstNeeded;
         }
         std::vector<StayBuilder> builders(visits_.size());
-        std::vector<Visit> open;
         for (std::size_t i = 0; i < visits_.size(); ++i) {
-            if (isOpen[stopOf[i]]) {
-                open.push_back(std::move(visits_[i]));
-            } else {
+            if (!isOpen[stopOf[i]]) {
                 builders[stopOf[i]].add(visits_[i]);
             }
         }
@@ -279,39 +272,55 @@ public:
                 stays.push_back(builders[i].build(owner));
             }
         }
-        visits_ = std::move(open);
+        keep([&](std::size_t at) { return isOpen[stopOf[at]]; });
         settleAt_ = 2 * visits_.size() + kFewVisits;
     }
-
-    /// What no series remembers.
-    void forget(std::int64_t time) { numbers_.forget(time); }
-
-    bool isEmpty() const { return visits_.empty() && numbers_.isEmpty(); }
 
 private:
     static constexpr std::size_t kFewVisits = 8;
     /// Nine cells at most are near at once; the visits to others that may still be gone on with are
     /// few.
-    static constexpr std::ptrdiff_t kAtHand = 24;
+    static constexpr std::size_t kMostCurrent = 24;
 
-    /// The visits that were gone on with last.
-    std::vector<Visit>::iterator beginAtHand() {
-        return visits_.end() - std::min(kAtHand, std::ssize(visits_));
-    }
-
-    /// The visit that a record goes on with, or a new one. It is moved to the back.
+    /// The visit that a record goes on with, or a new one.
     Visit& visitOf(const STBCompressedEvent& record, std::int64_t time, std::int64_t window,
                    std::uint64_t row) {
         const SpaceBox& cell = record.stb;
-        const auto visit = std::find_if(beginAtHand(), visits_.end(), [&](const Visit& other) {
-            return other.cell == cell && !other.away && other.near.has(time);
+        const auto known = std::find_if(current_.begin(), current_.end(), [&](std::size_t at) {
+            return visits_[at].cell == cell && visits_[at].near.has(time);
         });
-        if (visit == visits_.end()) {
-            visits_.push_back({cell, window, row, {time, time}, {time, time}});
-        } else {
-            std::rotate(visit, std::next(visit), visits_.end());
+        if (known != current_.end()) {
+            return visits_[*known];
         }
-        return visits_.back();
+        if (current_.size() == kMostCurrent) {
+            endOldest();
+        }
+        current_.push_back(visits_.size());
+        return visits_.emplace_back(Visit{cell, window, row, {time, time}, {time, time}});
+    }
+
+    /// Of the current visits. If one of them is settled at all, this one is.
+    void endOldest() {
+        current_.erase(std::min_element(
+            current_.begin(), current_.end(), [this](std::size_t left, std::size_t right) {
+                return visits_[left].near.last < visits_[right].near.last;
+            }));
+    }
+
+    /// Drops the other visits, none of which is current.
+    template <typename IsKept>
+    void keep(IsKept isKept) {
+        std::vector<Visit> kept;
+        auto current = current_.begin();
+        for (std::size_t at = 0; at < visits_.size(); ++at) {
+            if (current != current_.end() && *current == at) {
+                *current++ = kept.size();
+            }
+            if (isKept(at)) {
+                kept.push_back(std::move(visits_[at]));
+            }
+        }
+        visits_ = std::move(kept);
     }
 
     /// For each visit, one of its stop, the same for all of them.
@@ -342,10 +351,15 @@ private:
         return parent;
     }
 
-    FixNumbers numbers_;
-    std::vector<Visit> visits_;
-    std::int64_t latest_ = 0;           ///< time that a record covers
+    std::vector<Visit> visits_;         ///< in the order of their beginnings
+    std::vector<std::size_t> current_;  ///< those that can be gone on with, ascending
     std::size_t settleAt_ = kFewVisits; ///< when there are so many visits that it is worth it
+};
+
+/// What is kept of an entity until its last fix is done with.
+struct Entity {
+    FixNumbers numbers;
+    std::map<std::uint32_t, Track> tracks; ///< by master row
 };
 
 class StaysShard : public Shard {
@@ -359,30 +373,51 @@ public:
     }
 
     void take(const Observation& observation, Found&) override {
-        const Event& event = observation.event;
+        Event event = observation.event;
+        Entity& entity = entities_[event.eid];
+        bool isTaken = false;
         for (const Resolution& resolution : resolutions_) {
             boxes_.clear();
             resolution.processor.getSTB(event, boxes_);
             if (!boxes_.empty()) {
-                tracks_[{event.eid, resolution.masterId}].addFix(event, boxes_, lookBack_);
+                entity.tracks[resolution.masterId].addFix(event, boxes_, lookBack_);
+                isTaken = true;
             }
         }
+        if (isTaken) { // then records tell which of the entity's fixes they cover
+            event.sequenceNumber = entity.numbers.add(event.time);
+        }
         records_.take(event, [&](const STBCompressedEvent& record, const STBCompressionSpec& spec) {
-            tracks_[{record.eid, record.masterId}].add(record, event.time, spec.windowMillis,
-                                                       observation.row);
+            entity.tracks[record.masterId].add(record, event, spec.windowMillis, observation.row);
         });
     }
 
     void collect(std::int64_t time) override {
         records_.collect(time);
-        settle(time - 1);
+        const std::int64_t last = time - 1; // a fix may end a millisecond after its time
+        for (auto entry = entities_.begin(); entry != entities_.end();) {
+            auto& [eid, entity] = *entry;
+            entity.numbers.forget(last);
+            const bool isDone = entity.numbers.areDone();
+            for (auto& [masterId, track] : entity.tracks) {
+                if (isDone || track.isCrowded()) {
+                    track.settle(last, entity.numbers.firstNeeded(), {eid, masterId}, stays_);
+                }
+            }
+            entry = isDone ? entities_.erase(entry) : std::next(entry);
+        }
     }
 
     void finish(std::vector<LastResult>& results) override {
-        settle(std::numeric_limits<std::int64_t>::max());
+        for (auto& [eid, entity] : entities_) {
+            for (auto& [masterId, track] : entity.tracks) {
+                track.settle(std::numeric_limits<std::int64_t>::max(),
+                             std::numeric_limits<std::uint64_t>::max(), {eid, masterId}, stays_);
+            }
+        }
         std::sort(stays_.begin(), stays_.end(), [](const Stay& left, const Stay& right) {
-            return std::tie(left.from, left.row, left.owner) <
-                   std::tie(right.from, right.row, right.owner);
+            return std::tie(left.from, left.row, left.owner, left.to, left.fixes) <
+                   std::tie(right.from, right.row, right.owner, right.to, right.fixes);
         });
         for (const Stay& stay : stays_) {
             results.push_back({stay.from, stay.row, rowOf(stay)});
@@ -395,17 +430,6 @@ private:
         std::uint32_t masterId;
         MotionProcessor processor;
     };
-
-    void settle(std::int64_t time) {
-        for (auto entry = tracks_.begin(); entry != tracks_.end();) {
-            auto& [owner, track] = *entry;
-            if (track.isRipe(time)) {
-                track.settle(time, owner, stays_);
-            }
-            track.forget(time);
-            entry = track.isEmpty() ? tracks_.erase(entry) : std::next(entry);
-        }
-    }
 
     ResultRow rowOf(const Stay& stay) {
         constexpr std::int64_t kMinute = 60000;
@@ -426,7 +450,7 @@ private:
     const std::int64_t lookBack_;
     LastRecords records_;
     std::vector<Resolution> resolutions_;
-    std::unordered_map<Owner, Track, OwnerHash> tracks_;
+    std::unordered_map<std::uint64_t, Entity> entities_; ///< by eid
     std::vector<Stay> stays_;
     std::list<SpaceTimeBox> boxes_;
     CellValues cell_;

@@ -26,8 +26,11 @@ namespace host {
 /// are those of being near the place: somebody on foot is near a cell of 800 m some minutes before
 /// and after. Stays are known when the input ends, and come in the order of their beginnings.
 ///
-/// Memory: of a stay that nothing can go on with, some figures and the cells are kept; of the fixes
-/// that series remember, two words each.
+/// What is found of an entity hangs on its fixes alone, in their order: neither on others, nor on
+/// when what is older is forgotten.
+///
+/// Memory: of a stay that nothing can change any more, some figures and the cells are kept; of
+/// others also which fixes each cell has.
 class StaysAnalysis : public Analysis {
 public:
     /// The library is for hangouts, and must outlive the analysis.
