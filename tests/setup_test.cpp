@@ -196,6 +196,36 @@ hangout = [{master = 'hour', window = '3599999 milliseconds'},
     EXPECT_THROW(readConfig("/"), Failure);
 }
 
+TEST(Setup, RefusesWhatNoConfigurationIs) {
+    const char* const deep[] = {"a.b.c.d.e.f.g.h.i = ", "[[[[[[[[[[",
+                                "{a={a={a={a={a={a={a={a={a=", "[{a.b=[[{c=[[{d=[[{"};
+    const std::string shallow[] = {"",
+                                   "# \"\"\"\n",
+                                   "'[[[[[[[[[' = \"\\\"[[[[[[[[[\" # [[[[[[[[[\n",
+                                   "x = \"\"\"\n\\\"\"\" [[[[[[[[[\"\"\"\"\"\ny = ''\n",
+                                   "x = '''''a.b.c.d.e.f.g.h.i.j.k'''''\n\n",
+                                   "a.b.c.d.e.f.g.h.i = [[[[[[[[1]]]]]]]]\n"};
+    for (const std::string& text : shallow) {
+        EXPECT_FALSE(has(judgement(text), "too deep")) << text;
+        EXPECT_FALSE(has(judgement(text), "parsing")) << judgement(text);
+        for (const char* piece : deep) {
+            const auto line = std::count(text.begin(), text.end(), '\n') + 1;
+            EXPECT_TRUE(has(judgement(text + "k." + piece),
+                            ", line " + std::to_string(line) + ": brackets or dots nest too"))
+                << text << piece;
+        }
+    }
+    std::string many = "master = [{}]\nassignment = [";
+    for (int i = 0; i < 1999; ++i) {
+        many += "{},";
+    }
+    EXPECT_FALSE(has(judgement(many + ']'), "2000 entries"));
+    EXPECT_TRUE(has(judgement(many + "{}]"), "line 1: there are more than 2000 entries"));
+    const std::string longest(std::size_t{1} << 20, '\n');
+    EXPECT_FALSE(has(judgement(longest), "longer than"));
+    EXPECT_TRUE(has(judgement(longest + '\n'), ": is longer than 1 MiB"));
+}
+
 TEST(Setup, NamesOptionsWhereThereIsNoFile) {
     Config config{"", {{"default", 26, {1, "hour"}}}, {{}}, {{}}, {}};
     config.assignments[0].spaceFactor = config.presence[0].ratio = 2.0;

@@ -88,7 +88,9 @@ std::optional<ConfigFault> judgeGeohash(const std::string& text);
 
 /// Reads a TOML file; keys that are left out have the values above. Throws Failure(usage), with
 /// file and line of every fault, when it is not TOML, has a key or a value of a kind that is not
-/// known, or lacks one that is needed; Failure(broken) when it cannot be read.
+/// known, or lacks one that is needed, or when it is longer than 1 MiB, has more than 2000 entries
+/// in all (masters, assignments and specs) or nests deeper than tooDeepLine() allows;
+/// Failure(broken) when it cannot be read.
 Config readConfig(const std::string& file);
 
 /// What the library's builders object to, what can never work (a zero count, an unknown unit, a

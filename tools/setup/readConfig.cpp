@@ -1,5 +1,6 @@
 #include "tools/Failure.h"
 #include "tools/setup/Config.h"
+#include "tools/setup/tomlNesting.h"
 
 #include <algorithm>
 #include <array>
@@ -16,6 +17,10 @@
 namespace host {
 
 namespace {
+
+constexpr std::size_t kMostBytes = std::size_t{1} << 20;
+/// Each assignment is held against each spec.
+constexpr std::size_t kMostEntries = 2000;
 
 std::uint32_t lineOf(const toml::source_region& region) {
     return static_cast<std::uint32_t>(region.begin.line);
@@ -165,6 +170,9 @@ public:
             } else if (!node.is_array_of_tables() && !isEmptyArray(node)) {
                 fault(lineOf(key.source()), "want [[" + std::string(key.str()) +
                                                 "]], in two brackets, and its keys below");
+            } else if ((entries_ += node.as_array()->size()) > kMostEntries) {
+                fault(lineOf(key.source()), "there are more than 2000 entries in all; several "
+                                            "files, each with its own run, can have more");
             } else {
                 (this->*kind->read)(*node.as_array());
             }
@@ -268,6 +276,7 @@ private:
     }
 
     Config& config_;
+    std::size_t entries_ = 0;
     std::vector<ConfigFault> faults_;
 };
 
@@ -278,11 +287,13 @@ const std::vector<Reader::Kind> Reader::kKinds = {
     {"hangout", &Reader::readHangouts},
 };
 
+/// Of a file that never ends as well as of one that is too long, no more is read.
 std::string slurp(const std::string& file) {
     std::ifstream stream(file, std::ios::binary);
     std::string text;
     std::array<char, 4096> piece;
-    while (stream.read(piece.data(), piece.size()) || stream.gcount() > 0) {
+    while (text.size() <= kMostBytes &&
+           (stream.read(piece.data(), piece.size()) || stream.gcount() > 0)) {
         text.append(piece.data(), static_cast<std::size_t>(stream.gcount()));
     }
     if (!stream.is_open() || stream.bad()) {
@@ -291,13 +302,22 @@ std::string slurp(const std::string& file) {
     return text;
 }
 
+[[noreturn]] void refuse(const std::string& file, std::uint32_t line, std::string_view what) {
+    throw Failure(ExitCode::usage, describe({true, line, std::string(what), ""}, file));
+}
+
 toml::table parse(const std::string& file) {
+    const std::string text = slurp(file);
+    if (text.size() > kMostBytes) {
+        refuse(file, 0, "is longer than 1 MiB, which no configuration is");
+    }
+    if (const auto line = tooDeepLine(text)) {
+        refuse(file, *line, "brackets or dots nest too deep here; is a bracket not closed?");
+    }
     try {
-        return toml::parse(slurp(file), file);
+        return toml::parse(text, file);
     } catch (const toml::parse_error& error) {
-        const ConfigFault fault = {true, lineOf(error.source()), std::string(error.description()),
-                                   ""};
-        throw Failure(ExitCode::usage, describe(fault, file));
+        refuse(file, lineOf(error.source()), error.description());
     }
 }
 
