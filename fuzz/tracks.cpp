@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     options.file = file.name();
     options.format = kFormats[data[0] % 3];
     options.readsKeys = data[0] / 3 % 2 == 0;
-    options.timeUnit = static_cast<host::TimeUnit>(data[0] / 6 % 3);
+    options.timeUnit = static_cast<host::TimeUnit>(data[0] / 6 % 5);
     const auto source = host::openFixSource(options);
     const std::vector<std::string> first = readAll(*source);
     LAW(source->isRepeatable());

@@ -36,13 +36,17 @@ std::string save(const std::string& name, const std::string& bytes) {
     return scratch(name);
 }
 
+std::string bytesOf(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
 /// One member of gzip.
 std::string packed(const std::string& bytes) {
     gzFile file = gzopen(scratch("packed").c_str(), "wb");
     gzwrite(file, bytes.data(), static_cast<unsigned>(bytes.size()));
     gzclose(file);
-    std::ifstream in(scratch("packed"), std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    return bytesOf(scratch("packed"));
 }
 
 /// The name of a pipe that holds the bytes.
@@ -209,7 +213,9 @@ TEST(Input, ReadsTimes) {
         {"time", 99999999999000, asSeconds, {"99999999999"}},
         {"time", 100000000000, "", {"100000000000", "100000000000.9"}},
         {"time_ms", 99999999999, "", {"99999999999"}},
-        {"time", 9223372036854775807, "", {"9223372036854775807"}},
+        {"time", 99999999999999, "", {"99999999999999", "99999999999999.9"}},
+        {"time_ms", -1, "beyond the year 5138; say with --time-unit", {"100000000000000"}},
+        {"time", -1, "beyond the year 5138", {"1355831880250000", "9223372036854775807"}},
         {"time", 1355831880250, asSeconds, {"1355831880.25", "1355831880.2509"}},
         {"time", -1, noWhole, {"9223372036854775808", "1.5e3", "13558 ", "1.x", "--1"}},
         {"time", -1, "is negative", {"-1", "-0.5"}},
@@ -248,8 +254,20 @@ TEST(Input, ReadsTimes) {
     // The first number decides, though its row is bad, and although a later one looks otherwise.
     const Said all = said("t.csv", "id,y,x,t\na,1,2,2012-12-18\n,1,2,7\na,1,2,200000000000\n"
                                    "a,1,2,9223372036854775\n");
-    EXPECT_TRUE(has(all.row(2), " 200000000000000 ")) << all.row(2);
+    EXPECT_TRUE(has(all.row(2), "t is beyond the year 5138")) << all.row(2);
     EXPECT_TRUE(has(all.row(3), "t is out of range")) << all.row(3);
+    const std::pair<TimeUnit, std::int64_t> units[] = {{TimeUnit::seconds, 9000000000000900},
+                                                       {TimeUnit::milliseconds, 9000000000000},
+                                                       {TimeUnit::microseconds, 9000000000},
+                                                       {TimeUnit::nanoseconds, 9000000}};
+    for (const auto& [unit, time] : units) { // what is said is believed
+        InputOptions options;
+        options.timeUnit = unit;
+        options.file = save("t.csv", "id,lat,lon,t_ms\na,1,2,9000000000000.9\n");
+        options.columns = {"", "", "", "t_ms"};
+        EXPECT_TRUE(has(said(options).row(0), ' ' + std::to_string(time) + ' ')) << time;
+        EXPECT_EQ(said(options).remarks, "");
+    }
     // What is written can be read.
     for (std::int64_t time = 0; time < 253402300800000; time += 86400000LL * 17 + 12345678) {
         std::string text;
@@ -324,6 +342,22 @@ TEST(Input, SaysWhatIsBroken) {
         {"/no/such.gpkg", "", 0, "/no/such.gpkg"},
         {"/", "", 0, "cannot read /: Is a directory"},
         {"PG:host=/nowhere dbname=x", "", 0, "PG:host=/nowhere dbname=x: "},
+        {"b.parquet", "PAR1\x15\x04", 0, "b.parquet is a Parquet file: convert it"},
+        {"b.csv", "SQLite format 3\0\x10"s, 0, "is an SQLite database: name it .gpkg"},
+        {"b.csv", "PK\3\4\x14", 0, "is a zip archive"},
+        {"b.csv", "\xFF\xFEi\0d\0"s, 0, "is text in UTF-16: convert it to UTF-8"},
+        {"b.csv", "i\0d\0,\0\n\0"s, 0, "line 1: the header holds a NUL"},
+        {"b.csv.gz", packed(packed(good)), 0, "is packed by gzip twice"},
+        {"b.ndjson", "ARROW1\0\0"s, 0, "is an Arrow file"},
+        {"b.csv", header + "a\0b,1,2,3\n"s, 0, "entity holds a NUL"},
+        {"b.csv", header + "M\xFCller,1,2,3\n", 0, "entity is not UTF-8"},
+        {"b.csv", "key,id,lat,lon,t\nM\xFCller,a,1,2,3\n", 0, "key is not UTF-8"},
+        {"b.csv", "secondary_key,id,lat,lon,t\n\0,a,1,2,3\n"s, 0, "secondary_key holds a NUL"},
+        {"b.ndjson", json + R"({"id":"a\u0000b","lat":1,"lon":2,"t":3})", 1, "id holds a NUL"},
+        {"b.geojson",
+         R"({"type":"Feature","geometry":{"type":"Point","coordinates":[2,1]},"properties":{"t":9,"id":")"
+         "\xFF\"}}",
+         0, "id is not UTF-8"},
         {"b.csv", " \n\r\n", 0, "b.csv is empty"},
         {"b.csv", header + "a,-90,180,3\na,-90.01,180,3\n", 1, "lat is out of range: \"-90.01\""},
         {"b.csv", header + "a,90,-180,3\na,90,180.01,3\n", 1, "lon is out of range: \"180.01\""},

@@ -113,9 +113,10 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {2, 0, "explain --row 0 -", "which row"},
         {0, 1, "--version", ""},
         {0, 1, "hangouts -", "0 rows read, 0 processed, 0 rejected, 0 results", kHeader},
-        {0, 1, "hangouts --late ever -", "3 processed",
+        {0, 1, "hangouts --late ever --time-unit ms -", "3 processed",
          kHeader + "a,1,2,9223372036854775807,\na,1,2,0,\na,1,2,1,\n"},
         {3, 0, "hangouts -", "is empty", ""},
+        {2, 0, "check --config /dev/zero", "longer than 1 MiB", ""},
         {3, 0, "hangouts -", "no column lon", "entity,lat,time_ms\na,1,2\n"},
         {3, 0, "hangouts -", "two columns \"lat\"", "entity,lat,lon,lat,time_ms\n"},
         {3, 0, "hangouts /no/such/file", "cannot open"},
@@ -201,7 +202,7 @@ TEST(Program, WritesWhatItFound) {
               "2012-12-18T12:00:00.250Z\n");
     const std::string late =
         "entity,lat,lon,time_ms\nb,47,8,253402300799999\nb,47,8,253402300800000\n";
-    const std::string far = run("boxes --cell-length 1 -", late).out;
+    const std::string far = run("boxes --time-unit ms --cell-length 1 -", late).out;
     const std::string cell = "\nb,u,5,67.5000000,22.5000000,";
     EXPECT_TRUE(has(far, cell + "9999-12-31T23:00:00Z,ever,9999-12-31T23:59:59.999Z\n")) << far;
     EXPECT_TRUE(has(far, cell + "+10000-01-01T00:00:00Z,ever,+10000-01-01T00:00:00Z\n")) << far;

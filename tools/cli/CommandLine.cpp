@@ -124,8 +124,11 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired = true) {
                                                         {"tsv", InputFormat::tsv},
                                                         {"ndjson", InputFormat::ndjson},
                                                         {"gdal", InputFormat::gdal}};
-    const std::map<std::string, TimeUnit> units = {
-        {"by-value", TimeUnit::byValue}, {"ms", TimeUnit::milliseconds}, {"s", TimeUnit::seconds}};
+    const std::map<std::string, TimeUnit> units = {{"by-value", TimeUnit::byValue},
+                                                   {"s", TimeUnit::seconds},
+                                                   {"ms", TimeUnit::milliseconds},
+                                                   {"us", TimeUnit::microseconds},
+                                                   {"ns", TimeUnit::nanoseconds}};
     const std::pair<const char*, const char*> columns[] = {
         {"--entity-column", "who"},
         {"--lat-column", "the latitude, degrees"},
@@ -150,7 +153,8 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired = true) {
     }
     addChoice(command, "--time-unit", input.timeUnit, units,
               "of times that are plain numbers; by-value: ms if the column's name ends in _ms, "
-              "else seconds if the first one is below 10^11");
+              "else seconds if the first one is below 10^11; what is beyond the year 5138 then is "
+              "refused");
     command.get_option("--time-unit")->group(group);
     command.add_option("--layer", input.layer, "layer of a GDAL source")->group(group);
 }

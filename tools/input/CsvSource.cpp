@@ -43,6 +43,10 @@ bool CsvSource::readHeader() {
     std::vector<std::string> names;
     for (std::size_t i = 0; i < fieldCount_; ++i) {
         names.emplace_back(reader_->field(i));
+        if (names.back().find('\0') != std::string::npos) {
+            reader_->fail("the header holds a NUL: the file is no text, or its text is UTF-16, "
+                          "where UTF-8 is wanted");
+        }
     }
     fixes_.find(names, name() + ": the header");
     return true;

@@ -7,7 +7,7 @@
 
 namespace host {
 
-/// One row of movement data that has passed every check.
+/// One row of movement data that has passed every check. Its texts are UTF-8 without a NUL.
 struct Fix {
     std::string entity;              ///< never empty
     double latitude = 0.0;           ///< degrees, -90 to 90

@@ -77,16 +77,17 @@ std::vector<std::size_t> indicesOf(const std::vector<std::string>& names, Accept
     return found;
 }
 
-/// One after another, but not without end.
+/// One after another, but not without end, whatever a header holds.
 template <typename Texts>
 std::string listed(const Texts& texts) {
     if (texts.empty()) {
         return "none";
     }
     constexpr std::size_t kMost = 30;
+    constexpr std::size_t kMostLetters = 60;
     std::string list;
     for (std::size_t i = 0; i < std::min(texts.size(), kMost); ++i) {
-        list += (i == 0 ? "" : ", ") + std::string(texts[i]);
+        list += (i == 0 ? "" : ", ") + std::string(texts[i].substr(0, kMostLetters));
     }
     return list + (texts.size() > kMost ? ", ..." : "");
 }

@@ -3,6 +3,7 @@
 #include "tools/input/number.h"
 
 #include <limits>
+#include <simdjson.h>
 
 namespace host {
 
@@ -47,7 +48,10 @@ std::string FixReader::read(const FixTexts& texts, Fix& fix) {
     if (fix.entity.empty()) {
         return says(FixField::entity, "is missing");
     }
-    std::string fault = readPlace(texts, fix);
+    std::string fault = checkNames(texts);
+    if (fault.empty()) {
+        fault = readPlace(texts, fix);
+    }
     if (fault.empty()) {
         fault = timeFault;
     }
@@ -87,6 +91,20 @@ std::vector<std::string> FixReader::remarks() const {
                                     " times are plain numbers and were read as seconds"));
     }
     return sentences;
+}
+
+/// Names go into every kind of output, and not all of them can hold everything.
+std::string FixReader::checkNames(const FixTexts& texts) const {
+    for (const FixField field : {FixField::entity, FixField::primaryKey, FixField::secondaryKey}) {
+        const std::string_view name = at(texts, field);
+        if (name.find('\0') != std::string_view::npos) {
+            return says(field, "holds a NUL, which no name has");
+        }
+        if (!simdjson::validate_utf8(name)) {
+            return says(field, "is not UTF-8; iconv converts texts");
+        }
+    }
+    return {};
 }
 
 std::string FixReader::checkTime(std::string_view text, std::int64_t& time) {

@@ -43,6 +43,7 @@ public:
     std::vector<std::string> remarks() const;
 
 private:
+    std::string checkNames(const FixTexts& texts) const;
     std::string checkTime(std::string_view text, std::int64_t& time);
     std::string readPlace(const FixTexts& texts, Fix& fix) const;
     std::string readAccuracy(std::string_view text, std::optional<double>& accuracy) const;

@@ -30,8 +30,10 @@ enum class InputFormat {
 /// How a time that is a plain number counts.
 enum class TimeUnit {
     byValue, ///< a column whose name ends in _ms: ms; else seconds if the first one is below 10^11
+    seconds,
     milliseconds,
-    seconds
+    microseconds,
+    nanoseconds
 };
 
 /// Where movement data comes from and how it reads.

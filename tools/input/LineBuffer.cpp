@@ -1,6 +1,7 @@
 #include "tools/input/LineBuffer.h"
 
 #include "tools/Failure.h"
+#include "tools/input/fileKind.h"
 
 #include <algorithm>
 #include <cstring>
@@ -71,7 +72,7 @@ bool LineBuffer::readOn() {
     }
     const bool isMore = readPiece() > 0;
     if (atBeginning_) {
-        dropByteOrderMark();
+        lookAtBeginning();
     }
     return isMore;
 }
@@ -83,10 +84,18 @@ std::size_t LineBuffer::readPiece() {
     return got;
 }
 
-void LineBuffer::dropByteOrderMark() {
+/// A pipe may bring even the first bytes one by one.
+void LineBuffer::lookAtBeginning() {
+    const auto isOpen = [](std::string_view begin) {
+        return mayBecomeFileKind(begin) ||
+               (begin.size() < kByteOrderMark.size() && kByteOrderMark.starts_with(begin));
+    };
     std::size_t got = end_;
-    while (got > 0 && end_ < kByteOrderMark.size() && kByteOrderMark.starts_with(text(0, end_))) {
+    while (got > 0 && isOpen(text(0, end_))) {
         got = readPiece();
+    }
+    if (const FileKind* kind = fileKindOf(text(0, end_))) {
+        throw Failure(ExitCode::broken, source_.name() + " is " + kind->sentence);
     }
     if (text(0, end_).starts_with(kByteOrderMark)) {
         at_ = kByteOrderMark.size();

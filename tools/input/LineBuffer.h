@@ -32,7 +32,8 @@ public:
     std::string_view takeRest();
 
     /// Drops the rows that ended and reads another piece. False at the end, and after a SIGINT.
-    /// Throws Failure(broken) when reading fails, or when the row is longer than 1 MiB.
+    /// Throws Failure(broken) when reading fails, when the row is longer than 1 MiB, or when the
+    /// first bytes say that the input is no text.
     bool readOn();
 
     void endRow();
@@ -54,7 +55,7 @@ public:
     [[noreturn]] void fail(const std::string& what) const;
 
 private:
-    void dropByteOrderMark();
+    void lookAtBeginning();
     std::size_t readPiece();
     std::size_t lineEnd();
 

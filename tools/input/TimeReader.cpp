@@ -12,6 +12,8 @@ namespace {
 
 /// As seconds the year 5138, as ms March 1973: no track is of either.
 constexpr std::int64_t kLeastMs = 100000000000;
+/// In ms the year 5138, in microseconds March 1973.
+constexpr std::int64_t kLeastMicroseconds = 100000000000000;
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -35,7 +37,7 @@ std::int64_t wholeMs(std::string_view fraction) {
 void TimeReader::heed(std::string_view column) {
     if (unit_ == TimeUnit::byValue && column.ends_with("_ms")) {
         unit_ = TimeUnit::milliseconds;
-        isUnitGiven_ = true;
+        isUnitAssumed_ = false;
     }
 }
 
@@ -66,13 +68,33 @@ const char* TimeReader::readPlain(std::string_view text, std::int64_t& time) {
     if (unit_ == TimeUnit::byValue) {
         unit_ = time < kLeastMs ? TimeUnit::seconds : TimeUnit::milliseconds;
     }
-    assumption_ = Assumption::none;
-    if (unit_ == TimeUnit::seconds) {
+    const bool isAssumed = isUnitAssumed_ && !isUnitSaid_;
+    assumption_ = isAssumed && unit_ == TimeUnit::seconds ? Assumption::seconds : Assumption::none;
+    const char* fault = scale(fraction, time);
+    if (fault == nullptr && !isUnitSaid_ && time >= kLeastMicroseconds) {
+        fault = "is beyond the year 5138; say with --time-unit what it counts (s, ms, us or ns)";
+    }
+    return fault;
+}
+
+/// From the unit to ms.
+const char* TimeReader::scale(std::string_view fraction, std::int64_t& time) const {
+    switch (unit_) {
+    case TimeUnit::seconds:
         if (time > std::numeric_limits<std::int64_t>::max() / 1000 - 1) {
             return "is out of range";
         }
         time = time * 1000 + wholeMs(fraction);
-        assumption_ = isUnitGiven_ ? Assumption::none : Assumption::seconds;
+        break;
+    case TimeUnit::microseconds:
+        time /= 1000;
+        break;
+    case TimeUnit::nanoseconds:
+        time /= 1000000;
+        break;
+    case TimeUnit::milliseconds:
+    case TimeUnit::byValue:
+        break;
     }
     return nullptr;
 }

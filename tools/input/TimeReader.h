@@ -9,15 +9,17 @@
 
 namespace host {
 
-/// Reads times: ISO 8601 or plain numbers since 1970, in ms or in seconds. A number may have a
-/// decimal fraction but no exponent. What is finer than a millisecond is dropped.
+/// Reads times: ISO 8601 or plain numbers since 1970, in ms unless told otherwise. A number may
+/// have a decimal fraction but no exponent. What is finer than a millisecond is dropped.
 class TimeReader {
 public:
     /// What had to be assumed about a time.
     enum class Assumption { none, utc, seconds };
 
-    /// @param unit  of plain numbers; byValue: told by the first valid one that is read, and kept
-    explicit TimeReader(TimeUnit unit) : unit_(unit), isUnitGiven_(unit != TimeUnit::byValue) {}
+    /// @param unit  of plain numbers; byValue: told by the first valid one that is read, and kept.
+    ///              Then a number that makes a time beyond the year 5138 counts something finer,
+    ///              and is refused
+    explicit TimeReader(TimeUnit unit) : unit_(unit), isUnitSaid_(unit != TimeUnit::byValue) {}
 
     /// From now on, unless the unit is known: a column whose name ends in _ms has ms.
     void heed(std::string_view column);
@@ -31,10 +33,12 @@ public:
 
 private:
     const char* readPlain(std::string_view text, std::int64_t& time);
+    const char* scale(std::string_view fraction, std::int64_t& time) const;
     const char* notANumber(std::string_view text) const;
 
     TimeUnit unit_;
-    bool isUnitGiven_; ///< else it was told by a value
+    bool isUnitSaid_;           ///< by the user
+    bool isUnitAssumed_ = true; ///< neither said nor in the column's name
     Assumption assumption_ = Assumption::none;
 };
 
