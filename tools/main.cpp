@@ -11,6 +11,7 @@
 
 #include <exception>
 #include <memory>
+#include <new>
 #include <variant>
 
 namespace {
@@ -81,6 +82,10 @@ host::ExitCode guardedRun(int argc, const char* const* argv) {
         return complain(failure.what(), failure.code());
     } catch (const StbThreadException&) { // not a std::exception
         return complain("the library's lock failed");
+    } catch (const std::bad_alloc&) {
+        return complain(
+            "there is not enough memory; a shorter --late makes do with less, and so do "
+            "fewer --threads");
     } catch (const std::exception& error) {
         return complain(error.what());
     } catch (...) {
