@@ -304,11 +304,18 @@ TEST(Program, TakesLateRowsAsTheyComeAndCountsThem) {
     }
 }
 
-/// A day of a town in which every thirtieth row is hours late.
+/// A day of a town in which every thirtieth row is hours late, and before it ten who stay from the
+/// same millisecond on.
 std::string unorderedTown() {
     const std::string towns = "$Q synth --entities 25 --days 1 | awk 'NR == 1 || NR % 30 { print; "
                               "next } { late[NR + 6000] = $0 } NR in late { print late[NR] }'";
-    return save("town", shell(towns).out);
+    std::string rows = kHeader;
+    for (std::int64_t time = kStart; time < kStart + 20 * 60000; time += 60000) {
+        for (const char entity : "zcxvbnmasd"s) {
+            rows += entity + ",47,8,"s + std::to_string(time) + ",20\n";
+        }
+    }
+    return save("town", rows + shell(towns + " | tail -n +2").out);
 }
 
 TEST(Program, OutputDoesNotDependOnThreads) {

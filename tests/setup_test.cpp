@@ -247,10 +247,11 @@ InputOptions inputOf(const Scratch& data) {
     return input;
 }
 
-std::string explained(const Config& config, Use use, const std::string& rows, std::uint64_t row) {
+std::string explained(const Config& config, Use use, const std::string& rows, std::uint64_t row,
+                      std::uint64_t line = 0) {
     const Scratch data(kHeader + rows);
     const std::uint32_t timeTolerance = use == Use::boxes ? 1 : 0;
-    const ExplainOptions options{config, use, inputOf(data), {30.0, timeTolerance}, row, 0};
+    const ExplainOptions options{config, use, inputOf(data), {30.0, timeTolerance}, row, line};
     return explain(options, *openFixSource(options.input));
 }
 
@@ -313,6 +314,11 @@ TEST(Explain, TellsHowFarAStayHasCome) {
         EXPECT_TRUE(has(said, words)) << words << '\n' << said;
     }
     EXPECT_THROW(explained(config, Use::boxes, rows, 25), Failure);
+    EXPECT_TRUE(
+        has(explained(config, Use::boxes, "\n" + rows, 0, 2), "row 1, line 3")); // line 2 is empty
+    const std::string twice =
+        explained(configOf(kLeast + "[[assignment]]"), Use::hangouts, rows, 5);
+    EXPECT_TRUE(has(twice, "6 of 5 fixes") && !has(twice, "5 of 5 fixes")) << twice;
     config.hangouts[0].primaryKey = "ship";
     EXPECT_TRUE(has(explained(config, Use::hangouts, rows, 5), "nothing looks at what"));
 }
