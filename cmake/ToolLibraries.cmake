@@ -15,6 +15,8 @@ find_package(tomlplusplus QUIET)
 qorvel_note_missing(tomlplusplus_FOUND libtomlplusplus-dev)
 find_package(simdjson QUIET)
 qorvel_note_missing(simdjson_FOUND libsimdjson-dev)
+find_package(SQLite3 QUIET)
+qorvel_note_missing(SQLite3_FOUND libsqlite3-dev)
 find_package(ZLIB QUIET)
 qorvel_note_missing(ZLIB_FOUND zlib1g-dev)
 find_package(GDAL QUIET)
@@ -36,5 +38,5 @@ add_library(qorvel_tool_libraries INTERFACE)
 target_include_directories(qorvel_tool_libraries SYSTEM INTERFACE ${CSV_INCLUDE_DIR})
 target_link_libraries(
     qorvel_tool_libraries
-    INTERFACE CLI11::CLI11 tomlplusplus::tomlplusplus simdjson::simdjson ZLIB::ZLIB GDAL::GDAL
-              Threads::Threads ${CSV_LIBRARY})
+    INTERFACE CLI11::CLI11 tomlplusplus::tomlplusplus simdjson::simdjson SQLite::SQLite3
+              ZLIB::ZLIB GDAL::GDAL Threads::Threads ${CSV_LIBRARY})

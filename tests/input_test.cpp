@@ -9,8 +9,11 @@
 #include <fstream>
 #include <gdal_utils.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <random>
+#include <sqlite3.h>
 #include <string>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <vector>
 #include <zlib.h>
@@ -341,7 +344,8 @@ TEST(Input, SaysWhatIsBroken) {
         {"/no/such.csv", "", 0, "cannot open /no/such.csv: No such file"},
         {"/no/such.gpkg", "", 0, "/no/such.gpkg"},
         {"/", "", 0, "cannot read /: Is a directory"},
-        {"PG:host=/nowhere dbname=x", "", 0, "PG:host=/nowhere dbname=x: "},
+        {"PG:host=/nowhere dbname=x", "", 0, "PG:host=/nowhere dbname=x: GDAL cannot read it as P"},
+        {"http://x/y", "", 0, "is no file; if one of GDAL's drivers"},
         {"b.parquet", "PAR1\x15\x04", 0, "b.parquet is a Parquet file: convert it"},
         {"b.csv", "SQLite format 3\0\x10"s, 0, "is an SQLite database: name it .gpkg"},
         {"b.csv", "PK\3\4\x14", 0, "is a zip archive"},
@@ -349,6 +353,7 @@ TEST(Input, SaysWhatIsBroken) {
         {"b.csv", "i\0d\0,\0\n\0"s, 0, "line 1: the header holds a NUL"},
         {"b.csv.gz", packed(packed(good)), 0, "is packed by gzip twice"},
         {"b.ndjson", "ARROW1\0\0"s, 0, "is an Arrow file"},
+        {"b.kml", "<kml/>", 0, "is XML or HTML"},
         {"b.csv", header + "a\0b,1,2,3\n"s, 0, "entity holds a NUL"},
         {"b.csv", header + "M\xFCller,1,2,3\n", 0, "entity is not UTF-8"},
         {"b.csv", "key,id,lat,lon,t\nM\xFCller,a,1,2,3\n", 0, "key is not UTF-8"},
@@ -387,8 +392,8 @@ TEST(Input, SaysWhatIsBroken) {
         {"b.geojson", feature(R"({"type":"LineString","coordinates":[[1,2],[3,4]]})"), 0,
          "no point but a LINESTRING"},
         {"b.geojson", "{\"type\":\"FeatureCollection\",\"features\":[" + feature("null"), 0,
-         "b.geojson: At line 1"},
-        {"b.gpx", gpx, 128, "XML parsing of GPX file failed"},
+         "b.geojson: GDAL cannot read it as GeoJSON (At line 1"},
+        {"b.gpx", gpx, 128, "b.gpx: it breaks off behind feature 128 (XML parsing of GPX file"},
         {"waypoints.gpx", "<gpx version=\"1.1\" creator=\"x\"></gpx>", 0, "no layer has"},
     };
     for (const auto& [file, bytes, fixes, words] : rows) {
@@ -411,6 +416,146 @@ TEST(Input, SaysWhatIsBroken) {
         const std::string words = layer == "cars" ? "no layer \"cars\"; the layers are waypoints"
                                                   : "layer \"tracks\" has no column time";
         EXPECT_TRUE(has(said(options).row(0), words)) << said(options).row(0);
+    }
+}
+
+/// Waits on this machine for somebody to call.
+class Listener {
+public:
+    Listener() {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        EXPECT_EQ(bind(socket_, reinterpret_cast<sockaddr*>(&address), size), 0);
+        EXPECT_EQ(listen(socket_, 9), 0);
+        EXPECT_EQ(getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size), 0);
+        url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/x";
+    }
+    ~Listener() { close(socket_); }
+    bool wasCalled() const { return accept(socket_, nullptr, nullptr) >= 0; }
+
+    std::string url;
+
+private:
+    int socket_ = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+};
+
+/// A file's bytes after SQLite ran something on it.
+std::string altered(const std::string& file, const std::string& sql) {
+    const std::string copy = scratch("altered");
+    std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing);
+    sqlite3* database = nullptr;
+    sqlite3_open(copy.c_str(), &database);
+    EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sql;
+    sqlite3_close(database);
+    return bytesOf(copy);
+}
+
+std::vector<std::string> listing(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        names.push_back(entry.path());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST(Input, NoFileRunsReachesOutOrWrites) {
+    const Listener net;
+    const std::string collection = R"({"type":"FeatureCollection","features":[{"type":"Feature",
+        "properties":{"id":"a","t":9},"geometry":{"type":"Point","coordinates":[2,1]}}])";
+    const std::string secret = save("secret.csv", "id,lat,lon,t\nsecret,1,2,3\n");
+    const std::string geoPackage = translated(save("a.geojson", collection + '}'), "a.gpkg", {});
+    const std::string plain = bytesOf(geoPackage);
+    const auto with = [&](const std::string& sql, const std::string& table) {
+        return altered(geoPackage, sql +
+                                       ";INSERT INTO gpkg_contents (table_name, data_type) "
+                                       "VALUES ('" +
+                                       table + "', 'attributes')");
+    };
+    const std::string forged = "PRAGMA writable_schema = 1; INSERT INTO sqlite_master VALUES "
+                               "('table', 'v', 'v', 0, 'CREATE ";
+    const std::string view =
+        with("CREATE VIEW e AS SELECT 'a' AS id, 1 AS lat, 2 AS lon, 9 AS t", "e");
+    const std::string reader =
+        with(forged + "VIRTUAL TABLE v USING VirtualText(\"" + secret + "\", UTF-8, 1)')", "v");
+    const auto virtualSet = [](const std::string& source) {
+        return "<OGRVRTDataSource><OGRVRTLayer name=\"secret\"><SrcDataSource>" + source +
+               "</OGRVRTLayer></OGRVRTDataSource>";
+    };
+    const std::string sets[] = {virtualSet(secret + "</SrcDataSource>"),
+                                virtualSet(geoPackage + "</SrcDataSource><SrcSQL>VACUUM INTO '" +
+                                           scratch("hostile/new") + "'</SrcSQL>"),
+                                virtualSet("/vsicurl/" + net.url + ".csv</SrcDataSource>"),
+                                "<OGRWFSDataSource><URL>" + net.url + "</URL></OGRWFSDataSource>"};
+    const std::string gml =
+        R"(<g:FeatureCollection xmlns:g="http://www.opengis.net/gml" xmlns:o="http://o" xmlns:xsi=
+        "http://www.w3.org/2001/XMLSchema-instance" xsi:schemaLocation="http://o )" +
+        net.url +
+        R"("><g:featureMember><o:p><o:id>a</o:id><o:t>9</o:t><o:place><g:Point><g:coordinates>2,1
+        </g:coordinates></g:Point></o:place></o:p></g:featureMember></g:FeatureCollection>)";
+    const auto withSystem = [&](const std::string& type, const std::string& where) {
+        return collection + R"(,"crs":{"type":")" + type + where + "\"}}}";
+    };
+    struct Trick {
+        std::string file; // to be made, unless it cannot be
+        std::string bytes;
+        std::string words; // none: a good fix
+        std::string driver = "";
+        std::string layer = "";
+    };
+    std::vector<Trick> tricks = {
+        {"t.gml", gml, "is XML or HTML"},
+        {"t.gml", gml, "", "GML"},
+        {"t.vrt", sets[0], "is XML or HTML"},
+        {"t.vrt", sets[2], "GDAL cannot read its layer \"secret\" (", "OGR_VRT"},
+        {"t.csv", "", "no such driver", "Nope"},
+        {net.url + ".geojson", "", "there is no such file"},
+        {net.url, "", "is no file"},
+        {"/vsicurl/" + net.url + ".gpx", "", "/vsi are not read"},
+        {"/vsicurl/" + net.url + ".gpx", "", "/vsi are not read", "GPX"},
+        {"t.json.gz", packed(collection + '}'), ""},
+        {"t.geojson", withSystem(R"(link","properties":{"href":")", net.url), "GeoJSON (No data"},
+        {"t.geojson", withSystem(R"(name","properties":{"name":")", secret), "(Cannot import"},
+        {"t.gpkg", altered(geoPackage, "PRAGMA journal_mode = WAL"), ""},
+        {"t.gpkg.gz", packed(plain), "unpack it with gunzip"},
+        {"t%20.gpkg", plain, "rename it"},
+        {"t?#.gpkg", plain, ""},
+        {"t.gpkg", view, "as in \"e\"; if you trust it"},
+        {"t.gpkg", view, "", "GPKG", "e"},
+        {"t.gpkg", with("CREATE VIEW e AS SELECT spatialite_version() AS id", "e"),
+         "(sqlite3_get_table", "GPKG", "e"},
+        {"t.gpkg", with("CREATE TABLE e (id, lat AS (hex(zeroblob(9))))", "e"), "as in \"e\"; if"},
+        {"t.gpkg", with(forged + "VIEW v AS SELECT 1')", "v"), "SQLite cannot read it: malformed"},
+        {"t.gpkg", reader, "(VirtualText)"},
+        {"t.gpkg", reader, "(VirtualText)", "GPKG"},
+    };
+    for (const std::string ending : {"gpx", "gpkg", "geojson", "json", "fgb", "shp", "gpx.gz"}) {
+        for (const std::string& bytes : sets) {
+            tricks.push_back({"t." + ending, has(ending, "gz") ? packed(bytes) : bytes,
+                              ending == "gpkg" ? "SQLite cannot read it: file is not a database"
+                                               : "GDAL cannot read it as "});
+        }
+    }
+    tricks.push_back({"t.gpkg-wal", "x", "has no column entity"});
+    tricks.push_back({"t.gpkg", plain, "end the program that writes it"});
+    std::filesystem::create_directory(scratch("hostile"));
+    for (const auto& [file, bytes, words, driver, layer] : tricks) {
+        InputOptions options;
+        options.file = has(file, "/") ? file : save("hostile/" + file, bytes);
+        options.gdalDriver = driver;
+        options.layer = layer;
+        const std::vector<std::string> before = listing(scratch("hostile"));
+        const std::string row = said(options).row(0);
+        EXPECT_TRUE(has(row, words.empty() ? "a 1.000000000 2.000000000 9000 -1 /" : words))
+            << file << ' ' << row;
+        EXPECT_FALSE(has(row, "secret 1.0")) << file;
+        EXPECT_EQ(listing(scratch("hostile")), before) << file;
+        EXPECT_FALSE(net.wasCalled()) << file;
+        if (!has(file, "wal")) {
+            std::filesystem::remove(options.file);
+        }
     }
 }
 

@@ -4,7 +4,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 
 # What the build needs, on Debian 12.
 build_packages=(cmake g++ ninja-build help2man libbenchmark-dev libcli11-dev libcsv-dev libgdal-dev
-    libgtest-dev libsimdjson-dev libtomlplusplus-dev zlib1g-dev)
+    libgtest-dev libsimdjson-dev libsqlite3-dev libtomlplusplus-dev zlib1g-dev)
 
 # What the benchmarks need besides: a tool that counts instructions, and libraries to compare with.
 bench_packages=(libboost-dev libgeographiclib-dev libs2-dev valgrind)

@@ -34,9 +34,10 @@ constexpr char kFooter[] = R"(Examples:
   qorvel explain --row 17 tracks.csv                  why row 17 found nothing
   qorvel COMMAND --help                               the options of a command
 
-Input: CSV, TSV, NDJSON, any of them as .gz, and what GDAL reads (GPX, GeoPackage, GeoJSON,
-FlatGeobuf, databases). Columns are found by their usual names (entity, lat, lon, time, accuracy_m).
-Rows are taken in the order of the input. Bad rows are told on standard error, skipped and counted.
+Input: CSV, TSV, NDJSON, GPX, GeoJSON, FlatGeobuf, any of them as .gz, GeoPackage, shape files,
+databases, and with --gdal-driver what else GDAL reads. Columns are found by their usual names
+(entity, lat, lon, time, accuracy_m). Rows are taken in the order of the input. Bad rows are told on
+standard error, skipped and counted.
 
 Output: CSV, NDJSON, GeoJSON, GeoPackage or FlatGeobuf, with the cells as shapes.
 
@@ -139,7 +140,8 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired = true) {
         {"--secondary-key-column", "the secondary key"}};
     command
         .add_option("FILE", input.file,
-                    "file of tracks, - for standard input, or a source that GDAL knows")
+                    "file of tracks, - for standard input, or a database as in "
+                    "\"PG:dbname=fleet\"")
         ->required(isRequired);
     const std::string group = "Input";
     addChoice(command, "--input-format", input.format, formats,
@@ -156,6 +158,12 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired = true) {
               "else seconds if the first one is below 10^11; what is beyond the year 5138 then is "
               "refused");
     command.get_option("--time-unit")->group(group);
+    command
+        .add_option("--gdal-driver", input.gdalDriver,
+                    "the one of GDAL's drivers that is to read the tracks; those of .gpx, .gpkg, "
+                    ".geojson, .json, .fgb and .shp are known. It is trusted with all that it "
+                    "does: some read, write and fetch what a file tells them")
+        ->group(group);
     command.add_option("--layer", input.layer, "layer of a GDAL source")->group(group);
 }
 

@@ -57,12 +57,11 @@ public:
 };
 
 /// Opens the input; a text is not read yet, GDAL may look into the rest. Throws Failure(broken)
-/// when it cannot be opened.
+/// when it cannot be opened, Failure(usage) when the options do not say how.
 ///
 /// By name: .csv and .txt are CSV, .tsv and .tab TSV, .ndjson and .jsonl NDJSON, also in front of
-/// .gz; standard input is CSV. .gpx, .gpkg, .geojson, .json, .fgb and .shp are GDAL's; of other
-/// files it decides whether it knows them, else they are CSV. What is no file but has a colon goes
-/// to GDAL as it is ("PG:dbname=fleet").
+/// .gz. What gdalDriverOf() knows is GDAL's, with that driver alone, and so is all whose driver the
+/// options name. The rest, standard input too, is CSV.
 std::unique_ptr<FixSource> openFixSource(const InputOptions& options);
 
 } // namespace host

@@ -24,7 +24,7 @@ enum class InputFormat {
     csv,
     tsv,
     ndjson,
-    gdal ///< whatever GDAL reads: GPX, GeoPackage, GeoJSON, FlatGeobuf, a database
+    gdal ///< what GDAL reads: GPX, GeoPackage, GeoJSON, FlatGeobuf, a database
 };
 
 /// How a time that is a plain number counts.
@@ -46,7 +46,8 @@ struct InputOptions {
     /// from what takes all.
     bool readsKeys = true;
     TimeUnit timeUnit = TimeUnit::byValue;
-    std::string layer; ///< of a GDAL source; empty: the only one, or the one with points
+    std::string gdalDriver; ///< that reads it, trusted with all that it does; empty: by name
+    std::string layer;      ///< of a GDAL source; empty: the only one, or the one with points
 };
 
 } // namespace host

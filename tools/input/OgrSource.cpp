@@ -2,6 +2,7 @@
 
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
+#include "tools/input/gdalOpening.h"
 #include "tools/output/GdalErrors.h"
 
 #include <algorithm>
@@ -128,21 +129,7 @@ void addGeometry(CPLJSONObject& json, const OGRFeature& feature) {
     CPLFree(text);
 }
 
-std::string gdalName(const std::string& file) {
-    if (file == "-") {
-        return "/vsistdin/";
-    }
-    return file.ends_with(".gz") ? "/vsigzip/" + file : file;
-}
-
 } // namespace
-
-bool OgrSource::recognises(const std::string& file) {
-    GDALAllRegister();
-    const GdalErrors errors;
-    return GDALIdentifyDriverEx(gdalName(file).c_str(), GDAL_OF_VECTOR, nullptr, nullptr) !=
-           nullptr;
-}
 
 OgrSource::OgrSource(const InputOptions& options)
     : name_(options.file == "-" ? "standard input" : options.file), options_(options),
@@ -163,13 +150,13 @@ OgrSource::OgrSource(const InputOptions& options)
 OgrSource::~OgrSource() = default;
 
 void OgrSource::open() {
-    GDALAllRegister();
-    const GdalErrors errors;
-    dataset_.reset(
-        GDALDataset::Open(gdalName(options_.file).c_str(), GDAL_OF_VECTOR | GDAL_OF_VERBOSE_ERROR));
-    if (!dataset_ || dataset_->GetLayerCount() == 0) {
-        fail(errors.first());
+    const bool isTrusted = !options_.gdalDriver.empty();
+    const std::string driver = isTrusted ? options_.gdalDriver : gdalDriverOf(options_.file);
+    if (driver.empty()) {
+        throw Failure(ExitCode::usage,
+                      name_ + ": which of GDAL's drivers is to read it? --gdal-driver says it");
     }
+    dataset_.reset(openWithGdal(options_.file, driver, isTrusted));
 }
 
 OGRLayer* OgrSource::chooseLayer() {
@@ -183,8 +170,7 @@ OGRLayer* OgrSource::chooseLayer() {
     }
     OGRLayer* chosen = dataset_->GetLayerCount() == 1 ? dataset_->GetLayer(0) : firstWithPoints();
     if (chosen == nullptr) {
-        fail(errors.first().empty() ? "no layer has points; the layers are " + layerNames(*dataset_)
-                                    : errors.first());
+        fail("no layer has points; the layers are " + layerNames(*dataset_), errors.first());
     }
     return chosen;
 }
@@ -205,6 +191,7 @@ OGRLayer* OgrSource::firstWithPoints() {
 }
 
 void OgrSource::findColumns() {
+    const GdalErrors errors; // many drivers look into a layer only now
     const auto isColumn = [this](FixField field) {
         return !options_.columns[indexOf(field)].empty();
     };
@@ -215,6 +202,10 @@ void OgrSource::findColumns() {
     names.reserve(static_cast<std::size_t>(definition.GetFieldCount()));
     for (int i = 0; i < definition.GetFieldCount(); ++i) {
         names.emplace_back(definition.GetFieldDefn(i)->GetNameRef());
+    }
+    if (!errors.first().empty()) {
+        fail(std::string("GDAL cannot read its layer \"") + layer_->GetName() + '"',
+             errors.first());
     }
     fixes_.find(names, name_ + ": layer \"" + layer_->GetName() + '"', hasPlace_);
     for (const TrackLayer& kind : kTrackLayers) {
@@ -251,7 +242,7 @@ void OgrSource::prepareTransformation() {
     }
     toWgs84_.reset(OGRCreateCoordinateTransformation(source, &wgs84));
     if (!toWgs84_) {
-        fail("no way from its coordinates to WGS 84: " + errors.first());
+        fail("there is no way from its coordinates to WGS 84", errors.first());
     }
 }
 
@@ -265,7 +256,7 @@ bool OgrSource::next() {
         trouble_ = errors.first();
     }
     if (!feature_ && !trouble_.empty()) {
-        fail(trouble_);
+        fail("it breaks off behind feature " + std::to_string(row_), trouble_);
     }
     if (!feature_) {
         refuseCutOff();
@@ -371,12 +362,8 @@ std::optional<double> OgrSource::shareRead() const {
     return std::min(static_cast<double>(row_) / static_cast<double>(featureCount_), 1.0);
 }
 
-/// GDAL's words may have several lines.
-void OgrSource::fail(const std::string& what) const {
-    std::string words = what.empty() ? "GDAL cannot read it" : what;
-    std::replace(words.begin(), words.end(), '\n', ' ');
-    const bool isNamed = words.find(name_) != std::string::npos;
-    throw Failure(ExitCode::broken, isNamed ? words : name_ + ": " + words);
+void OgrSource::fail(std::string_view what, const std::string& gdalWords) const {
+    throw Failure(ExitCode::broken, gdalSentence(name_, what, gdalWords));
 }
 
 void OgrSource::Closing::operator()(GDALDataset* dataset) const {

@@ -20,10 +20,8 @@ namespace host {
 /// to a track of a GPX file is told apart by the track's name, else by its number.
 class OgrSource : public FixSource {
 public:
-    /// Whether GDAL knows what the file is, by a look at its first bytes.
-    static bool recognises(const std::string& file);
-
-    /// Throws Failure(broken), with GDAL's words, when it cannot open or use the input.
+    /// Throws Failure(broken), with GDAL's words, when it cannot open or use the input, and
+    /// Failure(usage) when nothing says which of GDAL's drivers is to read it.
     explicit OgrSource(const InputOptions& options);
     ~OgrSource() override;
     OgrSource(const OgrSource&) = delete;
@@ -58,7 +56,7 @@ private:
     std::string takePlace();
     void setText(FixField field, std::string text);
     void refuseCutOff() const;
-    [[noreturn]] void fail(const std::string& what) const;
+    [[noreturn]] void fail(std::string_view what, const std::string& gdalWords = {}) const;
 
     std::string name_;
     InputOptions options_;
