@@ -37,6 +37,12 @@ void appendField(std::string& out, std::string_view text) {
     out += '"';
 }
 
+void appendSafeField(std::string& out, std::string_view text) {
+    constexpr std::string_view kRisky = "=+-@\t\r\n'";
+    const bool isRisky = !text.empty() && kRisky.find(text.front()) != std::string_view::npos;
+    appendField(out, (isRisky ? "'" : "") + std::string(text));
+}
+
 void appendInteger(std::string& out, std::int64_t value) {
     appendNumber(out, value);
 }

@@ -13,6 +13,12 @@ namespace csv {
 /// not get the same text back.
 void appendField(std::string& out, std::string_view text);
 
+/// The same for a file that a spreadsheet opens, which would run a text such as "=A1" as a formula:
+/// what begins with one of = + - @ or a tab, carriage return or line feed gets an apostrophe in
+/// front. So does what begins with an apostrophe: without its first one, a field that begins with
+/// an apostrophe is always the text that it was.
+void appendSafeField(std::string& out, std::string_view text);
+
 void appendInteger(std::string& out, std::int64_t value);
 void appendUnsigned(std::string& out, std::uint64_t value);
 

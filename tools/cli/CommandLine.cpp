@@ -222,6 +222,12 @@ void addRun(CLI::App& command, RunOptions& run) {
               "format of the results; by the file's name: .csv .ndjson .geojson .gpkg .fgb");
     command.add_option("--rejects", run.rejectsFile,
                        "CSV file for the rows that cannot be used, with line and reason");
+    command.add_flag(
+        "--csv-safe", run.output.isCsvSafe,
+        "for CSV that a spreadsheet opens: an apostrophe in front of names that begin with = + - @ "
+        "(which would run there as formulas), a tab, a line break or an apostrophe; otherwise "
+        "names "
+        "are written as they came");
     command.add_flag("--strict", run.isStrict, "stop at the first bad row");
     command.add_flag("--quiet", run.isQuiet, "neither progress nor summary");
     command.add_option("--threads", run.threads, "threads; the output does not depend on it")

@@ -21,6 +21,7 @@ enum class OutputFormat {
 struct OutputOptions {
     std::string file = "-"; ///< "-" for standard output, which cannot take the last two formats
     OutputFormat format = OutputFormat::byName;
+    bool isCsvSafe = false; ///< texts in CSV by csv::appendSafeField
 };
 
 /// Writes results in one format. A file is written under a temporary name beside its own and

@@ -83,7 +83,7 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options, con
     switch (format) {
     case OutputFormat::byName:
     case OutputFormat::csv:
-        return std::make_unique<CsvWriter>(file, extension, schema);
+        return std::make_unique<CsvWriter>(file, extension, schema, options.isCsvSafe);
     case OutputFormat::ndjson:
         return std::make_unique<NdjsonWriter>(file, extension, schema);
     case OutputFormat::geojson:

@@ -12,7 +12,7 @@ constexpr std::uint64_t kMostTold = 10;
 
 } // namespace
 
-Rejects::Rejects(const std::string& file) {
+Rejects::Rejects(const std::string& file, bool isCsvSafe) : isCsvSafe_(isCsvSafe) {
     if (!file.empty()) {
         file_ = std::make_unique<TextFile>(file, ".csv");
         file_->write("line,reason,row\n");
@@ -34,12 +34,13 @@ void Rejects::add(const FixSource& source, const std::string& reason) {
 }
 
 void Rejects::write(const FixSource& source, const std::string& reason) {
+    const auto appendText = isCsvSafe_ ? csv::appendSafeField : csv::appendField;
     row_.clear();
     csv::appendUnsigned(row_, source.line());
     row_ += ',';
-    csv::appendField(row_, reason);
+    appendText(row_, reason);
     row_ += ',';
-    csv::appendField(row_, source.verbatim());
+    appendText(row_, source.verbatim());
     row_ += '\n';
     file_->write(row_);
 }

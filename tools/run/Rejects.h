@@ -15,8 +15,10 @@ class FixSource;
 /// a CSV file with the line, the reason and the row as it stood.
 class Rejects {
 public:
-    /// @param file  empty: none. Throws Failure(broken) when it cannot be made.
-    explicit Rejects(const std::string& file);
+    /// Throws Failure(broken) when the file cannot be made.
+    /// @param file       empty: none
+    /// @param isCsvSafe  reasons and rows by csv::appendSafeField
+    Rejects(const std::string& file, bool isCsvSafe);
 
     /// The row on which the source stands.
     void add(const FixSource& source, const std::string& reason);
@@ -30,6 +32,7 @@ private:
     void write(const FixSource& source, const std::string& reason);
 
     std::unique_ptr<TextFile> file_;
+    bool isCsvSafe_;
     std::string row_;
     std::uint64_t count_ = 0;
 };

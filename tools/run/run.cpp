@@ -36,7 +36,7 @@ public:
         : options_(options), analysis_(analysis), progress_(!options.isQuiet),
           source_(openFixSource(options.input)),
           writer_(openResultWriter(options.output, analysis.schema())),
-          rejects_(options.rejectsFile), horizon_(horizonFor(analysis)),
+          rejects_(options.rejectsFile, options.output.isCsvSafe), horizon_(horizonFor(analysis)),
           reader_(*source_, horizon_.get(), analysis.lookBack(), rejects_, progress_,
                   options.isStrict),
           pipeline_(reader_, analysis, *writer_, options.events, options.threads) {}
