@@ -12,7 +12,8 @@ enum class ExitCode : int {
     someRejected = 1, ///< done, but some rows were bad and were skipped
     usage = 2,        ///< nothing was processed: wrong options or configuration
     broken = 3,       ///< the input is unusable or broke off, the output failed, or the library did
-    interrupted = 130 ///< SIGINT; what was finished has been written
+    interrupted = 130, ///< or 128 and the number of another signal; what was found has been written
+    readerGone = 141   ///< who read standard output has left, as `head` does: no fault
 };
 
 /// Ends the run with a message for people and an exit code.

@@ -1,27 +1,62 @@
 #include "tools/Interrupt.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <ctime>
 #include <poll.h>
 
 namespace host {
 
 namespace {
 
-volatile std::sig_atomic_t gInterrupted = 0;
+constexpr int kInterrupts[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::int64_t kSameRequest = 500; ///< milliseconds
 
-void onInterrupt(int) {
-    gInterrupted = 1;
+// Handlers may run in several threads at a time.
+std::atomic<std::int64_t> gFirstTime = 0; ///< of an interrupt, on the clock below; 0: none yet
+std::atomic<int> gFirst = 0;
+static_assert(decltype(gFirstTime)::is_always_lock_free);
+
+/// Milliseconds since some time long ago.
+std::int64_t now() {
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000 + 1;
+}
+
+void onInterrupt(int number) {
+    const std::int64_t time = now();
+    std::int64_t first = 0;
+    if (gFirstTime.compare_exchange_strong(first, time)) {
+        gFirst = number;
+    } else if (time - first >= kSameRequest) {
+        std::signal(number, SIG_DFL);
+        std::raise(number); // kills when this returns
+    }
+}
+
+sigset_t allInterrupts() {
+    sigset_t all;
+    sigemptyset(&all);
+    for (const int number : kInterrupts) {
+        sigaddset(&all, number);
+    }
+    return all;
 }
 
 /// Of the calling thread. Returns what was blocked before.
 sigset_t blockInterrupts() {
-    sigset_t blocked;
+    const sigset_t blocked = allInterrupts();
     sigset_t before;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGINT);
     pthread_sigmask(SIG_BLOCK, &blocked, &before);
     return before;
+}
+
+bool isIgnored(int number) {
+    struct sigaction current {};
+    return sigaction(number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN;
 }
 
 } // namespace
@@ -29,16 +64,23 @@ sigset_t blockInterrupts() {
 void installSignalHandlers() {
     struct sigaction action {};
     action.sa_handler = onInterrupt;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
+    action.sa_mask = allInterrupts();
+    for (const int number : kInterrupts) {
+        if (!isIgnored(number)) {
+            sigaction(number, &action, nullptr);
+        }
+    }
     action.sa_handler = SIG_IGN; // the write that fails says so
     sigaction(SIGPIPE, &action, nullptr);
     sigaction(SIGXFSZ, &action, nullptr);
 }
 
 bool interrupted() {
-    return gInterrupted != 0;
+    return gFirst != 0;
+}
+
+int interruptedExitCode() {
+    return 128 + gFirst;
 }
 
 void leaveInterruptsToOthers() {
@@ -48,7 +90,7 @@ void leaveInterruptsToOthers() {
 bool waitReadable(int file) {
     const sigset_t before = blockInterrupts();
     pollfd wait{file, POLLIN, 0};
-    // SIGINT can only arrive inside ppoll, which then ends. Other signals are waited through.
+    // An interrupt can only arrive inside ppoll, which then ends. Others are waited through.
     while (!interrupted() && ppoll(&wait, 1, nullptr, &before) < 0 && errno == EINTR) {
     }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);

@@ -3,17 +3,24 @@
 
 namespace host {
 
-/// From now on the first SIGINT only sets a flag, so that the run can end cleanly; a second one
-/// kills as usual. A reader that goes away (SIGPIPE) becomes an ordinary write error.
+/// From now on the first SIGINT, SIGTERM or SIGHUP only sets a flag, so that the run can end
+/// cleanly. Another one half a second later or more kills: what comes sooner is the same request,
+/// since a terminal that closes and timeout(1) send theirs twice. Which of them was ignored at the
+/// program's start (nohup) stays so. A reader that goes away (SIGPIPE) and a file that gets too
+/// large become ordinary write errors.
 void installSignalHandlers();
 
 bool interrupted();
 
-/// Called by a thread that does not wait for input: a SIGINT goes to one that does.
+/// What a shell makes of a process that such a signal killed: 128 and the number of the first one.
+int interruptedExitCode();
+
+/// Called by a thread that does not wait for input: an interrupt goes to one that does.
 void leaveInterruptsToOthers();
 
-/// Waits until the file can be read without blocking, or until a SIGINT: none is missed, however
-/// it falls between the check of the flag and the wait. True when there is something to read.
+/// Waits until the file can be read without blocking, or until an interrupt: none is missed,
+/// however it falls between the check of the flag and the wait. True when there is something to
+/// read.
 bool waitReadable(int file);
 
 } // namespace host

@@ -9,15 +9,29 @@
 #include "qorvel/facade/StbThreadException.h"
 #include "qorvel/geodesy/STException.h"
 
+#include <cerrno>
 #include <exception>
+#include <fcntl.h>
+#include <functional>
 #include <memory>
 #include <new>
+#include <unistd.h>
 #include <variant>
 
 namespace {
 
 using host::Command;
 using host::CommandLine;
+
+/// The number of a standard stream that is closed would go to the next file that is opened, and
+/// what is told into the results. To use such a stream still fails.
+void occupyStandardStreams() {
+    for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(file, F_GETFD) < 0 && errno == EBADF) {
+            open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
 
 /// The configuration's warnings; its errors end the run when the library is set up.
 void warn(const CommandLine& line) {
@@ -49,7 +63,21 @@ host::ExitCode runAnalysis(const CommandLine& line) {
     return host::run(line.run, *makeAnalysis(line, library));
 }
 
+/// What is said of an input that an interrupt cut off counts for nothing.
+host::ExitCode unlessInterrupted(const std::function<host::ExitCode()>& command) {
+    host::ExitCode code = host::ExitCode::interrupted;
+    try {
+        code = command();
+    } catch (const host::Failure&) {
+        if (!host::interrupted()) {
+            throw;
+        }
+    }
+    return host::interrupted() ? host::ExitCode::interrupted : code;
+}
+
 host::ExitCode run(int argc, const char* const* argv) {
+    occupyStandardStreams();
     host::installSignalHandlers();
     const auto read = host::readCommandLine(argc, argv);
     if (const auto* code = std::get_if<host::ExitCode>(&read)) {
@@ -62,16 +90,18 @@ host::ExitCode run(int argc, const char* const* argv) {
     case Command::geohash:
         return host::runGeohash(line.geohash);
     case Command::check:
-        return host::runCheck(line.check);
+        return unlessInterrupted([&line] { return host::runCheck(line.check); });
     case Command::explain:
-        return host::runExplain(line.explain);
+        return unlessInterrupted([&line] { return host::runExplain(line.explain); });
     default:
         return runAnalysis(line);
     }
 }
 
 host::ExitCode complain(const char* what, host::ExitCode code = host::ExitCode::broken) {
-    host::tell(what);
+    if (code != host::ExitCode::readerGone) {
+        host::tell(what);
+    }
     return code;
 }
 
@@ -96,5 +126,7 @@ host::ExitCode guardedRun(int argc, const char* const* argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return static_cast<int>(guardedRun(argc, argv));
+    const host::ExitCode code = guardedRun(argc, argv);
+    return code == host::ExitCode::interrupted ? host::interruptedExitCode()
+                                               : static_cast<int>(code);
 }

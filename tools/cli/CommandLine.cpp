@@ -13,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -42,7 +43,8 @@ standard error, skipped and counted.
 Output: CSV, NDJSON, GeoJSON, GeoPackage or FlatGeobuf, with the cells as shapes.
 
 Exit codes: 0 done, 1 some rows rejected, 2 wrong usage or configuration, 3 input unusable or
-broken off or output failed, 130 interrupted.)";
+broken off or output failed, 141 who reads standard output has left (as head does), 130, 143 or 129
+ended by SIGINT, SIGTERM or SIGHUP: what was found up to there is kept.)";
 
 constexpr double kPresenceRatio = 0.5;
 
@@ -338,8 +340,10 @@ public:
         try {
             app_.parse(argc, argv);
         } catch (const CLI::ParseError& end) {
-            const bool complains = app_.exit(end, std::cout, std::cerr) != 0;
-            return complains ? ExitCode::usage : printed();
+            std::ostringstream text;
+            const bool complains = app_.exit(end, text, std::cerr) != 0;
+            print(text.str());
+            return complains ? ExitCode::usage : ExitCode::done;
         }
         for (const auto& [command, request] : requests_) {
             if (command->parsed()) {
@@ -350,8 +354,8 @@ public:
     }
 
     std::variant<CommandLine, ExitCode> printCompletion() {
-        std::cout << completionScript(app_);
-        return printed();
+        print(completionScript(app_));
+        return ExitCode::done;
     }
 
 private:
@@ -464,11 +468,6 @@ private:
             throw usageFailure("there is no command \"" + std::string(word) + "\"; there are" +
                                known);
         }
-    }
-
-    static ExitCode printed() {
-        std::cout.flush();
-        return std::cout ? ExitCode::done : ExitCode::broken;
     }
 
     static CommandLine finished(Request& request) {

@@ -16,7 +16,7 @@ namespace host {
 namespace {
 
 /// Commits cost, and what is not committed is lost when the disk fills up.
-constexpr std::int64_t kRowsPerTransaction = 100000;
+constexpr std::int64_t kRowsPerTransaction = 10000;
 
 OGRFieldType typeOf(ColumnKind kind) {
     switch (kind) {
@@ -102,6 +102,10 @@ OgrWriter::~OgrWriter() {
 /// GDAL takes no file that is there already, not even an empty one.
 void OgrWriter::create() {
     format_.registerDriver();
+    // The file counts only when it is complete, and then PartialFile has it on the disk. (Without
+    // any journal, or one in memory, nothing could be read after a commit that failed.)
+    const CPLConfigOptionSetter synchronous("OGR_SQLITE_SYNCHRONOUS", "OFF", false);
+    const CPLConfigOptionSetter journal("OGR_SQLITE_JOURNAL", "DELETE", false);
     unlink(file_.path().c_str());
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format_.driver);
     if (driver == nullptr) {
@@ -194,7 +198,9 @@ std::string OgrWriter::abandon() noexcept {
     try {
         commit();
         close();
-        return isReadable() ? file_.keep() : std::string();
+        correctCount();
+        const bool isWorthIt = committed_ > 0 || rows_ == 0;
+        return isWorthIt && isReadable() ? file_.keep() : std::string();
     } catch (const std::exception&) {
         return {};
     }
@@ -211,6 +217,21 @@ void OgrWriter::close() {
     feature_.reset();
     layer_ = nullptr;
     dataset_.reset();
+}
+
+/// After a commit that failed, GDAL notes down the rows that it was given, not those that are
+/// there.
+void OgrWriter::correctCount() const {
+    if (committed_ == rows_) {
+        return;
+    }
+    const GDALDatasetUniquePtr dataset(
+        GDALDataset::Open(file_.path().c_str(), GDAL_OF_VECTOR | GDAL_OF_UPDATE));
+    if (dataset) {
+        const std::string count = std::to_string(committed_);
+        dataset->ReleaseResultSet(dataset->ExecuteSQL(
+            ("UPDATE gpkg_ogr_contents SET feature_count = " + count).c_str(), nullptr, nullptr));
+    }
 }
 
 /// A disk that fills up with the very last piece goes unnoticed when the file is closed: is the

@@ -52,6 +52,7 @@ private:
     bool addFields();
     bool commit();
     void close();
+    void correctCount() const;
     bool isReadable() const;
     bool writeFeature(const ResultRow& row);
     void setField(int index, ColumnKind kind, const Value& value);

@@ -72,7 +72,7 @@ void TextFile::flush() {
 
 void TextFile::finish() {
     if (failure_ != 0) {
-        throw writeFailure(name_, failure_);
+        throw failure();
     }
     drain();
     closeFile();
@@ -82,11 +82,17 @@ void TextFile::finish() {
 }
 
 std::string TextFile::abandon(std::string_view end) noexcept {
-    if (tryDrain() || partial_) {
+    const bool isWhole = failure_ == 0 && tryDrain();
+    buffer_ = end;
+    if (!partial_) {
+        isWhole&& tryDrain();
+        return {};
+    }
+    if (!tryDrain() && cutTo(lastDrained_)) { // which makes room for the end
         buffer_ = end;
         tryDrain();
     }
-    return partial_ ? partial_->keep() : std::string();
+    return drained_ > static_cast<std::int64_t>(end.size()) ? partial_->keep() : std::string();
 }
 
 bool TextFile::tryDrain() noexcept {
@@ -108,6 +114,7 @@ void TextFile::drain() {
             fail(errno);
         }
     }
+    lastDrained_ = drained_;
     drained_ += static_cast<std::int64_t>(buffer_.size());
     buffer_.clear();
 }
@@ -117,10 +124,22 @@ void TextFile::drain() {
 void TextFile::fail(int reason) {
     failure_ = reason;
     buffer_.clear();
-    if (partial_ && ftruncate(file_, drained_) == 0) {
-        lseek(file_, drained_, SEEK_SET);
+    if (partial_) {
+        cutTo(drained_);
     }
-    throw writeFailure(name_, reason);
+    throw failure();
+}
+
+bool TextFile::cutTo(std::int64_t size) noexcept {
+    drained_ = size;
+    return ftruncate(file_, size) == 0 && lseek(file_, size, SEEK_SET) == size;
+}
+
+Failure TextFile::failure() const {
+    const Failure failure = writeFailure(name_, failure_);
+    return failure_ == EPIPE && file_ == STDOUT_FILENO
+               ? Failure(ExitCode::readerGone, failure.what())
+               : failure;
 }
 
 /// Some file systems tell only now that the disk is full.
@@ -130,6 +149,12 @@ void TextFile::closeFile() {
     if (file >= 0 && file != STDOUT_FILENO && close(file) != 0 && errno != EINTR) {
         throw writeFailure(name_, errno);
     }
+}
+
+void print(std::string_view text) {
+    TextFile output("-", "");
+    output.write(text);
+    output.finish();
 }
 
 } // namespace host

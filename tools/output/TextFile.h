@@ -1,6 +1,7 @@
 #ifndef QORVEL_TOOLS_OUTPUT_TEXTFILE_H
 #define QORVEL_TOOLS_OUTPUT_TEXTFILE_H
 
+#include "tools/Failure.h"
 #include "tools/output/PartialFile.h"
 
 #include <cstdint>
@@ -20,8 +21,9 @@ bool isWrittenDirectly(const std::string& name);
 /// Text to a file or to standard output, written in large pieces. A file has a temporary name until
 /// it is finished, see PartialFile; what isWrittenDirectly has none.
 ///
-/// Operations throw Failure(broken) when the text cannot be written (a full disk, a reader that
-/// went away). Without finish or abandon, destruction removes the file.
+/// Operations throw Failure(broken) when the text cannot be written (a full disk), or
+/// Failure(readerGone) where who reads standard output has left. Without finish or abandon,
+/// destruction removes the file.
 class TextFile {
 public:
     /// The extension, such as ".csv", is that of the temporary name.
@@ -40,22 +42,29 @@ public:
     void finish();
 
     /// Ends early, with `end` behind the rows written so far; they stay under the temporary name,
-    /// which is returned. Empty for what is written directly.
+    /// which is returned. Empty where there are none, and for what is written directly, which gets
+    /// no end if rows are missing.
     std::string abandon(std::string_view end) noexcept;
 
 private:
     void drain();
     bool tryDrain() noexcept;
     [[noreturn]] void fail(int reason);
+    bool cutTo(std::int64_t size) noexcept;
+    Failure failure() const;
     void closeFile();
 
     std::string name_; ///< for messages
     std::optional<PartialFile> partial_;
     int file_ = -1;
     std::string buffer_;
-    std::int64_t drained_ = 0; ///< bytes in the file: whole rows
-    int failure_ = 0;          ///< why rows are missing in it; 0: none are
+    std::int64_t drained_ = 0;     ///< bytes in the file: whole rows
+    std::int64_t lastDrained_ = 0; ///< the same before its last piece
+    int failure_ = 0;              ///< why rows are missing in it; 0: none are
 };
+
+/// A text to standard output.
+void print(std::string_view text);
 
 } // namespace host
 

@@ -2,6 +2,7 @@
 
 #include "tools/Interrupt.h"
 #include "tools/input/FixSource.h"
+#include "tools/output/TextFile.h"
 #include "tools/run/BatchReader.h"
 #include "tools/run/Horizon.h"
 #include "tools/run/Pipeline.h"
@@ -42,16 +43,17 @@ public:
           pipeline_(reader_, analysis, *writer_, options.events, options.threads) {}
 
     ExitCode operator()() {
-        progress_.begin("processing");
-        pipeline_.run();
-        progress_.clear();
-        rejects_.finish();
-        const std::string partial = endOutput();
-        summarize(partial);
+        try {
+            process();
+        } catch (const Failure& failure) {
+            saveWhatWasFound();
+            throw judge(failure);
+        }
+        summarize();
         if (reader_.trouble()) {
             throw Failure(*reader_.trouble());
         }
-        return interrupted()          ? ExitCode::interrupted
+        return isCutOff_              ? ExitCode::interrupted
                : rejects_.count() > 0 ? ExitCode::someRejected
                                       : ExitCode::done;
     }
@@ -61,19 +63,44 @@ private:
         return analysis.lookBack() < 0 ? nullptr : makeHorizon(*source_, options_.late, progress_);
     }
 
-    /// Returns the name of a file that holds only a part, or an empty text.
-    std::string endOutput() {
-        if (!reader_.trouble() && !interrupted()) {
+    void process() {
+        progress_.begin("processing");
+        pipeline_.run();
+        isCutOff_ = interrupted(); // one that comes later has nothing left to cut off
+        progress_.clear();
+        rejects_.finish();
+        if (!reader_.trouble() && !isCutOff_) {
             writer_->finish();
-            return "";
+        } else {
+            abandonOutput();
         }
-        return reader_.rowsRead() > 0 ? writer_->abandon() : "";
     }
 
-    void summarize(const std::string& partial) const {
+    /// After a failure that is still to be told.
+    void saveWhatWasFound() {
+        progress_.clear();
+        abandonOutput();
+        try {
+            rejects_.finish();
+        } catch (const Failure&) { // one is enough
+        }
+    }
+
+    void abandonOutput() {
+        const std::string partial = reader_.rowsRead() > 0 ? writer_->abandon() : "";
         if (!partial.empty()) {
             tell("what was found up to there is in " + partial);
         }
+    }
+
+    /// That nobody reads standard output on is a fault when results go elsewhere.
+    Failure judge(const Failure& failure) const {
+        const bool isFault =
+            failure.code() == ExitCode::readerGone && !isStandardOutput(options_.output.file);
+        return isFault ? Failure(ExitCode::broken, failure.what()) : failure;
+    }
+
+    void summarize() const {
         if (options_.isQuiet) {
             return;
         }
@@ -96,7 +123,7 @@ private:
         std::fprintf(stderr,
                      "qorvel: %s%llu rows read, %llu processed, %llu rejected, %llu results, "
                      "%.3f seconds, peak memory %.1f MiB\n",
-                     interrupted() ? "interrupted: " : "", printable(reader_.rowsRead()),
+                     isCutOff_ ? "interrupted: " : "", printable(reader_.rowsRead()),
                      printable(reader_.rowsProcessed()), printable(rejects_.count()),
                      printable(pipeline_.resultCount()), seconds.count(), peakMemoryMiB());
     }
@@ -111,6 +138,7 @@ private:
     std::unique_ptr<Horizon> horizon_; ///< none where nothing is remembered
     BatchReader reader_;
     Pipeline pipeline_;
+    bool isCutOff_ = false; ///< by an interrupt
 };
 
 } // namespace
