@@ -6,11 +6,13 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <grp.h>
 #include <gtest/gtest.h>
 #include <ogrsf_frmts.h>
 #include <random>
 #include <simdjson.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -26,6 +28,7 @@ const std::vector<Column> kColumns = {{"entity", ColumnKind::text},
                                       {"lat", ColumnKind::degrees},
                                       {"time", ColumnKind::time},
                                       {"end", ColumnKind::boxEnd}};
+[[maybe_unused]] const mode_t kBefore = umask(027);
 const Schema kSingle{"found", kColumns, false};
 const Schema kSeveral{"found", kColumns, true};
 
@@ -49,8 +52,8 @@ const Sample kSamples[] = {
     sample("a \"b\",\nc", -1, -0.5, -1, kLast + 1, "h",
            {"a \"b\",\nc", "-1", "-0.500000", "1969-12-31T23:59:59.999Z", "ever",
             "0 -90,45 -90,45 -45,0 -45,0 -90"}),
-    sample("\x01\x1f\\/\xc3\xab", 9007199254740993, 89.25, kLast, 1, "",
-           {"\x01\x1f\\/\xc3\xab", "9007199254740993", "89.250000", kLastText,
+    sample("\x01\x1f\\/\r\xc3\xab", 9007199254740993, 89.25, kLast, 1, "",
+           {"\x01\x1f\\/\r\xc3\xab", "9007199254740993", "89.250000", kLastText,
             "1970-01-01T00:00:00.001Z", "-180 -90,180 -90,180 90,-180 90,-180 -90"}),
     sample("\xff\xc3(\xed\xa0\x80o\xe2\x82", -9007199254740993, -90.0, 1355831610250, INT64_MAX,
            "s3",
@@ -93,6 +96,7 @@ std::vector<Texts> readMap(const fs::path& file) {
         }
         rows.back().push_back(feature->GetGeometryRef()->exportToWkt());
     }
+    EXPECT_EQ(data->GetLayerByName("found")->GetFeatureCount(), static_cast<GIntBig>(rows.size()));
     std::sort(rows.begin(), rows.end());
     return rows;
 }
@@ -148,7 +152,7 @@ TEST_F(Output, TextsAreExact) {
                     .starts_with("entity,total,lat,time,end\n"
                                  ",7,0.0000010,1970-01-01T00:00:00.001Z,9999-12-31T23:59:59.999Z\n"
                                  "\"a \"\"b\"\",\nc\",-1,-0.5000000,1969-12-31T23:59:59.999Z,ever\n"
-                                 "\x01\x1f\\/\xc3\xab,9007199254740993,"));
+                                 "\"\x01\x1f\\/\r\xc3\xab\",9007199254740993,"));
     write(".jsonl", 1)->finish();
     simdjson::dom::parser parser;
     const Sample* next = kSamples;
@@ -159,6 +163,15 @@ TEST_F(Output, TextsAreExact) {
         ++next;
     }
     EXPECT_EQ(next, std::end(kSamples));
+    const Schema names{"found", {kColumns[0], kColumns[1]}, false};
+    const auto safe = openResultWriter({file(".csv"), OutputFormat::csv, true}, names);
+    for (const char* name : {"=1", "+1", "-1", "@a", "\ta", "\ra", "\na", "'a", "1=", "", " -1"}) {
+        safe->writeRow({{{name}, {"", -1}}, {}});
+    }
+    safe->finish();
+    EXPECT_EQ(contents(file(".csv")),
+              "entity,total\n'=1,-1\n'+1,-1\n'-1,-1\n'@a,-1\n'\ta,-1\n\"'\ra\",-1\n\"'\na\",-1\n"
+              "''a,-1\n1=,-1\n,-1\n\" -1\",-1\n");
     write(".json", 3)->finish();
     EXPECT_EQ(parser.load(file(".json").string())["features"].get_array().size(), 12U);
 }
@@ -218,34 +231,86 @@ TEST_F(Output, RefusesWhatItCannotWrite) {
 }
 
 TEST_F(Output, OldFileStaysUntilTheNewOneIsComplete) {
-    for (const std::string ending : {".geojson", ".gpkg", ".fgb"}) {
-        std::ofstream(file(ending)) << "old";
+    const auto modeOf = [](const fs::path& path) { return fs::status(path).permissions(); };
+    constexpr fs::perms kOldMode{0604};
+    constexpr uid_t kSomebody = 12345;
+    const bool isRoot = geteuid() == 0;
+    for (const std::string ending : {".geojson", ".gpkg", ".fgb", ".csv"}) {
+        fs::create_symlink("old", file(ending));
+        write(ending, 1)->finish(); // in place of nothing
+        const fs::path old = folder / "old";
+        EXPECT_EQ(modeOf(old), fs::perms{0640}) << ending;
+        std::ofstream(old) << "old";
+        fs::permissions(old, kOldMode);
+        EXPECT_EQ(chown(old.c_str(), kSomebody, kSomebody), isRoot ? 0 : -1);
         write(ending, 1000).reset();
-        EXPECT_EQ(fileCount(), 1) << ending;
-        const fs::path kept = write(ending, 1000)->abandon();
-        EXPECT_EQ(readMap(kept).size(), 4000U) << ending;
-        EXPECT_EQ(contents(file(ending)), "old");
+        EXPECT_EQ(fileCount(), 2) << ending;
+        auto writer = write(ending, 1000);
+        const auto isPrivate = [&](const fs::directory_entry& each) {
+            return each.is_symlink() || each.path() == old || modeOf(each) == fs::perms(0600);
+        };
+        EXPECT_TRUE(std::all_of(fs::directory_iterator(folder), {}, isPrivate)) << ending;
+        const fs::path kept = writer->abandon();
+        EXPECT_TRUE(ending == ".csv" || readMap(kept).size() == 4000U) << ending;
+        EXPECT_EQ(modeOf(kept), kOldMode);
+        EXPECT_EQ(contents(old), "old");
+        write(ending, 1)->finish();
+        struct stat now {};
+        EXPECT_TRUE(fs::is_symlink(file(ending)) && stat(old.c_str(), &now) == 0);
+        EXPECT_EQ(modeOf(old), kOldMode) << ending;
+        EXPECT_TRUE(!isRoot || (now.st_uid == kSomebody && now.st_gid == kSomebody)) << ending;
         fs::remove(kept);
+        fs::remove(old);
         fs::remove(file(ending));
+    }
+    if (isRoot) { // Then let one who may not give away what is the group's replace it.
+        write(".csv", 1)->finish();
+        fs::permissions(file(".csv"), fs::perms(0664));
+        EXPECT_EQ(chown(file(".csv").c_str(), kSomebody, kSomebody), 0);
+        EXPECT_EQ(chown(folder.c_str(), kSomebody, 0) + setgroups(0, nullptr) + seteuid(kSomebody),
+                  0);
+        write(".csv", 1)->finish();
+        EXPECT_EQ(seteuid(0), 0);
+        EXPECT_EQ(modeOf(file(".csv")), fs::perms(0644));
     }
 }
 
-/// The largest file that a process may write stands in for the room on a disk.
+/// The largest file that a process may write stands in for the room on a disk. What is kept is
+/// whole: pieces of text, or transactions.
 TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
     const rlimit before = limit;
+    constexpr std::size_t kRows = 12000;
+    std::unique_ptr<ResultWriter> writer;
     for (const std::string ending : {".csv", ".ndjson", ".geojson", ".gpkg", ".fgb"}) {
-        write(ending, 1000)->finish();
-        const auto size = fs::file_size(file(ending));
+        const auto writeAll = [&] {
+            writer = openResultWriter({file(ending)}, kSingle);
+            for (std::size_t i = 0; i < kRows; ++i) {
+                writer->writeRow(kSamples[i % 4].row);
+            }
+            writer->finish();
+        };
+        writeAll();
+        const std::string whole = contents(file(ending));
         fs::remove(file(ending));
-        for (const auto room : {size - 1, size - 5000, size / 2, std::uintmax_t{1000}}) {
+        for (const auto room :
+             {whole.size() - 1, whole.size() - 5000, whole.size() / 8 * 7, std::size_t{1000}}) {
             limit.rlim_cur = room;
             setrlimit(RLIMIT_FSIZE, &limit);
-            EXPECT_THROW(write(ending, 1000)->finish(), Failure) << ending << ' ' << room;
+            EXPECT_THROW(writeAll(), Failure) << ending << ' ' << room;
+            const fs::path kept = writer ? writer->abandon() : "";
+            writer.reset();
             setrlimit(RLIMIT_FSIZE, &before);
-            EXPECT_EQ(fileCount(), 0) << ending << ' ' << room;
+            EXPECT_EQ(fileCount(), kept.empty() ? 0 : 1) << ending << ' ' << room;
+            EXPECT_EQ(kept.empty(), room == 1000 || ending == ".fgb") << ending << ' ' << room;
+            if (!kept.empty() && (ending == ".geojson" || ending == ".gpkg")) {
+                EXPECT_GE(readMap(kept).size(), kRows / 2) << ending << ' ' << room;
+            } else {
+                EXPECT_TRUE(whole.starts_with(contents(kept))) << ending << ' ' << room;
+            }
+            fs::remove(kept);
         }
     }
 }
