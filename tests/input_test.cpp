@@ -186,6 +186,7 @@ TEST(Input, IsTheSameInEveryFormat) {
                                   "\"2012-12-18 11:59\",\"lat\":-33.5,\"lng\":-7.025e1}\r\n")),
         geoJson,
         translated(geoJson, "a.gpkg", {}),
+        translated(geoJson, "a.geojsonl", {"-f", "GeoJSONSeq", "-lco", "COORDINATE_PRECISION=9"}),
         translated(geoJson, "a.fgb", {"-f", "FlatGeobuf", "-lco", "SPATIAL_INDEX=NO"}),
         translated(geoJson, "mercator.gpkg", {"-t_srs", "EPSG:3857"}),
         save("a.gpx", R"(<gpx version="1.1" creator="x"><wpt lat="1" lon="2"/>
@@ -331,6 +332,21 @@ TEST(Input, SaysWhatIsBroken) {
     const auto feature = [](const std::string& geometry) {
         return R"({"type":"Feature","properties":{"id":1,"t":9},"geometry":)" + geometry + "}";
     };
+    const std::string collection =
+        R"({"type":"FeatureCollection","x":"]}[{\"","y":[1,2],"features":[)";
+    const std::string point =
+        feature(R"({"type":"Point","coordinates":[2,1]},"x":[",","\u0001\\u0000"])");
+    const std::string large(std::size_t{1} << 20, ' ');
+    const std::string harmless =
+        "<!-- <a><a> - --><![CDATA[<a><a>]]><?x <a><a>?><a b='a>/' c=\"/>'\"/>";
+    std::string nested; // 62 in three others
+    std::string harmlessGpx = gpx + "</trkseg></trk>";
+    std::string longCollection = collection;
+    for (int i = 0; i < 40; ++i) {
+        harmlessGpx += harmless;
+        nested += i < 31 ? "<a><a>" : "";
+        longCollection += point.substr(0, point.size() - 1) + large.substr(0, 30000) + "},";
+    }
     std::string damaged = zipped;
     damaged[zipped.size() - 5] ^= 1;                                             // in the check sum
     const std::string wide = "a,1,2," + std::string(65528 - header.size(), '0'); // CR ends a piece
@@ -393,6 +409,21 @@ TEST(Input, SaysWhatIsBroken) {
          "no point but a LINESTRING"},
         {"b.geojson", "{\"type\":\"FeatureCollection\",\"features\":[" + feature("null"), 0,
          "b.geojson: GDAL cannot read it as GeoJSON (At line 1"},
+        {"b.json", longCollection + feature("null") + "]}", 40, "geometry is missing"},
+        {"b.json", collection + point + large + "]}", 0, "b.json: it has a feature longer than 1"},
+        {"b.json", R"({"features":[)" + point + "]}", 0, "its type is not FeatureCollection"},
+        {"b.json", collection + point + R"(],"type":"a"})", 0, "its type is not FeatureCollection"},
+        {"b.json", collection + point + "]" + large + "}", 0,
+         "more than 1 MiB outside of the feat"},
+        {"b.json", R"({"features":{"a":[)" + point + ',' + large + "]}}", 0,
+         "more than 1 MiB outs"},
+        {"b.json.gz", packed(feature("[\"\\\\\\u0000\"]")), 0, "a text in it holds a NUL"},
+        {"b.gpx", harmlessGpx + "<trk><trkseg><trkpt lat='91' lon='2'/></trkseg></trk></gpx>", 200,
+         "lat is out of range"},
+        {"b.gpx", gpx + harmless + "<!DOCTYPE x>", 0, "it declares a document type"},
+        {"b.gpx", gpx + "<trkpt lat='\0'"s, 0, "it holds a NUL: its text is UTF-16"},
+        {"b.gpx", gpx + nested.substr(0, 3 * 61), 128, "it breaks off behind feature"},
+        {"b.gpx.gz", packed(gpx + nested), 0, "its elements nest too deep"},
         {"b.gpx", gpx, 128, "b.gpx: it breaks off behind feature 128 (XML parsing of GPX file"},
         {"waypoints.gpx", "<gpx version=\"1.1\" creator=\"x\"></gpx>", 0, "no layer has"},
     };

@@ -161,10 +161,11 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired = true) {
               "refused");
     command.get_option("--time-unit")->group(group);
     command
-        .add_option("--gdal-driver", input.gdalDriver,
-                    "the one of GDAL's drivers that is to read the tracks; those of .gpx, .gpkg, "
-                    ".geojson, .json, .fgb and .shp are known. It is trusted with all that it "
-                    "does: some read, write and fetch what a file tells them")
+        .add_option(
+            "--gdal-driver", input.gdalDriver,
+            "the one of GDAL's drivers that is to read the tracks; those of .gpx, .gpkg, "
+            ".geojson, .geojsonl, .json, .fgb and .shp are known. It is trusted with all that it "
+            "does: some read, write and fetch what a file tells them")
         ->group(group);
     command.add_option("--layer", input.layer, "layer of a GDAL source")->group(group);
 }

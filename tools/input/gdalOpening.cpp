@@ -2,6 +2,7 @@
 
 #include "tools/Failure.h"
 #include "tools/input/fileName.h"
+#include "tools/input/shapeFault.h"
 #include "tools/input/sqliteFault.h"
 #include "tools/output/GdalErrors.h"
 
@@ -24,8 +25,13 @@ struct Naming {
     const char* driver;
 };
 constexpr Naming kEndings[] = {
-    {".gpx", "GPX"},         {".gpkg", "GPKG"},    {".fgb", "FlatGeobuf"},
-    {".geojson", "GeoJSON"}, {".json", "GeoJSON"}, {".shp", "ESRI Shapefile"},
+    {".gpx", "GPX"},
+    {".gpkg", "GPKG"},
+    {".fgb", "FlatGeobuf"},
+    {".geojson", "GeoJSON"},
+    {".json", "GeoJSON"},
+    {".geojsonl", "GeoJSONSeq"},
+    {".shp", "ESRI Shapefile"},
 };
 constexpr Naming kBeginnings[] = {
     {"pg:", "PostgreSQL"},
@@ -87,16 +93,21 @@ void setNetwork(bool isOpen) {
     }
 }
 
+std::string faultOf(const std::string& file, const std::string& path, const std::string& driver,
+                    bool isTrusted) {
+    if (!isDatabase(driver)) {
+        return std::filesystem::is_directory(path) ? "" : shapeFault(file, driver);
+    }
+    return isPacked(file) ? "a database cannot be read packed: unpack it with gunzip"
+                          : sqliteFault(path, isTrusted);
+}
+
 /// A path that no driver can take for anything but a file.
 std::string pathOf(const std::string& file, const std::string& driver, bool isTrusted) {
     std::string path = std::filesystem::absolute(file).string();
-    if (isDatabase(driver)) {
-        const std::string fault = isPacked(file) ? "a database cannot be read packed: unpack it "
-                                                   "with gunzip"
-                                                 : sqliteFault(path, isTrusted);
-        if (!fault.empty()) {
-            refuse(file, fault);
-        }
+    const std::string fault = faultOf(file, path, driver, isTrusted);
+    if (!fault.empty()) {
+        refuse(file, fault);
     }
     return isPacked(file) ? "/vsigzip/" + path : path;
 }

@@ -8,16 +8,16 @@ class GDALDataset;
 
 namespace host {
 
-/// GDAL's driver for an input of that name: of .gpx, .gpkg, .geojson, .json, .fgb and .shp, also in
-/// front of .gz, and of what is no file but begins like the name of a database ("PG:dbname=fleet").
-/// Empty for others: GDAL knows formats by what is in a file, and some of them are programs that
-/// read, write and fetch what they like. So a file never chooses its driver.
+/// GDAL's driver for an input of that name: of .gpx, .gpkg, .geojson, .geojsonl, .json, .fgb and
+/// .shp, also in front of .gz, and of what is no file but begins like the name of a database
+/// ("PG:dbname=fleet"). Empty for others: GDAL knows formats by what is in a file, and some of them
+/// are programs that read, write and fetch what they like. So a file never chooses its driver.
 std::string gdalDriverOf(const std::string& input);
 
 /// Opens an input for reading, with that driver alone. GDAL prints nothing from then on.
 ///
-/// A file is kept from the network, from files beside it that are to be written, and, if it is an
-/// SQLite database, from what sqliteFault() tells.
+/// A file is kept from the network and from writing beside itself, and refused for what
+/// sqliteFault() or shapeFault() tells.
 /// @param input      a file, "-" for standard input, or a name that only the driver understands
 /// @param isTrusted  the command line names the driver
 /// Throws Failure(broken) when it cannot be opened, with GDAL's words if it has any, and
