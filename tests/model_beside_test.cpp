@@ -12,6 +12,7 @@
 #include "qorvel/geodesy/detail/bits.h"
 #include "qorvel/hangout/HangoutDetector.h"
 #include "qorvel/processor/MotionProcessor.h"
+#include "qorvel/processor/detail/FigureProcessor.h"
 
 #include <array>
 #include <cmath>
@@ -261,25 +262,117 @@ auto& stir(Stream& stream, Pairs& pairs) {
     return pair;
 }
 
-/// Two processors with one configuration and one of its own.
-Processors makeProcessors(Stream& stream) {
-    const auto make = [&stream]() -> Processors::value_type {
-        std::list<STBMasterRow> masters;
+struct Tables {
+    explicit Tables(Stream& stream) {
         for (const std::int32_t id : {0, 1, 2, 1}) {
             masters.emplace_back(id, stream.resolution());
         }
-        std::list<STBAssignmentRow> rows;
-        std::list<STBCompressionSpec> specs;
         for (std::int64_t i = stream.whole(1, 5); i > 0; --i) {
             rows.push_back(stream.row());
             specs.push_back(stream.spec());
         }
         specs.push_back(specs.front()); // equal specs share a detector
-        return {{masters, rows, specs}, {masters, rows, specs}, {}, {}};
+    }
+
+    std::list<STBMasterRow> masters;
+    std::list<STBAssignmentRow> rows;
+    std::list<STBCompressionSpec> specs;
+};
+
+/// Two processors with one configuration and one of its own.
+Processors makeProcessors(Stream& stream) {
+    const auto make = [&stream]() -> Processors::value_type {
+        const Tables tables(stream);
+        return {{tables.masters, tables.rows, tables.specs},
+                {tables.masters, tables.rows, tables.specs},
+                {},
+                {}};
     };
     const auto first = make();
     return {first, first, make()};
 }
+
+using qorvel_port::FigureProcessor;
+
+/// What comes as figures, with the fields that figures have.
+class Figures : public qorvel_port::FigureSink {
+public:
+    void take(const qorvel_port::Figures& figures) override {
+        STBCompressedEvent& record = records.emplace_back();
+        record.eid = figures.eid;
+        record.eventSequenceNumbers = {figures.eventCount, figures.firstSequenceNumber,
+                                       figures.lastSequenceNumber};
+        record.specPrimaryKeyId = figures.spec.primaryKeyId;
+        record.masterId = figures.spec.masterId;
+        record.stb = figures.stb;
+        record.firstTime = figures.firstTime;
+        record.endTime = figures.endTime;
+        record.totalCount = figures.totalCount;
+        record.beforeCount = figures.beforeCount;
+        record.afterCount = figures.afterCount;
+    }
+
+    /// Forgets those whose like it returned before.
+    std::list<STBCompressedEvent> takeNew() {
+        records.remove_if([this](const STBCompressedEvent& record) {
+            const SpaceTimeBox& box = record.stb;
+            return !known_
+                        .insert({record.eid, record.specPrimaryKeyId, box.toASCIIString(),
+                                 box.getGeoHashBitDepth(), box.start, box.end})
+                        .second;
+        });
+        return std::move(records);
+    }
+
+    std::list<STBCompressedEvent> records;
+
+private:
+    std::set<std::tuple<std::uint64_t, std::uint32_t, std::string, std::uint32_t, std::int64_t,
+                        std::int64_t>>
+        known_;
+};
+
+/// A processor, and the same as figures: each record once, and at every event.
+struct Figured {
+    explicit Figured(Stream& stream)
+        : tables(stream), kind(stream.drawPresence() ? FigureProcessor::Kind::presence
+                                                     : FigureProcessor::Kind::hangouts),
+          real(tables.masters, tables.rows, tables.specs),
+          first(make(FigureProcessor::Wanted::first)), every(make(FigureProcessor::Wanted::every)) {
+    }
+
+    FigureProcessor make(FigureProcessor::Wanted wanted) const {
+        return {kind, wanted, tables.masters, tables.rows, tables.specs};
+    }
+
+    void gc(std::int64_t time) {
+        real.gc(time);
+        first.gc(time);
+        every.gc(time);
+    }
+
+    /// Of the processor, without what figures do not tell.
+    std::list<STBCompressedEvent> reported(const Event& event) {
+        std::list<STBCompressedEvent> records;
+        kind == FigureProcessor::Kind::presence
+            ? real.processEventForPresenceCompression(event, records)
+            : real.processEventForHangout(event, records);
+        for (STBCompressedEvent& record : records) {
+            auto& numbers = record.eventSequenceNumbers;
+            numbers = {numbers.size(), numbers.front(), numbers.back()};
+            record.eventSecondaryKeyId = 0;
+            record.lastTimeBefore = record.firstTimeAfter = 0;
+        }
+        return records;
+    }
+
+    Tables tables;
+    FigureProcessor::Kind kind;
+    MotionProcessor real;
+    FigureProcessor first;
+    FigureProcessor every;
+    Figures ofEvery;
+};
 
 class ModelBeside : public testing::TestWithParam<Kind> {
 protected:
@@ -341,6 +434,23 @@ TEST_P(ModelBeside, Processors) {
                             : side.processEventForHangout(event, out);
         });
         return pair.modelOut.size();
+    });
+}
+
+TEST_P(ModelBeside, Figures) {
+    const auto make = [](Stream& stream) { return std::make_unique<Figured>(stream); };
+    runStreams(make, [](Stream& stream, std::unique_ptr<Figured>& figured) {
+        if (stream.chance(0.02)) {
+            figured->gc(stream.gcTime());
+        }
+        const Event event = stream.event();
+        const std::list<STBCompressedEvent> reported = figured->reported(event);
+        Figures ofFirst;
+        figured->first.process(event, ofFirst);
+        figured->every.process(event, figured->ofEvery);
+        EXPECT_EQ("", model::difference(reported, ofFirst.records));
+        EXPECT_EQ("", model::difference(reported, figured->ofEvery.takeNew()));
+        return reported.size();
     });
 }
 

@@ -1,6 +1,7 @@
 #include "qorvel/hangout/HangoutDetector.h"
 
 #include "qorvel/hangout/detail/DetectorState.h"
+#include "qorvel/hangout/detail/RecordList.h"
 
 QORVEL_BEGIN_NAMESPACE
 
@@ -30,7 +31,7 @@ bool HangoutDetector::processEventPresenceCompression(const Event& event,
                                                       const STBCompressionSpec& spec,
                                                       const SpaceTimeBoxSpec& stbSpec,
                                                       std::list<STBCompressedEvent>& out) {
-    qorvel_detail::RecordSink sink(out);
+    qorvel_detail::RecordList sink(out);
     return state_->processPresence(event, qorvel_detail::Position(event.latitude, event.longitude),
                                    {timeToleranceFactor, spaceToleranceFactor, spec, stbSpec},
                                    sink);
@@ -41,7 +42,7 @@ bool HangoutDetector::processEventDwellTime(const Event& event, const double& ti
                                             const STBCompressionSpec& spec,
                                             const SpaceTimeBoxSpec& stbSpec,
                                             std::list<STBCompressedEvent>& out) {
-    qorvel_detail::RecordSink sink(out);
+    qorvel_detail::RecordList sink(out);
     return state_->processDwell(event, qorvel_detail::Position(event.latitude, event.longitude),
                                 {timeToleranceFactor, spaceToleranceFactor, spec, stbSpec}, sink);
 }

@@ -37,8 +37,9 @@ public:
     void report(const Cell& cell, const Series& series, const Tally& tally,
                 std::uint32_t denominator) {
         const auto passes = [&](std::uint32_t count) {
-            return count != 0 && static_cast<double>(count) / static_cast<double>(denominator) >=
-                                     rule_.spec.ratio;
+            return count != 0 && (rule_.takesAll || static_cast<double>(count) /
+                                                            static_cast<double>(denominator) >=
+                                                        rule_.spec.ratio);
         };
         if (passes(tally.beforeCount)) {
             reportSide(cell, boxBefore(), series, tally);
@@ -79,29 +80,8 @@ private:
     void reportSide(const Cell& cell, const TimeBox& box, const Series& series,
                     const Tally& tally) {
         if (sink_.wants(keyOf(cell, box))) {
-            std::list<STBCompressedEvent> record(1);
-            fill(record.front(), cell, box, series, tally);
-            sink_.append(record);
+            sink_.take({event_, rule_.spec, cell, box, series, tally});
         }
-    }
-
-    void fill(STBCompressedEvent& record, const Cell& cell, const TimeBox& box,
-              const Series& series, const Tally& tally) const {
-        record.eid = event_.eid;
-        for (std::uint32_t i = 0; i < series.size(); ++i) {
-            record.eventSequenceNumbers.push_back(series[i].sequenceNumber);
-        }
-        record.specPrimaryKeyId = rule_.spec.primaryKeyId;
-        record.eventSecondaryKeyId = static_cast<std::uint32_t>(event_.secondaryKeyId);
-        record.masterId = rule_.spec.masterId;
-        record.stb = SpaceTimeBox(boxOf(cell), box);
-        record.firstTime = series.front().time;
-        record.endTime = wrappingAdd(series.back().time, 1);
-        record.lastTimeBefore = tally.lastBefore;
-        record.firstTimeAfter = tally.firstAfter;
-        record.totalCount = tally.beforeCount + tally.afterCount;
-        record.beforeCount = tally.beforeCount;
-        record.afterCount = tally.afterCount;
     }
 
     const Event& event_;
@@ -151,6 +131,12 @@ void prefetchOwn(const CellTable& cells, const Position& position, std::uint32_t
 bool coversSpan(const Series& series, std::uint32_t span) {
     return !series.empty() &&
            wrappingSubtract(endOf(series.back()), beginOf(series.front())) >= std::int64_t{span};
+}
+
+bool isHangout(const Series& series, const DetectionRule& rule) {
+    return rule.takesAll ? !series.empty()
+                         : coversSpan(series, rule.spec.windowMillis) &&
+                               series.size() >= rule.spec.minCount;
 }
 
 } // namespace
@@ -212,7 +198,7 @@ bool DetectorState::processPresenceUnlocked(const Event& event, const Position& 
         Series& series = cells.findOrAdd(significant(near.cells[i])).series;
         series.append(item);
         series.forget(cutoff);
-        if (series.size() >= rule.spec.minCount) {
+        if (rule.takesAll || series.size() >= rule.spec.minCount) {
             const Tally tally = series.tally(boundary);
             reporter.report(near.cells[i], series, tally, tally.beforeCount + tally.afterCount);
             found = true;
@@ -247,7 +233,7 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
         }
         series.append(item);
         series.forget(cutoff);
-        if (coversSpan(series, rule.spec.windowMillis) && series.size() >= rule.spec.minCount) {
+        if (isHangout(series, rule)) {
             reporter.report(near.cells[i], series, series.tally(boundary), rule.spec.minCount);
             found = true;
         }

@@ -25,6 +25,9 @@ struct DetectionRule {
     double spaceToleranceFactor;
     const STBCompressionSpec& spec;
     const SpaceTimeBoxSpec& stbSpec;
+    /// Whatever lies near a cell is a record, before it is enough for the spec: who asks why
+    /// nothing was found wants to see how far it has come.
+    bool takesAll = false;
 };
 
 /// What a slot of a table by entity has in common with the others.

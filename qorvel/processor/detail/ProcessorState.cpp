@@ -2,6 +2,7 @@
 
 #include "qorvel/geodesy/detail/bits.h"
 #include "qorvel/geohash/detail/boxCell.h"
+#include "qorvel/hangout/detail/RecordList.h"
 #include "qorvel/model/detail/tolerance.h"
 #include "qorvel/processor/detail/BoxCollector.h"
 
@@ -49,19 +50,16 @@ void generateBoxes(const Event& event, const Position& position,
 }
 
 /// Declines what the final pass over the output would remove.
-class ProcessorSink : public RecordSink {
+class NewRecordList : public RecordList {
 public:
-    ProcessorSink(std::list<STBCompressedEvent>& records, const RecentHangouts& reported)
-        : RecordSink(records), reported_(reported) {}
+    NewRecordList(std::list<STBCompressedEvent>& records, const RecentHangouts& reported)
+        : RecordList(records), reported_(reported) {}
 
     bool wants(const RecordKey& key) const override { return !reported_.contains(key); }
-    bool remembersMuch() const override { return reported_.size() > kInCache; }
+    bool remembersMuch() const override { return reported_.isLarge(); }
     void prefetch(const RecordKey& key) const override { reported_.prefetch(key); }
 
 private:
-    /// About what stays in the processor's own cache.
-    static constexpr std::uint64_t kInCache = 10000;
-
     const RecentHangouts& reported_;
 };
 
@@ -80,7 +78,7 @@ void ProcessorState::forEachApplyingRow(const Event& event, const Position& posi
     index.forEachCandidate(event, ownCell, [&](std::uint32_t number) {
         const Configuration::Row& row = configuration_->row(number);
         const bool inArea = index.decidesArea() || row.tests.isInArea(ownCell);
-        if (row.master != nullptr && row.tests.pass(event, position, inArea)) {
+        if (row.master != nullptr && row.tests.passWithKeys(event, position, inArea)) {
             visit(row);
         }
     });
@@ -113,21 +111,26 @@ void ProcessorState::getExtendedSTB(const Event& event, std::list<ExtendedSTB>& 
 
 void ProcessorState::process(const Event& event, Operation operation,
                              std::list<STBCompressedEvent>& out) {
+    NewRecordList sink(out, recentHangouts_);
+    process(event, operation, false, sink);
+    recentHangouts_.supressDuplicateHangouts(out);
+}
+
+void ProcessorState::process(const Event& event, Operation operation, bool takesAll,
+                             RecordSink& sink) {
     const Position position(event.latitude, event.longitude);
-    ProcessorSink sink(out, recentHangouts_);
     const auto visit = [&](const Configuration::Row& row) {
         for (const Configuration::SpecEntry& entry : *row.specs) {
             if (primaryKeyMatches(static_cast<std::int32_t>(entry.spec.primaryKeyId), event)) {
                 const STBAssignmentRow& assignment = row.tests.row();
                 const DetectionRule rule{assignment.timeToleranceFactor,
                                          assignment.spaceToleranceFactor, entry.spec,
-                                         row.master->stbSpec};
+                                         row.master->stbSpec, takesAll};
                 (detectorOf(entry).*operation)(event, position, rule, sink);
             }
         }
     };
     forEachApplyingRow(event, position, visit);
-    recentHangouts_.supressDuplicateHangouts(out);
 }
 
 DetectorState& ProcessorState::detectorOf(const Configuration::SpecEntry& entry) {

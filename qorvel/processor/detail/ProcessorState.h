@@ -28,14 +28,20 @@ public:
     void getSTB(const Event& event, std::list<SpaceTimeBox>& out) const;
     void getExtendedSTB(const Event& event, std::list<ExtendedSTB>& out) const;
 
-    /// Gives the event to every detector that its rows and specs lead to.
+    /// Gives the event to every detector that its rows and specs lead to, and drops repeats.
     void process(const Event& event, Operation operation, std::list<STBCompressedEvent>& out);
+    /// The same, but what the detectors find goes to the sink as it comes, repeats included.
+    /// @param takesAll  as DetectionRule has it
+    void process(const Event& event, Operation operation, bool takesAll, RecordSink& sink);
 
     void gc(std::int64_t time);
 
     std::uint64_t detectorCount() const;
     std::uint64_t sumOverDetectors(std::uint64_t (DetectorState::*count)() const) const;
     std::uint64_t recentHangoutCount() const { return recentHangouts_.size(); }
+
+    /// What was reported, for sinks that drop repeats themselves.
+    RecentHangouts& recentHangouts() { return recentHangouts_; }
 
 private:
     using Detector = std::shared_ptr<DetectorState>;

@@ -35,12 +35,11 @@ std::uint64_t RecentHangouts::Slot::hash(const RecordKey& key) {
 
 void RecentHangouts::supressDuplicateHangouts(std::list<STBCompressedEvent>& records) {
     for (auto record = records.begin(); record != records.end();) {
-        record = isDuplicateHangout(*record) ? records.erase(record) : std::next(record);
+        record = isDuplicateHangout(keyOf(*record)) ? records.erase(record) : std::next(record);
     }
 }
 
-bool RecentHangouts::isDuplicateHangout(const STBCompressedEvent& record) {
-    const RecordKey key = keyOf(record);
+bool RecentHangouts::isDuplicateHangout(const RecordKey& key) {
     const std::uint64_t known = size();
     Slot& slot = keys_.findOrAdd(key);
     if (size() > known) {

@@ -27,10 +27,16 @@ public:
         const Slot* const known = keys_.find(key);
         return known != nullptr && known->remembers(spanOf(key));
     }
+    /// Remembers a record. True when it repeats one that was reported.
+    bool isDuplicateHangout(const RecordKey& key);
     void prefetch(const RecordKey& key) const { keys_.prefetch(key); }
     std::uint64_t size() const { return keys_.size(); }
+    /// Is it more than stays in the machine's own cache, so that a prefetch is worth it?
+    bool isLarge() const { return size() > kInCache; }
 
 private:
+    static constexpr std::uint64_t kInCache = 10000;
+
     /// A time box without its class.
     struct Span {
         std::int64_t start = 0;
@@ -70,8 +76,6 @@ private:
         }
     };
     static_assert(sizeof(Slot) <= 88);
-
-    bool isDuplicateHangout(const STBCompressedEvent& record);
 
     FlatTable<Slot> keys_;
 };

@@ -7,12 +7,43 @@
 
 namespace qorvel_detail {
 
+namespace {
+
+// A NaN on either side fails.
+bool spaceToleranceFits(const STBAssignmentRow& row, const Event& event) {
+    return row.maxSpaceTolerance >= event.spaceTolerance;
+}
+
+bool timeToleranceFits(const STBAssignmentRow& row, const Event& event) {
+    return row.maxTimeTolerance >= event.timeTolerance;
+}
+
+} // namespace
+
 RowTests::RowTests(const STBAssignmentRow& row)
     : row_(row), reach_(row.latitude, row.longitude, row.radius) {}
 
-bool RowTests::pass(const Event& event, const Position& position, bool inArea) const {
+bool RowTests::passWithKeys(const Event& event, const Position& position, bool inArea) const {
     // No test has an effect of its own, so the dearest comes last.
-    return inArea && tolerancesFit(event) && isNear(event, position);
+    return inArea && spaceToleranceFits(row_, event) && timeToleranceFits(row_, event) &&
+           isNear(event, position);
+}
+
+bool RowTests::passes(RowTest test, const Event& event, const Position& position) const {
+    switch (test) {
+    case RowTest::primaryKey:
+        return primaryKeyMatches(row_.primaryKeyId, event);
+    case RowTest::secondaryKey:
+        return row_.secondaryKeyId == event.secondaryKeyId;
+    case RowTest::spaceTolerance:
+        return spaceToleranceFits(row_, event);
+    case RowTest::timeTolerance:
+        return timeToleranceFits(row_, event);
+    case RowTest::distance:
+        return isNear(event, position);
+    default:
+        return isInArea(position.ownCell());
+    }
 }
 
 bool RowTests::isInArea(const Cell& ownCell) const {
@@ -20,12 +51,6 @@ bool RowTests::isInArea(const Cell& ownCell) const {
         const Cell cell = significantCellOf(box);
         return significant(ownCell.first, ownCell.second, cell.depth) == cell;
     });
-}
-
-/// A NaN on either side fails.
-bool RowTests::tolerancesFit(const Event& event) const {
-    return row_.maxSpaceTolerance >= event.spaceTolerance &&
-           row_.maxTimeTolerance >= event.timeTolerance;
 }
 
 bool RowTests::isNear(const Event& event, const Position& position) const {

@@ -1,0 +1,127 @@
+#include "qorvel/processor/detail/FigureProcessor.h"
+
+#include "qorvel/geodesy/detail/GeodesyContext.h"
+#include "qorvel/geohash/detail/boxCell.h"
+#include "qorvel/processor/detail/ProcessorState.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace qorvel_port {
+
+using qorvel_detail::Configuration;
+using qorvel_detail::DetectorState;
+using qorvel_detail::Position;
+using qorvel_detail::ProcessorState;
+using qorvel_detail::RecentHangouts;
+using qorvel_detail::RecordKey;
+using qorvel_detail::RecordSink;
+using qorvel_detail::RecordView;
+using qorvel_detail::RowTests;
+
+namespace {
+
+/// Hands on figures; each record once if there is a memory of what was reported.
+class FigureAdapter : public RecordSink {
+public:
+    FigureAdapter(FigureSink& sink, RecentHangouts* reported) : sink_(sink), reported_(reported) {}
+
+    bool wants(const RecordKey& key) const override {
+        return reported_ == nullptr || !reported_->contains(key);
+    }
+    bool remembersMuch() const override { return reported_ != nullptr && reported_->isLarge(); }
+    void prefetch(const RecordKey& key) const override { reported_->prefetch(key); }
+
+    void take(const RecordView& view) override {
+        if (reported_ != nullptr) {
+            reported_->isDuplicateHangout(view.key()); // never is: it was wanted
+        }
+        const SpaceTimeBox stb(qorvel_detail::boxOf(view.cell), view.box);
+        sink_.take({view.event.eid, view.spec, stb, view.totalCount(), view.tally.beforeCount,
+                    view.tally.afterCount, view.firstTime(), view.endTime(), view.series.size(),
+                    view.series.front().sequenceNumber, view.series.back().sequenceNumber});
+    }
+
+private:
+    FigureSink& sink_;
+    RecentHangouts* reported_;
+};
+
+} // namespace
+
+bool passes(RowTest test, const STBAssignmentRow& row, const Event& event) {
+    return RowTests(row).passes(test, event, Position(event.latitude, event.longitude));
+}
+
+bool applies(const STBAssignmentRow& row, const Event& event) {
+    const RowTests tests(row);
+    const Position position(event.latitude, event.longitude);
+    return std::all_of(std::begin(kRowTests), std::end(kRowTests), [&](RowTest test) {
+        return tests.passes(test, event, position);
+    });
+}
+
+bool leadsTo(const STBAssignmentRow& row, const STBCompressionSpec& spec, const Event& event) {
+    return static_cast<std::uint32_t>(row.masterId) == spec.masterId &&
+           passes(RowTest::primaryKey, row, event) && passes(RowTest::secondaryKey, row, event) &&
+           qorvel_detail::primaryKeyMatches(static_cast<std::int32_t>(spec.primaryKeyId), event);
+}
+
+class QORVEL_NO_EXPORT FigureProcessor::State {
+public:
+    State(Kind kind, Wanted wanted, const std::shared_ptr<const Configuration>& configuration)
+        : processor_(configuration),
+          operation_(kind == Kind::presence ? &DetectorState::processPresence
+                                            : &DetectorState::processDwell),
+          wanted_(wanted) {}
+
+    void boxes(const Event& event, BoxSink& sink) {
+        boxes_.clear();
+        processor_.getSTB(event, boxes_);
+        for (const SpaceTimeBox& box : boxes_) {
+            sink.take(box);
+        }
+    }
+
+    void process(const Event& event, FigureSink& sink) {
+        FigureAdapter adapter(sink,
+                              wanted_ == Wanted::first ? &processor_.recentHangouts() : nullptr);
+        processor_.process(event, operation_, wanted_ == Wanted::unfinished, adapter);
+    }
+
+    void gc(std::int64_t time) { processor_.gc(time); }
+
+private:
+    ProcessorState processor_;
+    ProcessorState::Operation operation_;
+    Wanted wanted_;
+    std::list<SpaceTimeBox> boxes_;
+};
+
+FigureProcessor::FigureProcessor(Kind kind, Wanted wanted,
+                                 const std::list<STBMasterRow>& masterRows,
+                                 const std::list<STBAssignmentRow>& assignmentRows,
+                                 const std::list<STBCompressionSpec>& compressionSpecs) {
+    qorvel_detail::GeodesyContext::get(); // the one-time set-up of the metrics
+    state_ = std::make_unique<State>(
+        kind, wanted,
+        std::make_shared<const Configuration>(masterRows, assignmentRows, compressionSpecs));
+}
+
+FigureProcessor::FigureProcessor(FigureProcessor&&) noexcept = default;
+
+FigureProcessor::~FigureProcessor() = default;
+
+void FigureProcessor::boxes(const Event& event, BoxSink& sink) const {
+    state_->boxes(event, sink);
+}
+
+void FigureProcessor::process(const Event& event, FigureSink& sink) {
+    state_->process(event, sink);
+}
+
+void FigureProcessor::gc(std::int64_t time) {
+    state_->gc(time);
+}
+
+} // namespace qorvel_port

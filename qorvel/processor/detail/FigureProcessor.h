@@ -1,0 +1,109 @@
+#ifndef QORVEL_PROCESSOR_DETAIL_FIGUREPROCESSOR_H
+#define QORVEL_PROCESSOR_DETAIL_FIGUREPROCESSOR_H
+
+#include "qorvel/export.h"
+#include "qorvel/model/Event.h"
+#include "qorvel/model/STBAssignmentRow.h"
+#include "qorvel/model/STBCompressionSpec.h"
+#include "qorvel/model/STBMasterRow.h"
+#include "qorvel/model/SpaceTimeBox.h"
+
+#include <cstdint>
+#include <list>
+#include <memory>
+
+/// The one way by which the engine reaches into the library: what hosts get as lists of records, it
+/// gets as figures, at every event if it wants. Exported, but not installed: it may change with
+/// every version, and the engine's package wants the very version that it was built with.
+namespace qorvel_port {
+
+/// The tests by which an assignment row takes an event.
+enum class RowTest { primaryKey, secondaryKey, spaceTolerance, timeTolerance, distance, area };
+
+inline constexpr RowTest kRowTests[] = {RowTest::primaryKey,     RowTest::secondaryKey,
+                                        RowTest::spaceTolerance, RowTest::timeTolerance,
+                                        RowTest::distance,       RowTest::area};
+
+/// Does the event pass that test of the row, whatever the others say?
+QORVEL_EXPORT bool passes(RowTest test, const STBAssignmentRow& row, const Event& event);
+
+/// Does it pass all six?
+QORVEL_EXPORT bool applies(const STBAssignmentRow& row, const Event& event);
+
+/// Does the row lead the event to the spec, as far as master and keys tell: those of row and event,
+/// and the primary keys of spec and event?
+QORVEL_EXPORT bool leadsTo(const STBAssignmentRow& row, const STBCompressionSpec& spec,
+                           const Event& event);
+
+/// A record as numbers, without the list of its events (see STBCompressedEvent). Good only for the
+/// call that it is handed to.
+struct Figures {
+    std::uint64_t eid;
+    const STBCompressionSpec& spec; ///< equal to the one that found it
+    const SpaceTimeBox& stb;
+    std::uint32_t totalCount;
+    std::uint32_t beforeCount;
+    std::uint32_t afterCount;
+    std::int64_t firstTime; ///< of the covered event that arrived first, ms
+    std::int64_t endTime;   ///< of the one that arrived last, ms, plus 1; wraps
+    std::uint64_t eventCount;
+    std::uint64_t firstSequenceNumber; ///< of the covered event that arrived first
+    std::uint64_t lastSequenceNumber;
+};
+
+class FigureSink {
+public:
+    FigureSink() = default;
+    FigureSink(const FigureSink&) = delete;
+    FigureSink& operator=(const FigureSink&) = delete;
+    virtual ~FigureSink() = default;
+    virtual void take(const Figures& figures) = 0;
+};
+
+class BoxSink {
+public:
+    BoxSink() = default;
+    BoxSink(const BoxSink&) = delete;
+    BoxSink& operator=(const BoxSink&) = delete;
+    virtual ~BoxSink() = default;
+    virtual void take(const SpaceTimeBox& box) = 0;
+};
+
+/// A MotionProcessor for presence compression or for hangouts that hands on figures. Its rules, and
+/// the order of what it finds, are that one's. One thread at a time; exceptions pass through.
+class QORVEL_EXPORT FigureProcessor {
+public:
+    enum class Kind { presence, hangouts };
+
+    enum class Wanted {
+        first,     ///< each record once, when it is first established: what a processor reports
+        every,     ///< each record at every event that establishes it, with the figures by then
+        unfinished ///< at every event what lies near a cell, whether or not the spec has enough
+    };
+
+    /// Copies the tables and validates nothing.
+    FigureProcessor(Kind kind, Wanted wanted, const std::list<STBMasterRow>& masterRows,
+                    const std::list<STBAssignmentRow>& assignmentRows,
+                    const std::list<STBCompressionSpec>& compressionSpecs);
+    FigureProcessor(const FigureProcessor&) = delete;
+    FigureProcessor& operator=(const FigureProcessor&) = delete;
+    FigureProcessor(FigureProcessor&&) noexcept;
+    ~FigureProcessor();
+
+    /// Calls the sink with each space-time box that the event touches, as MotionProcessor::getSTB.
+    void boxes(const Event& event, BoxSink& sink) const;
+
+    /// Takes the event and calls the sink with what it establishes.
+    void process(const Event& event, FigureSink& sink);
+
+    /// As MotionProcessor::gc.
+    void gc(std::int64_t time);
+
+private:
+    class State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace qorvel_port
+
+#endif
