@@ -7,7 +7,7 @@
 #include "bench/model/compare.h"
 #include "law.h"
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/qorvel.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-#include "qorvel/geodesy/detail/calendar.h"
+#include "qorvel/base/calendar.h"
 #include "qorvel/geodesy/detail/decode.h"
 #include "qorvel/qorvel.h"
 

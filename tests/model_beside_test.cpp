@@ -9,7 +9,7 @@
 #include "bench/model/compare.h"
 #include "tools/world/Random.h"
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/hangout/HangoutDetector.h"
 #include "qorvel/processor/MotionProcessor.h"
 #include "qorvel/processor/detail/FigureProcessor.h"

@@ -1,6 +1,6 @@
 #include "ModelDetector.h"
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/model/SpaceTimeBox.h"
 #include "qorvel/model/TimeBox.h"
 

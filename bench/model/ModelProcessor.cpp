@@ -1,6 +1,6 @@
 #include "ModelProcessor.h"
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/geohash/SpaceBox.h"
 #include "qorvel/geohash/UtilG2.h"
 

@@ -1,7 +1,7 @@
 #ifndef QORVEL_BENCH_MODEL_CELLS_H
 #define QORVEL_BENCH_MODEL_CELLS_H
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/geohash/SpaceBox.h"
 #include "qorvel/geohash/UtilG2.h"
 

@@ -1,5 +1,7 @@
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
 
+#include "qorvel/base/keys.h"
+#include "qorvel/base/underLock.h"
 #include "qorvel/geodesy/detail/decode.h"
 #include "qorvel/geohash/UtilG2.h"
 #include "qorvel/geohash/detail/Cell.h"
@@ -17,8 +19,7 @@ namespace {
 
 constexpr int kSuccess = 0;
 
-/// The key whose number the processor takes as "every key" when it is the first registered.
-const char* const kAnyKey = "ANY";
+using qorvel_detail::kAnyKey;
 
 /// What a call that builds something says when the result is invalid.
 struct Failure {
@@ -43,13 +44,10 @@ int finish(const Built& out, const Failure& failure, std::stringstream& errors) 
     return qorvel_detail::check(valid, failure.tag, errors) ? kSuccess : failure.code;
 }
 
-/// Runs `registerNames` under the process-wide lock. Deliberately without a guard: an exception
-/// leaves the lock with this thread, so that no other thread sees half-registered names unwarned.
+/// What registers names runs under the process-wide lock.
 template <typename Work>
 void underLock(Work registerNames) {
-    QorvelMotionProcessorAPI::__stbMutex->lock();
-    registerNames();
-    QorvelMotionProcessorAPI::__stbMutex->unlock();
+    qorvel_detail::underLock(*QorvelMotionProcessorAPI::__stbMutex, registerNames);
 }
 
 /// The numbers that rows and specs carry.

@@ -1,5 +1,6 @@
 #include "qorvel/geodesy/SpheroidalMetric.h"
 
+#include "qorvel/base/wgs84.h"
 #include "qorvel/geodesy/PointGeodetic128.h"
 #include "qorvel/geodesy/detail/GeodesyContext.h"
 #include "qorvel/geodesy/detail/angles.h"
@@ -23,8 +24,10 @@ constexpr double kHaversineLimit = 10000.0; // metres
 constexpr double kFarHaversine = 6.15e-7;
 constexpr double kFarLatitudes = 0.0016; // radians
 constexpr double kInRange = 1.57;        // radians
-static_assert(kFarHaversine > 1.0005 * qorvel_detail::square(kHaversineLimit / (2 * 6378137.0)));
-static_assert(kFarLatitudes > 1.0005 * kHaversineLimit / 6378137.0);
+static_assert(kFarHaversine >
+              1.0005 * qorvel_detail::square(kHaversineLimit /
+                                             (2 * qorvel_detail::kWgs84SemiMajorAxis)));
+static_assert(kFarLatitudes > 1.0005 * kHaversineLimit / qorvel_detail::kWgs84SemiMajorAxis);
 
 bool isSurelyFar(double phi1, double phi2) {
     return std::abs(phi2 - phi1) > kFarLatitudes && std::abs(phi1) < kInRange &&

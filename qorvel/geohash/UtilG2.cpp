@@ -1,9 +1,9 @@
 #include "qorvel/geohash/UtilG2.h"
 
+#include "qorvel/base/calendar.h"
 #include "qorvel/geodesy/PointGeodetic128.h"
 #include "qorvel/geodesy/detail/GeodesyContext.h"
 #include "qorvel/geodesy/detail/angles.h"
-#include "qorvel/geodesy/detail/calendar.h"
 #include "qorvel/geodesy/detail/decode.h"
 #include "qorvel/geodesy/distanceByMetric.h"
 #include "qorvel/geohash/SpaceBox.h"

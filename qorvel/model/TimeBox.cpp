@@ -1,6 +1,6 @@
 #include "qorvel/model/TimeBox.h"
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 
 QORVEL_BEGIN_NAMESPACE
 

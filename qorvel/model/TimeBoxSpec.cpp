@@ -1,22 +1,18 @@
 #include "qorvel/model/TimeBoxSpec.h"
 
-#include "qorvel/geodesy/detail/bits.h"
-#include "qorvel/geodesy/detail/calendar.h"
+#include "qorvel/base/bits.h"
+#include "qorvel/base/calendar.h"
+#include "qorvel/base/timeUnits.h"
 #include "qorvel/model/detail/check.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 
 QORVEL_BEGIN_NAMESPACE
 
 namespace {
 
-constexpr std::array<std::string_view, 8> kUnitWords = {
-    "milliseconds", "seconds", "minutes", "hours", "days", "months", "years", "ever"};
-
-/// Milliseconds of the units of fixed length.
-constexpr std::array<std::uint32_t, 5> kFixedUnitMillis = {1, 1000, 60000, 3600000, 86400000};
+using qorvel_detail::kFixedUnitMillis;
+using qorvel_detail::kUnitWords;
 
 constexpr std::uint32_t kDayMillis = 86400000;
 constexpr std::uint32_t kNominalMonthMillis = 2592000000; // 30 days

@@ -1,5 +1,7 @@
 #include "qorvel/geodesy/detail/GeodesyContext.h"
 
+#include "qorvel/base/wgs84.h"
+
 namespace qorvel_detail {
 
 const GeodesyContext* GeodesyContext::get() {
@@ -8,10 +10,10 @@ const GeodesyContext* GeodesyContext::get() {
 }
 
 GeodesyContext::GeodesyContext()
-    : ellipsoids_{Ellipsoid(6378137.0, 6356752.314245), // WGS-84
-                  Ellipsoid(6378137.0, 6356752.3141),   // GRS-80
-                  Ellipsoid(6377563.396, 6356256.909),  // Airy 1830
-                  Ellipsoid(6378388.0, 6356911.946)}    // International 1924
+    : ellipsoids_{Ellipsoid(kWgs84SemiMajorAxis, kWgs84SemiMinorAxis),
+                  Ellipsoid(6378137.0, 6356752.3141),  // GRS-80
+                  Ellipsoid(6377563.396, 6356256.909), // Airy 1830
+                  Ellipsoid(6378388.0, 6356911.946)}   // International 1924
 {}
 
 } // namespace qorvel_detail

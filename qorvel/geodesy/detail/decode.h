@@ -1,6 +1,8 @@
 #ifndef QORVEL_GEODESY_DETAIL_DECODE_H
 #define QORVEL_GEODESY_DETAIL_DECODE_H
 
+#include "qorvel/base/interleave.h"
+
 #include <bit>
 #include <cstdint>
 
@@ -28,16 +30,6 @@ constexpr double codeToFraction(std::uint64_t code) {
     const std::uint64_t afterLeadingOne = (magnitude << leadingZeros) << 1;
     return std::bit_cast<double>((negative ? kZeroCode : 0) | (exponent << 52) |
                                  (afterLeadingOne >> 12));
-}
-
-/// The 32 bits at the even positions of a word, side by side.
-constexpr std::uint64_t evenBits(std::uint64_t word) {
-    word &= 0x5555555555555555U;
-    word = (word | (word >> 1)) & 0x3333333333333333U;
-    word = (word | (word >> 2)) & 0x0F0F0F0F0F0F0F0FU;
-    word = (word | (word >> 4)) & 0x00FF00FF00FF00FFU;
-    word = (word | (word >> 8)) & 0x0000FFFF0000FFFFU;
-    return (word | (word >> 16)) & 0x00000000FFFFFFFFU;
 }
 
 struct Degrees {

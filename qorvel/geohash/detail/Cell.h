@@ -1,16 +1,15 @@
 #ifndef QORVEL_GEOHASH_DETAIL_CELL_H
 #define QORVEL_GEOHASH_DETAIL_CELL_H
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
+#include "qorvel/base/hashing.h"
+#include "qorvel/base/interleave.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 namespace qorvel_detail {
-
-/// Depth of the finest cell.
-inline constexpr std::uint32_t kMaxDepth = 128;
 
 /// Depth that marks a box whose text is no geohash.
 inline constexpr std::uint32_t kUnparsableDepth = UINT32_MAX;
@@ -53,6 +52,11 @@ constexpr Cell significant(std::uint64_t first, std::uint64_t second, std::uint3
 
 constexpr Cell significant(const Cell& cell) {
     return significant(cell.first, cell.second, cell.depth);
+}
+
+/// Of a significant cell.
+constexpr std::uint64_t hashOf(const Cell& cell) {
+    return mix(cell.first ^ mix(cell.second + cell.depth));
 }
 
 } // namespace qorvel_detail

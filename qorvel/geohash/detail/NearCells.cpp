@@ -1,8 +1,8 @@
 #include "qorvel/geohash/detail/NearCells.h"
 
+#include "qorvel/base/bits.h"
 #include "qorvel/geodesy/detail/GeodesyContext.h"
 #include "qorvel/geodesy/detail/angles.h"
-#include "qorvel/geodesy/detail/bits.h"
 
 #include <cmath>
 #include <cstddef>

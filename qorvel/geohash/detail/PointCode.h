@@ -1,7 +1,7 @@
 #ifndef QORVEL_GEOHASH_DETAIL_POINTCODE_H
 #define QORVEL_GEOHASH_DETAIL_POINTCODE_H
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/geodesy/detail/decode.h"
 #include "qorvel/geohash/detail/Cell.h"
 

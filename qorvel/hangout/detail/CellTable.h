@@ -1,9 +1,9 @@
 #ifndef QORVEL_HANGOUT_DETAIL_CELLTABLE_H
 #define QORVEL_HANGOUT_DETAIL_CELLTABLE_H
 
+#include "qorvel/base/FlatTable.h"
+#include "qorvel/base/hashing.h"
 #include "qorvel/geohash/detail/Cell.h"
-#include "qorvel/geohash/detail/hashing.h"
-#include "qorvel/hangout/detail/FlatTable.h"
 #include "qorvel/hangout/detail/Series.h"
 
 #include <cstdint>

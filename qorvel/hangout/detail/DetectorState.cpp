@@ -1,6 +1,7 @@
 #include "qorvel/hangout/detail/DetectorState.h"
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
+#include "qorvel/base/underLock.h"
 #include "qorvel/geohash/detail/boxCell.h"
 #include "qorvel/model/detail/tolerance.h"
 
@@ -37,9 +38,9 @@ public:
     void report(const Cell& cell, const Series& series, const Tally& tally,
                 std::uint32_t denominator) {
         const auto passes = [&](std::uint32_t count) {
-            return count != 0 && (rule_.takesAll || static_cast<double>(count) /
-                                                            static_cast<double>(denominator) >=
-                                                        rule_.spec.ratio);
+            return count != 0 && (rule_.takesAll ||
+                                  static_cast<double>(count) / static_cast<double>(denominator) >=
+                                      rule_.spec.ratio);
         };
         if (passes(tally.beforeCount)) {
             reportSide(cell, boxBefore(), series, tally);
@@ -134,9 +135,9 @@ bool coversSpan(const Series& series, std::uint32_t span) {
 }
 
 bool isHangout(const Series& series, const DetectionRule& rule) {
-    return rule.takesAll ? !series.empty()
-                         : coversSpan(series, rule.spec.windowMillis) &&
-                               series.size() >= rule.spec.minCount;
+    return rule.takesAll
+               ? !series.empty()
+               : coversSpan(series, rule.spec.windowMillis) && series.size() >= rule.spec.minCount;
 }
 
 } // namespace
@@ -144,25 +145,17 @@ bool isHangout(const Series& series, const DetectionRule& rule) {
 DetectorState::DetectorState() : lock_(std::make_shared<StbSimpleMutex>()) {}
 
 void DetectorState::gc(std::int64_t time) {
-    lock_->lock();
-    gcUnlocked(time);
-    lock_->unlock();
+    underLock(*lock_, [&] { gcUnlocked(time); });
 }
 
 bool DetectorState::processPresence(const Event& event, const Position& position,
                                     const DetectionRule& rule, RecordSink& sink) {
-    lock_->lock();
-    const bool found = processPresenceUnlocked(event, position, rule, sink);
-    lock_->unlock();
-    return found;
+    return underLock(*lock_, [&] { return processPresenceUnlocked(event, position, rule, sink); });
 }
 
 bool DetectorState::processDwell(const Event& event, const Position& position,
                                  const DetectionRule& rule, RecordSink& sink) {
-    lock_->lock();
-    const bool found = processDwellUnlocked(event, position, rule, sink);
-    lock_->unlock();
-    return found;
+    return underLock(*lock_, [&] { return processDwellUnlocked(event, position, rule, sink); });
 }
 
 void DetectorState::gcUnlocked(std::int64_t time) {
@@ -255,11 +248,11 @@ std::optional<Position> DetectorState::replaceLastEvent(const Event& event) {
 
 template <typename Count>
 std::uint64_t DetectorState::sumOverEntities(Count count) const {
-    lock_->lock();
-    std::uint64_t sum = 0;
-    entities_.forEach([&](const EntitySlot& entity) { sum += count(entity.cells); });
-    lock_->unlock();
-    return sum;
+    return underLock(*lock_, [&] {
+        std::uint64_t sum = 0;
+        entities_.forEach([&](const EntitySlot& entity) { sum += count(entity.cells); });
+        return sum;
+    });
 }
 
 std::uint64_t DetectorState::entityCount() const {

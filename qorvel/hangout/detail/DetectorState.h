@@ -1,9 +1,9 @@
 #ifndef QORVEL_HANGOUT_DETAIL_DETECTORSTATE_H
 #define QORVEL_HANGOUT_DETAIL_DETECTORSTATE_H
 
+#include "qorvel/base/hashing.h"
 #include "qorvel/facade/StbSimpleMutex.h"
 #include "qorvel/geohash/detail/Position.h"
-#include "qorvel/geohash/detail/hashing.h"
 #include "qorvel/hangout/detail/CellTable.h"
 #include "qorvel/hangout/detail/RecordSink.h"
 #include "qorvel/model/Event.h"
@@ -82,9 +82,7 @@ static_assert(sizeof(LastEventSlot) == 24);
 /// The inside of a HangoutDetector: entity, cell, series. A copy has tables of its own and shares
 /// the lock.
 ///
-/// The operations lock and unlock by explicit calls, without a guard: an exception in between
-/// leaves the lock held, so that no other thread goes on, without being told, with tables that were
-/// left halfway.
+/// Every operation runs under the lock, which an exception leaves held (see underLock).
 class DetectorState {
 public:
     DetectorState();

@@ -1,7 +1,7 @@
 #ifndef QORVEL_HANGOUT_DETAIL_RECORDVIEW_H
 #define QORVEL_HANGOUT_DETAIL_RECORDVIEW_H
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/geohash/detail/Cell.h"
 #include "qorvel/hangout/detail/Series.h"
 #include "qorvel/model/Event.h"

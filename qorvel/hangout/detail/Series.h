@@ -1,7 +1,7 @@
 #ifndef QORVEL_HANGOUT_DETAIL_SERIES_H
 #define QORVEL_HANGOUT_DETAIL_SERIES_H
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/hangout/TsListItem.h"
 
 #include <cstdint>

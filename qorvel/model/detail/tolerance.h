@@ -1,7 +1,7 @@
 #ifndef QORVEL_MODEL_DETAIL_TOLERANCE_H
 #define QORVEL_MODEL_DETAIL_TOLERANCE_H
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 
 #include <cstdint>
 

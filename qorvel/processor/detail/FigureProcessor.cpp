@@ -56,9 +56,8 @@ bool passes(RowTest test, const STBAssignmentRow& row, const Event& event) {
 bool applies(const STBAssignmentRow& row, const Event& event) {
     const RowTests tests(row);
     const Position position(event.latitude, event.longitude);
-    return std::all_of(std::begin(kRowTests), std::end(kRowTests), [&](RowTest test) {
-        return tests.passes(test, event, position);
-    });
+    return std::all_of(std::begin(kRowTests), std::end(kRowTests),
+                       [&](RowTest test) { return tests.passes(test, event, position); });
 }
 
 bool leadsTo(const STBAssignmentRow& row, const STBCompressionSpec& spec, const Event& event) {

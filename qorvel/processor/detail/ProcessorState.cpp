@@ -1,6 +1,6 @@
 #include "qorvel/processor/detail/ProcessorState.h"
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 #include "qorvel/geohash/detail/boxCell.h"
 #include "qorvel/hangout/detail/RecordList.h"
 #include "qorvel/model/detail/tolerance.h"

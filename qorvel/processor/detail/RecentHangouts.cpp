@@ -1,7 +1,7 @@
 #include "qorvel/processor/detail/RecentHangouts.h"
 
+#include "qorvel/base/hashing.h"
 #include "qorvel/geohash/detail/boxCell.h"
-#include "qorvel/geohash/detail/hashing.h"
 
 #include <iterator>
 

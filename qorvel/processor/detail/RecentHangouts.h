@@ -1,7 +1,7 @@
 #ifndef QORVEL_PROCESSOR_DETAIL_RECENTHANGOUTS_H
 #define QORVEL_PROCESSOR_DETAIL_RECENTHANGOUTS_H
 
-#include "qorvel/hangout/detail/FlatTable.h"
+#include "qorvel/base/FlatTable.h"
 #include "qorvel/hangout/detail/RecordSink.h"
 #include "qorvel/model/STBCompressedEvent.h"
 

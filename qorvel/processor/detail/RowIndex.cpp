@@ -1,6 +1,6 @@
 #include "qorvel/processor/detail/RowIndex.h"
 
-#include "qorvel/geohash/detail/hashing.h"
+#include "qorvel/base/hashing.h"
 #include "qorvel/processor/detail/RowTests.h"
 
 #include <algorithm>

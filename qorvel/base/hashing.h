@@ -1,7 +1,5 @@
-#ifndef QORVEL_GEOHASH_DETAIL_HASHING_H
-#define QORVEL_GEOHASH_DETAIL_HASHING_H
-
-#include "qorvel/geohash/detail/Cell.h"
+#ifndef QORVEL_BASE_HASHING_H
+#define QORVEL_BASE_HASHING_H
 
 #include <cstdint>
 
@@ -18,11 +16,6 @@ constexpr std::uint64_t mix(std::uint64_t value) {
 
 constexpr std::uint64_t combine(std::uint64_t hash, std::uint64_t value) {
     return mix(hash ^ value) + 0x9E3779B97F4A7C15U;
-}
-
-/// Of a significant cell.
-constexpr std::uint64_t hashOf(const Cell& cell) {
-    return mix(cell.first ^ mix(cell.second + cell.depth));
 }
 
 } // namespace qorvel_detail

@@ -1,7 +1,7 @@
-#ifndef QORVEL_GEODESY_DETAIL_CALENDAR_H
-#define QORVEL_GEODESY_DETAIL_CALENDAR_H
+#ifndef QORVEL_BASE_CALENDAR_H
+#define QORVEL_BASE_CALENDAR_H
 
-#include "qorvel/geodesy/detail/bits.h"
+#include "qorvel/base/bits.h"
 
 #include <cstdint>
 

@@ -1,5 +1,5 @@
-#ifndef QORVEL_HANGOUT_DETAIL_FLATTABLE_H
-#define QORVEL_HANGOUT_DETAIL_FLATTABLE_H
+#ifndef QORVEL_BASE_FLATTABLE_H
+#define QORVEL_BASE_FLATTABLE_H
 
 #include <algorithm>
 #include <cstdint>

@@ -1,5 +1,5 @@
-#ifndef QORVEL_GEODESY_DETAIL_BITS_H
-#define QORVEL_GEODESY_DETAIL_BITS_H
+#ifndef QORVEL_BASE_BITS_H
+#define QORVEL_BASE_BITS_H
 
 #include <cstdint>
 
