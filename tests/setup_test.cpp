@@ -306,6 +306,7 @@ TEST(Explain, TellsHowFarAStayHasCome) {
         {6, Use::presence, "4 of 5 fixes"},
         {7, Use::presence, "02:00:00Z: 3 fixes, ratio 0.6 of 0.5; found by this row"},
         {22, Use::presence, "15 of 5 fixes"}, // within a quarter of an hour
+        {22, Use::presence, "15 fixes, ratio 1 of 0.5"},
         {7, Use::boxes, "So the row gives 1 result."},
     };
     Config config = configOf(kLeast + "[[presence]]\nratio = 0.5");
@@ -319,7 +320,11 @@ TEST(Explain, TellsHowFarAStayHasCome) {
     const std::string twice =
         explained(configOf(kLeast + "[[assignment]]"), Use::hangouts, rows, 5);
     EXPECT_TRUE(has(twice, "6 of 5 fixes") && !has(twice, "5 of 5 fixes")) << twice;
-    config.hangouts[0].primaryKey = "ship";
+    config.hangouts.resize(3);
+    config.hangouts[1].window = {30, "minutes"};
+    config.hangouts[2].primaryKey = "ship";
+    EXPECT_TRUE(has(explained(config, Use::hangouts, rows, 19), "result: what it belongs to was"));
+    config.hangouts.erase(config.hangouts.begin(), config.hangouts.begin() + 2);
     EXPECT_TRUE(has(explained(config, Use::hangouts, rows, 5), "nothing looks at what"));
 }
 

@@ -277,7 +277,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kFewVisits = 8;
+    static constexpr std::size_t kFewVisits = 2;
     /// Nine cells at most are near at once; the visits to others that may still be gone on with are
     /// few.
     static constexpr std::size_t kMostCurrent = 24;
