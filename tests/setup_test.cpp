@@ -324,6 +324,9 @@ TEST(Explain, TellsHowFarAStayHasCome) {
     config.hangouts[1].window = {30, "minutes"};
     config.hangouts[2].primaryKey = "ship";
     EXPECT_TRUE(has(explained(config, Use::hangouts, rows, 19), "result: what it belongs to was"));
+    config.presence[0].minCount = 2; // of three fixes two lie in the box before
+    config.presence[0].ratio = 0.6;
+    EXPECT_TRUE(has(explained(config, Use::presence, rows, 5), "it belongs to was found before"));
     config.hangouts.erase(config.hangouts.begin(), config.hangouts.begin() + 2);
     EXPECT_TRUE(has(explained(config, Use::hangouts, rows, 5), "nothing looks at what"));
 }
