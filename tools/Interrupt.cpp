@@ -14,24 +14,29 @@ namespace {
 constexpr int kInterrupts[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr std::int64_t kSameRequest = 500; ///< milliseconds
 
-// Handlers may run in several threads at a time.
-std::atomic<std::int64_t> gFirstTime = 0; ///< of an interrupt, on the clock below; 0: none yet
-std::atomic<int> gFirst = 0;
-static_assert(decltype(gFirstTime)::is_always_lock_free);
+pthread_t gMain;
+std::atomic<int> gFirst = 0; ///< the first interrupt, which others than the main thread ask for
+std::int64_t gFirstTime = 0; ///< when it came, on the clock below
+static_assert(decltype(gFirst)::is_always_lock_free);
 
-/// Milliseconds since some time long ago.
+/// Milliseconds since some time long ago, as may be asked in a signal handler.
 std::int64_t now() {
     timespec time{};
     clock_gettime(CLOCK_MONOTONIC, &time);
-    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000 + 1;
+    return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
 }
 
+/// The library's or GDAL's threads, and such as have only begun, may be given a signal that is
+/// meant to wake the one that waits for input.
 void onInterrupt(int number) {
-    const std::int64_t time = now();
-    std::int64_t first = 0;
-    if (gFirstTime.compare_exchange_strong(first, time)) {
+    if (pthread_equal(pthread_self(), gMain) == 0) {
+        pthread_kill(gMain, number);
+        return;
+    }
+    if (gFirst == 0) {
         gFirst = number;
-    } else if (time - first >= kSameRequest) {
+        gFirstTime = now();
+    } else if (now() - gFirstTime >= kSameRequest) {
         std::signal(number, SIG_DFL);
         std::raise(number); // kills when this returns
     }
@@ -62,6 +67,7 @@ bool isIgnored(int number) {
 } // namespace
 
 void installSignalHandlers() {
+    gMain = pthread_self();
     struct sigaction action {};
     action.sa_handler = onInterrupt;
     action.sa_mask = allInterrupts();

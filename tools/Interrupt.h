@@ -3,11 +3,11 @@
 
 namespace host {
 
-/// From now on the first SIGINT, SIGTERM or SIGHUP only sets a flag, so that the run can end
-/// cleanly. Another one half a second later or more kills: what comes sooner is the same request,
-/// since a terminal that closes and timeout(1) send theirs twice. Which of them was ignored at the
-/// program's start (nohup) stays so. A reader that goes away (SIGPIPE) and a file that gets too
-/// large become ordinary write errors.
+/// To be called by the main thread, the one that waits for input. From now on the first SIGINT,
+/// SIGTERM or SIGHUP only sets a flag, so that the run can end cleanly. Another one half a second
+/// later or more kills: what comes sooner is the same request, since a terminal that closes and
+/// timeout(1) send theirs twice. Which of them was ignored at the program's start (nohup) stays so.
+/// A reader that goes away (SIGPIPE) and a file that gets too large become ordinary write errors.
 void installSignalHandlers();
 
 bool interrupted();
@@ -15,7 +15,7 @@ bool interrupted();
 /// What a shell makes of a process that such a signal killed: 128 and the number of the first one.
 int interruptedExitCode();
 
-/// Called by a thread that does not wait for input: an interrupt goes to one that does.
+/// Called by a thread that does not wait for input: it is not disturbed by an interrupt.
 void leaveInterruptsToOthers();
 
 /// Waits until the file can be read without blocking, or until an interrupt: none is missed,
