@@ -147,7 +147,7 @@ TEST(Program, ReportsAndSkipsBadRows) {
         {"=a,47,8,1000", "4 fields where the header has 5"},
         {"a,47,8,1000,20,7", "6 fields"},
         {",47,8,1000,20", "entity is missing"},
-        {"a,4\x1b[2J,8,1000,20", "lat is not a number"},
+        {"a,4\x1b[2J\x7f,8,1000,20", "lat is not a number"},
         {"a,,8,1000,20", "lat is missing"},
         {"a,47,8,,20", "time_ms is missing"},
         {"a,47,8 E,1000,20", "lon is not a number"},
@@ -190,7 +190,8 @@ TEST(Program, ReportsAndSkipsBadRows) {
         line += 1 + lineCount(row);
     }
     EXPECT_TRUE(has(outcome.err, "20 rows read, 3 processed, 17 rejected, 2 results"));
-    EXPECT_TRUE(has(outcome.err, "4\\x1b[2J") && !has(outcome.err, "\x1b")) << outcome.err;
+    EXPECT_TRUE(has(outcome.err, "4\\x1b[2J\\x7f\"") && !has(outcome.err, "\x1b")) << outcome.err;
+    EXPECT_EQ(lineCount(outcome.err), 10 + 2) << "more are skipped, and the summary" << outcome.err;
     const Outcome strict = run("boxes --strict --csv-safe --rejects " + bad + " -", input);
     EXPECT_TRUE(has(slurp(bad), ",\"'=a")) << slurp(bad);
     EXPECT_EQ(strict.code, 3);
@@ -231,13 +232,13 @@ TEST(Program, WritesWhatItFound) {
 }
 
 /// The shell's functions to talk with a program in the background: `start ARGUMENTS` makes pipes to
-/// its input (3) and from its output (5) and error (4); `rest` ends the input and gives its code.
-/// What is awaited comes at once; only where it never does, the time runs out.
+/// its input (3) and from its output (5) and error (4); `rest` waits for its end and gives its
+/// code. What is awaited comes at once; only where it never does, the time runs out.
 const char kTalk[] = R"(
 start() { rm -rf talk; mkdir talk; cd talk; mkfifo in out err
     env $IGNORE --default-signal=INT,TERM $Q "$@" <in >out 2>err & exec 3>in 5<out 4<err; }
 await() { timeout 100 head -n $1; }
-rest() { exec 3>&-; cat <&5; cat <&4 >&2; wait $!; }
+rest() { timeout 100 cat <&5; timeout 100 cat <&4 >&2; exec 3>&-; wait $!; }
 )";
 
 TEST(Program, ShowsResultsAtOnceAndEndsCleanlyWhenInterrupted) {
@@ -260,8 +261,8 @@ TEST(Program, ShowsResultsAtOnceAndEndsCleanlyWhenInterrupted) {
         const Outcome ended = shell(
             kTalk + ("cd " + folder + "; IGNORE=" + ignored) + "; start boxes --out " + out +
             " -; cat " + rows + " >&3; await 1 <&4 >&2; " + (isShown ? "await 4 <&5; " : "") +
-            "kill -" + name +
-            " $!; rest; code=$?; ls | grep -v '^[a-z]*$' >../left; "
+            "kill -" + name + (code == 3 ? " $!; exec 3>&-" : " $!") +
+            "; rest; code=$?; ls | grep -v '^[a-z]*$' >../left; "
             "[ ! -e o.* ] || $Q boxes --entity-column entity --lat-column lat --lon-column lon "
             "--time-column time o.*; exit $code");
         EXPECT_EQ(ended.code, code) << ended.err;
@@ -306,10 +307,20 @@ TEST(Program, EndsWhenOutputCannotBeWritten) {
         EXPECT_EQ(lineCount(left.out), 1);
     }
     EXPECT_FALSE(std::filesystem::exists(out));
-    EXPECT_EQ(shell("$Q boxes --out " + out + " - <" + tracks + " 2>&-").code, 0);
+    // Neither what is told, where nobody hears it, nor what was written before is in its way.
+    const std::string badEnd = "{ cat " + tracks + "; echo bad; } | $Q boxes --out " + out;
+    EXPECT_EQ(shell(badEnd + " - 2>&-").code, 1);
     EXPECT_FALSE(has(slurp(out), "qorvel: "));
-    EXPECT_EQ(shell("ulimit -f 1000; $Q boxes --out " + out + ".csv " + tracks).code, 3);
+    EXPECT_EQ(shell("cat " + out + "; $Q boxes --out /dev/fd/1 " + tracks).out,
+              slurp(out) + slurp(out));
+    EXPECT_EQ(
+        shell("ulimit -f 1000; $Q boxes --out " + out + ".csv --rejects " + rejects + ' ' + tracks)
+            .code,
+        3);
     EXPECT_GT(lineCount(shell("cat " + out + ".partial*").out), 1000);
+    EXPECT_TRUE(std::filesystem::exists(rejects));
+    EXPECT_EQ(run("boxes --out " + scratch("none.csv") + " -", kHeader + "\"").code, 3);
+    EXPECT_EQ(lineCount(shell("ls " + scratch("none*")).out), 0) << "nothing was read";
 }
 
 /// What a result is about, in a text of CSV: its first seven columns.
