@@ -5,7 +5,11 @@
 #include <cstdlib>
 #include <iostream>
 
+namespace {
+
 using Api = QorvelMotionProcessorAPI;
+
+} // namespace
 
 void expectSuccess(int code, const std::stringstream& errors) {
     if (code == 0) {

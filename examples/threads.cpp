@@ -117,12 +117,12 @@ private:
 /// A day of 100 people: a fix every five minutes, half an hour at one place, then at the next.
 std::vector<Event> makeTrack() {
     std::vector<Event> events;
-    for (std::int64_t minute = 0; minute < 24 * 60; minute += 5) {
+    for (std::int64_t minute = 0; minute < std::int64_t{24} * 60; minute += 5) {
         for (int person = 0; person < 100; ++person) {
             const std::string name = "person " + std::to_string(person);
-            const auto place = static_cast<double>((minute + person) / 30);
-            events.push_back(
-                eventOf({name.c_str(), 47.30 + 0.001 * person, 8.50 + 0.002 * place, 3, minute}));
+            const std::int64_t place = (minute + person) / 30;
+            events.push_back(eventOf({name.c_str(), 47.30 + 0.001 * person,
+                                      8.50 + 0.002 * static_cast<double>(place), 3, minute}));
         }
     }
     return events;

@@ -323,6 +323,7 @@ TEST(Proximity, TiesAreNear) {
 
 TEST(Proximity, BitsForASize) {
     EXPECT_EQ(Access::bits(10, 0), 128);
+    EXPECT_EQ(Access::bits(10, 1e-300), 128);
     for (int n = 0; n <= 64; ++n) {
         const double size = std::ldexp(kMeridian, -n);
         EXPECT_EQ(Access::bits(0, size), 2 * n);

@@ -218,6 +218,7 @@ TEST(STBAssignmentRow, ValidatesFieldByField) {
 TEST(STBCompressionSpec, ComparesAllFieldsAndHashesTheWholeNumbers) {
     const STBCompressionSpec spec(1, 2, 4, 8, 16, 0.5);
     EXPECT_EQ(hash_STBCompressionSpec()(spec), 31U);
+    EXPECT_EQ(hash_STBCompressionSpec()({3, 6, 12, 24, 17, 0.5}), 0U);
     const STBCompressionSpec others[] = {
         {0, 2, 4, 8, 16, 0.5}, {1, 0, 4, 8, 16, 0.5}, {1, 2, 0, 8, 16, 0.5}, {1, 2, 4, 0, 16, 0.5},
         {1, 2, 4, 8, 0, 0.5},  {1, 2, 4, 8, 16, 0.6}, {2, 1, 4, 8, 16, 0.5}};
@@ -235,6 +236,19 @@ TEST(STBCompressionSpec, ComparesAllFieldsAndHashesTheWholeNumbers) {
     }
 }
 
+TEST(Records, KeepWhatTheyAreGivenAndBeginEmpty) {
+    const STBCompressedEvent event(1, {2}, 3, 4, 5, SpaceTimeBox({}, {6, 7}), 8, 9, 10, 11, 12, 13, 14);
+    EXPECT_TRUE(event.eid == 1 && event.eventSequenceNumbers.back() == 2 &&
+                event.specPrimaryKeyId == 3 && event.eventSecondaryKeyId == 4 &&
+                event.masterId == 5 && event.stb.end == 7 && event.firstTime == 8 &&
+                event.endTime == 9 && event.lastTimeBefore == 10 && event.firstTimeAfter == 11 &&
+                event.totalCount == 12 && event.beforeCount == 13 && event.afterCount == 14);
+    const STBCompressedEvent none;
+    EXPECT_EQ(none.firstTime + none.endTime + none.lastTimeBefore + none.firstTimeAfter, 0);
+    EXPECT_TRUE(STBCompressionSpec() == STBCompressionSpec(0, 0, 0, 0, 0, 0.0));
+    EXPECT_EQ(TimeBoxSpec().count, 1U);
+}
+
 TEST(Event, ValidatesClampsAndNumbers) {
     const struct {
         double latitude, longitude, tolerance;
@@ -246,6 +260,7 @@ TEST(Event, ValidatesClampsAndNumbers) {
         {90.1, 0.0, 0.0, 0, "ERROR_EVENT_1,"},
         {kNaN, 0.0, 0.0, 0, "ERROR_EVENT_1,"},
         {0.0, -180.1, 0.0, 0, "ERROR_EVENT_2,"},
+        {0.0, 180.1, 0.0, 0, "ERROR_EVENT_2,"},
         {0.0, 0.0, 0.0, -1, "ERROR_EVENT_3,"},
         {0.0, 0.0, -5.0, 0, ""},
         {0.0, 0.0, kNaN, 0, "ERROR_EVENT_4,"},

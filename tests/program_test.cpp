@@ -110,7 +110,16 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {2, 0, "stays --out " + scratch("in") + " -", "file of the tracks"}, // is standard input
         {2, 0, "stays --rejects " + scratch(".") + "/in -", "file of the tracks"},
         {2, 0, "geohash encode nan 8", "no cell holds nan"},
+        {0, 1, "geohash encode 47.3712 8.5401 --length 7", "u0qj6rd\n"},
         {2, 0, "explain --row 0 -", "which row"},
+        {0, 20, "explain --for presence --row 1 -", "at least the ratio 0.5 of them"},
+        {0, 20, "explain --for presence --ratio 0.25 --row 1 -", "at least the ratio 0.25 of them"},
+        {0, 20, "explain --line 2 --default-tolerance 7 -", "within 7 m", kHeader + "a,1,2,3,\n"},
+        {0, 1, "meet -", "0 results", // a quarter of an hour apart
+         kHeader + "a,1,2,1355832060000,9\nb,1,2,1355832960000,9\n"},
+        {2, 0, "travel", "there is no command \"travel\""},
+        {2, 0, "boxes --config x --box '1 days' -", "--box goes into the file"},
+        {2, 0, "boxes --primary-key-column k -", "keys count only with --config"},
         {0, 1, "--version", ""},
         {0, 1, "hangouts -", "0 rows read, 0 processed, 0 rejected, 0 results", kHeader},
         {0, 1, "hangouts --late ever --time-unit ms -", "3 processed",
@@ -131,7 +140,7 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
     for (const auto& [code, lines, arguments, words, input] : rows) {
         const Outcome outcome = run(arguments, input);
         EXPECT_EQ(outcome.code, code) << arguments << outcome.err;
-        EXPECT_TRUE(has(outcome.err, words)) << arguments << outcome.err;
+        EXPECT_TRUE(has(outcome.err + outcome.out, words)) << arguments << outcome.err;
         EXPECT_EQ(lineCount(outcome.out), lines) << arguments << outcome.out;
     }
     EXPECT_EQ(shell("$Q boxes - <" + save("in", stay(3)), "/dev/full").code, 3);
@@ -345,6 +354,30 @@ void expectSameWhateverIsCollected(const std::string& file) {
         EXPECT_EQ(shell("$Q " + mode + "--final " + file).out, last) << mode;
         EXPECT_EQ(keysOf(last), keysOf(kept)) << mode;
         EXPECT_GT(lineCount(kept), has(mode, "presence") ? 20 : 0);
+    }
+}
+
+TEST(Program, CompletesWhatIsTyped) {
+    const struct {
+        const char* typed;
+        const char* offered;
+    } rows[] = {
+        {"s", "stays synth"},
+        {"geohash ce", "centroid"},
+        {"geohash encode --l", "--length"},
+        {"synth --s", "--seed"},
+        {"stays --format geo", "geojson geopackage"},
+        {"explain --for p", "presence"},
+        {"stays tr", ""}, // a file
+    };
+    for (const auto& [typed, offered] : rows) {
+        const std::string told = shell("$Q --bash-completion >" + scratch("complete") +
+                                       "; bash -c '. \"$0\"; COMP_WORDS=(qorvel $1); "
+                                       "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _qorvel; "
+                                       "echo ${COMPREPLY[*]}' " +
+                                       scratch("complete") + " '" + typed + "'")
+                                     .out;
+        EXPECT_EQ(told, offered + "\n"s) << typed;
     }
 }
 

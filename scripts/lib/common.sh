@@ -6,6 +6,10 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 build_packages=(cmake g++ ninja-build help2man libbenchmark-dev libcli11-dev libcsv-dev libgdal-dev
     libgtest-dev libsimdjson-dev libsqlite3-dev libtomlplusplus-dev zlib1g-dev)
 
+# What scripts/check-* need besides.
+check_packages=(abigail-tools clang clang-format-14 clang-tidy cppcheck doxygen libclang-rt-14-dev llvm-14
+    pkg-config shellcheck)
+
 # What the benchmarks need besides: a tool that counts instructions, and libraries to compare with.
 bench_packages=(libboost-dev libgeographiclib-dev libs2-dev valgrind)
 
@@ -42,3 +46,8 @@ build() {
 
 # run_tests PRESET
 run_tests() { ctest --preset "$1" --parallel "$(nproc)"; }
+
+build_and_test() {
+    build "$1"
+    run_tests "$1"
+}
