@@ -162,7 +162,7 @@ TEST(Input, IsTheSameInEveryFormat) {
         R"({"type":"FeatureCollection","features":[{"type":"Feature","properties":{"user":"Anna",
         "timestamp":"2012-12-18T12:58:00.251+01:00","hdop":2},"geometry":{"type":"Point",
         "coordinates":[8.5401,47.371200001]}},{"type":"Feature","properties":{"user":"Bo",
-        "timestamp":"2012-12-18T11:59:00Z"},"geometry":{"type":"Point","coordinates":[-70.25,-33.5]
+        "timestamp":"2012-12-18T06:29:00-05:30"},"geometry":{"type":"Point","coordinates":[-70.25,-33.5]
         }}]})");
     const std::string files[] = {
         save("a.csv", csv),

@@ -237,7 +237,8 @@ TEST(STBCompressionSpec, ComparesAllFieldsAndHashesTheWholeNumbers) {
 }
 
 TEST(Records, KeepWhatTheyAreGivenAndBeginEmpty) {
-    const STBCompressedEvent event(1, {2}, 3, 4, 5, SpaceTimeBox({}, {6, 7}), 8, 9, 10, 11, 12, 13, 14);
+    const STBCompressedEvent event(1, {2}, 3, 4, 5, SpaceTimeBox({}, {6, 7}), 8, 9, 10, 11, 12, 13,
+                                   14);
     EXPECT_TRUE(event.eid == 1 && event.eventSequenceNumbers.back() == 2 &&
                 event.specPrimaryKeyId == 3 && event.eventSecondaryKeyId == 4 &&
                 event.masterId == 5 && event.stb.end == 7 && event.firstTime == 8 &&

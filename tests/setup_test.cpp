@@ -189,6 +189,14 @@ hangout = [{master = 'hour', window = '3599999 milliseconds'},
 {master = 'x'}, # master "x": A spec names
 {master = 'hour', min_count = 1}] # warning: the same as on line 36
 )");
+    for (const std::string key : {"max_space_tolerance", "latitude", "longitude", "radius"}) {
+        std::string text =
+            "[[master]]\n[[hangout]]\n[[assignment]] # max_space_tolerance, latitude, ";
+        for (const std::string other : {"max_space_tolerance", "latitude", "longitude", "radius"}) {
+            text += '\n' + other + (other == key ? " = nan" : " = 1");
+        }
+        expectAsRemarked(text);
+    }
     EXPECT_TRUE(has(judgement(""), ": there is no [[master]]"));
     EXPECT_TRUE(has(judgement("[[master]]"), ": there is no [[assignment]]"));
     EXPECT_TRUE(has(judgement("[[master]]\n[[assignment]]\n[[presence]]"), "no [[hangout]]"));
@@ -340,16 +348,16 @@ presence = [{master = 'm'},
 hangout = [{master = 'm', window = '9 minutes'},
 {master = 'm', primary_key = 'bus'}])");
     const Scratch data(kHeader + "a,47,8,0,,,\nb,47,8,10,,,\na,47,8,x,,,\na,47,8,600000,,ship,\n"
-                                 "a,90,8,1200000,,,\nb,47,8,20,,,\n");
+                                 "a,90,8,1200000,,,\nb,47,8,20,,,\nb,47,8,30,,,\n");
     const TrackFigures figures = checkTracks(config, {}, *openFixSource(inputOf(data)));
-    EXPECT_EQ(std::tuple(figures.rows, figures.rejected, figures.untaken), std::tuple(6U, 1U, 1U));
-    EXPECT_EQ(figures.medianGap, 600000);
+    EXPECT_EQ(std::tuple(figures.rows, figures.rejected, figures.untaken), std::tuple(7U, 1U, 1U));
+    EXPECT_EQ(figures.medianGap, 600000); // of two short ones and two of this
     std::string said;
     for (const ConfigFault& warning : figures.warnings) {
         said += std::to_string(warning.line) + warning.sentence.substr(0, 24) + '\n';
     }
     EXPECT_EQ(said,
-              "01 of 5 rows have no boxe\n3no row has the keys that\n5no row has keys that lea\n"
+              "01 of 6 rows have no boxe\n3no row has the keys that\n5no row has keys that lea\n"
               "6window \"9 minutes\" is sh\n7no row has keys that lea\n");
 }
 
