@@ -324,6 +324,12 @@ public:
         return std::move(records);
     }
 
+    bool has(const STBCompressedEvent& record) const {
+        return std::any_of(records.begin(), records.end(), [&](const STBCompressedEvent& other) {
+            return model::difference(std::list{record}, std::list{other}).empty();
+        });
+    }
+
     std::list<STBCompressedEvent> records;
 
 private:
@@ -332,14 +338,19 @@ private:
         known_;
 };
 
+struct Boxes : qorvel_port::BoxSink {
+    void take(const SpaceTimeBox& box) override { boxes.push_back(box); }
+    std::list<SpaceTimeBox> boxes;
+};
+
 /// A processor, and the same as figures: each record once, and at every event.
 struct Figured {
     explicit Figured(Stream& stream)
         : tables(stream), kind(stream.drawPresence() ? FigureProcessor::Kind::presence
                                                      : FigureProcessor::Kind::hangouts),
           real(tables.masters, tables.rows, tables.specs),
-          first(make(FigureProcessor::Wanted::first)), every(make(FigureProcessor::Wanted::every)) {
-    }
+          first(make(FigureProcessor::Wanted::first)), every(make(FigureProcessor::Wanted::every)),
+          unfinished(make(FigureProcessor::Wanted::unfinished)) {}
 
     FigureProcessor make(FigureProcessor::Wanted wanted) const {
         return {kind, wanted, tables.masters, tables.rows, tables.specs};
@@ -349,6 +360,28 @@ struct Figured {
         real.gc(time);
         first.gc(time);
         every.gc(time);
+        unfinished.gc(time);
+    }
+
+    /// By the library: the first event that reaches a spec makes its detector.
+    static bool reaches(const STBAssignmentRow& row, const STBCompressionSpec& spec,
+                        const Event& event) {
+        MotionProcessor probe({STBMasterRow(row.masterId, SpaceTimeBoxSpec())}, {row}, {spec});
+        std::list<STBCompressedEvent> none;
+        probe.processEventForPresenceCompression(event, none);
+        return probe.getDetectorCount() != 0;
+    }
+
+    void expectRowTests(const Event& event) const {
+        for (const STBAssignmentRow& row : tables.rows) {
+            const STBCompressionSpec any(0, 0, static_cast<std::uint32_t>(row.masterId), 1, 1, 1.0);
+            const bool applies = reaches(row, any, event);
+            EXPECT_EQ(qorvel_port::applies(row, event), applies);
+            const STBCompressionSpec& spec = tables.specs.front();
+            EXPECT_EQ(applies && qorvel_port::leadsTo(row, spec, event), reaches(row, spec, event));
+            EXPECT_EQ(qorvel_port::passes(qorvel_port::RowTest::secondaryKey, row, event),
+                      row.secondaryKeyId == event.secondaryKeyId);
+        }
     }
 
     /// Of the processor, without what figures do not tell.
@@ -371,6 +404,7 @@ struct Figured {
     MotionProcessor real;
     FigureProcessor first;
     FigureProcessor every;
+    FigureProcessor unfinished;
     Figures ofEvery;
 };
 
@@ -449,7 +483,18 @@ TEST_P(ModelBeside, Figures) {
         figured->first.process(event, ofFirst);
         figured->every.process(event, figured->ofEvery);
         EXPECT_EQ("", model::difference(reported, ofFirst.records));
+        Figures ofUnfinished;
+        figured->unfinished.process(event, ofUnfinished);
+        for (const STBCompressedEvent& record : figured->ofEvery.records) {
+            EXPECT_TRUE(ofUnfinished.has(record)); // what is enough is a part of it
+        }
         EXPECT_EQ("", model::difference(reported, figured->ofEvery.takeNew()));
+        std::list<SpaceTimeBox> boxes;
+        figured->real.getSTB(event, boxes);
+        Boxes sink;
+        figured->every.boxes(event, sink);
+        EXPECT_EQ("", model::difference(boxes, sink.boxes));
+        figured->expectRowTests(event);
         return reported.size();
     });
 }
