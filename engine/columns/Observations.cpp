@@ -1,0 +1,100 @@
+#include "engine/columns/Observations.h"
+
+#include "engine/columns/detail/checkText.h"
+
+#include <limits>
+
+namespace qorvel_engine {
+
+namespace {
+
+RowReason checkText(std::string_view text, RowReason notUtf8, RowReason hasNul) {
+    switch (detail::checkText(text)) {
+    case detail::TextFault::notUtf8:
+        return notUtf8;
+    case detail::TextFault::hasNul:
+        return hasNul;
+    default:
+        return RowReason::none;
+    }
+}
+
+RowReason checkEntity(const ObservationColumns& columns, std::int64_t row) {
+    if (columns.entityKind != EntityKind::text) {
+        return columns.entityNumber.isNull(row) ? RowReason::entityMissing : RowReason::none;
+    }
+    if (columns.entityText.isNull(row)) {
+        return RowReason::entityMissing;
+    }
+    const std::string_view text = columns.entityText.text(row);
+    return text.empty() ? RowReason::entityMissing
+                        : checkText(text, RowReason::entityNotUtf8, RowReason::entityHasNul);
+}
+
+RowReason checkDegrees(const RealValues& values, std::int64_t row, double most, RowReason missing,
+                       RowReason outOfRange) {
+    if (values.isNull(row)) {
+        return missing;
+    }
+    const double value = values.value(row);
+    // Written so that a NaN fails.
+    return value >= -most && value <= most ? RowReason::none : outOfRange;
+}
+
+RowReason checkTime(const TimeValues& values, std::int64_t row) {
+    if (values.isNull(row)) {
+        return RowReason::timeMissing;
+    }
+    if (values.milliseconds(row) < 0) {
+        return RowReason::timeNegative;
+    }
+    return values.isOutOfRange(row) ? RowReason::timeOutOfRange : RowReason::none;
+}
+
+RowReason checkAccuracy(const RealValues& values, std::int64_t row) {
+    if (values.isNull(row)) {
+        return RowReason::none;
+    }
+    const double value = values.value(row);
+    return value >= 0.0 && value <= std::numeric_limits<double>::max()
+               ? RowReason::none
+               : RowReason::accuracyOutOfRange;
+}
+
+RowReason checkKey(const TextColumn& keys, std::int64_t row, RowReason notUtf8, RowReason hasNul) {
+    return keys.isNull(row) ? RowReason::none : checkText(keys.text(row), notUtf8, hasNul);
+}
+
+} // namespace
+
+RowReason Observations::check(std::int64_t row) const noexcept {
+    if (!columns_.rows.has(known(row))) {
+        return RowReason::rowMissing;
+    }
+    RowReason reason = checkEntity(columns_, row);
+    if (reason == RowReason::none) {
+        reason = checkDegrees(columns_.latitude, row, 90.0, RowReason::latitudeMissing,
+                              RowReason::latitudeOutOfRange);
+    }
+    if (reason == RowReason::none) {
+        reason = checkDegrees(columns_.longitude, row, 180.0, RowReason::longitudeMissing,
+                              RowReason::longitudeOutOfRange);
+    }
+    if (reason == RowReason::none) {
+        reason = checkTime(columns_.time, row);
+    }
+    if (reason == RowReason::none) {
+        reason = checkAccuracy(columns_.accuracy, row);
+    }
+    if (reason == RowReason::none) {
+        reason = checkKey(columns_.primaryKey, row, RowReason::primaryKeyNotUtf8,
+                          RowReason::primaryKeyHasNul);
+    }
+    if (reason == RowReason::none) {
+        reason = checkKey(columns_.secondaryKey, row, RowReason::secondaryKeyNotUtf8,
+                          RowReason::secondaryKeyHasNul);
+    }
+    return reason;
+}
+
+} // namespace qorvel_engine

@@ -1,0 +1,130 @@
+#ifndef QORVEL_ENGINE_COLUMNS_RESULTTABLE_H
+#define QORVEL_ENGINE_COLUMNS_RESULTTABLE_H
+
+#include "engine/columns/AlignedVector.h"
+#include "engine/columns/EntityNames.h"
+#include "engine/columns/ResultSchema.h"
+#include "engine/export.h"
+
+#include "qorvel/geohash/SpaceBox.h"
+
+#include <memory>
+#include <sstream>
+#include <string_view>
+
+namespace qorvel_engine {
+
+namespace detail {
+class TableExporter;
+}
+
+/// Results, column by column; beside each row the cells that are its shape on a map. Rows are
+/// appended by a ResultLayout, which also says what the columns are.
+///
+/// Entities are kept as numbers. What they are called is asked of the names when it is wanted; a
+/// table keeps the names alive.
+///
+/// The functions that read a value throw the Fault `misuse` for a row or a column that there is
+/// not, and where the column's kind is not theirs.
+class QORVEL_ENGINE_EXPORT ResultTable {
+public:
+    /// An empty table; neither pointer is null, else Fault `misuse`.
+    ResultTable(std::shared_ptr<const ResultSchema> schema,
+                std::shared_ptr<const EntityNames> names);
+    /// What was moved from can be destroyed and assigned to.
+    ResultTable(ResultTable&&) noexcept;
+    ResultTable& operator=(ResultTable&&) noexcept;
+    ~ResultTable();
+
+    /// What the columns are.
+    const ResultSchema& schema() const noexcept { return *schema_; }
+    /// What entities are called.
+    const EntityNames& names() const noexcept { return *names_; }
+    /// How many rows there are.
+    std::size_t size() const noexcept { return size_; }
+
+    /// Appends what a result has, by `Result::layout()`. If that fails, the table is as before.
+    template <class Result>
+    void append(const Result& result) {
+        Result::layout().append(result, *this);
+    }
+
+    /// Takes all rows out; memory is kept for the next.
+    void clear() noexcept;
+
+    /// Is the value missing? Only columns that say so have such.
+    bool isNull(std::size_t row, std::size_t column) const;
+    /// The number of an entity.
+    std::uint64_t entity(std::size_t row, std::size_t column) const;
+    /// A text; empty where it is missing. It stays until the table is changed.
+    std::string_view text(std::size_t row, std::size_t column) const;
+    /// An integer, or a time in ms since 1970 UTC; 0 where it is missing.
+    std::int64_t whole(std::size_t row, std::size_t column) const;
+    /// Degrees or metres; 0 where it is missing.
+    double real(std::size_t row, std::size_t column) const;
+
+    /// The cells of a row, `cellCount` of them, until the table is changed.
+    const qorvel::SpaceBox* cells(std::size_t row) const;
+    std::size_t cellCount(std::size_t row) const;
+
+private:
+    friend class RowAppender;
+    friend class detail::TableExporter;
+
+    /// A column; which of the vectors it uses follows from its kind.
+    struct Column {
+        AlignedVector<std::int64_t> wholes; ///< numbers of entities too; of texts where they end
+        AlignedVector<double> reals;
+        AlignedVector<char> bytes;            ///< of texts
+        AlignedVector<std::uint8_t> validity; ///< a bit a row, where the column is nullable
+    };
+
+    /// The column, if there is such a value and its kind is from the first to the last.
+    const Column& columnOf(std::size_t row, std::size_t column, ResultKind first,
+                           ResultKind last) const;
+    std::size_t firstCell(std::size_t row) const { return row == 0 ? 0 : cellEnds_[row - 1]; }
+    void truncate() noexcept;
+
+    std::shared_ptr<const ResultSchema> schema_;
+    std::shared_ptr<const EntityNames> names_;
+    std::vector<Column> columns_;
+    std::vector<qorvel::SpaceBox> cells_;
+    std::vector<std::size_t> cellEnds_;
+    std::size_t size_ = 0;
+    std::stringstream errors_; ///< asked for by the library, never written
+};
+
+/// Appends the values of one row, column by column. A row that is not finished leaves nothing
+/// behind. For ResultLayout, which knows which column is next.
+class QORVEL_ENGINE_EXPORT RowAppender {
+public:
+    /// Throws the Fault `misuse` unless the table is of this schema.
+    RowAppender(ResultTable& table, const ResultSchema& schema);
+    RowAppender(const RowAppender&) = delete;
+    RowAppender& operator=(const RowAppender&) = delete;
+    ~RowAppender();
+
+    /// The next column's value. They throw std::bad_alloc only.
+    void whole(std::int64_t value);
+    void real(double value);
+    void text(std::string_view value);
+    /// The same for a column that is nullable: whether there is a value. To be called before it.
+    void isPresent(bool present);
+
+    /// The next four columns: the cell's text, its bits, and its centre, latitude first.
+    void cell(const qorvel::SpaceBox& cell);
+    /// A cell of the row's shape.
+    void shape(const qorvel::SpaceBox& cell);
+
+    /// The row is complete.
+    void finish();
+
+private:
+    ResultTable& table_;
+    std::size_t next_ = 0; ///< column
+    bool isFinished_ = false;
+};
+
+} // namespace qorvel_engine
+
+#endif
