@@ -39,6 +39,8 @@ if(QORVEL_BUILD_TOOLS)
         OUTPUT_VARIABLE lib_from_bin_dir)
     set_target_properties(qorvel_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin_dir}")
     install(TARGETS qorvel_cli COMPONENT program)
+    set_target_properties(qorvel_engine PROPERTIES INSTALL_RPATH "$ORIGIN")
+    install(TARGETS qorvel_engine LIBRARY COMPONENT program NAMELINK_SKIP)
     if(QORVEL_COMPLETION_FILE)
         install(
             FILES ${QORVEL_COMPLETION_FILE}

@@ -11,8 +11,6 @@ endfunction()
 
 find_package(CLI11 QUIET)
 qorvel_note_missing(CLI11_FOUND libcli11-dev)
-find_package(tomlplusplus QUIET)
-qorvel_note_missing(tomlplusplus_FOUND libtomlplusplus-dev)
 find_package(simdjson QUIET)
 qorvel_note_missing(simdjson_FOUND libsimdjson-dev)
 find_package(SQLite3 QUIET)
@@ -38,5 +36,5 @@ add_library(qorvel_tool_libraries INTERFACE)
 target_include_directories(qorvel_tool_libraries SYSTEM INTERFACE ${CSV_INCLUDE_DIR})
 target_link_libraries(
     qorvel_tool_libraries
-    INTERFACE CLI11::CLI11 tomlplusplus::tomlplusplus simdjson::simdjson SQLite::SQLite3
-              ZLIB::ZLIB GDAL::GDAL Threads::Threads ${CSV_LIBRARY})
+    INTERFACE CLI11::CLI11 simdjson::simdjson SQLite::SQLite3 ZLIB::ZLIB GDAL::GDAL
+              Threads::Threads ${CSV_LIBRARY})

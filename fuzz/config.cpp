@@ -1,15 +1,16 @@
 // The program's configuration: whatever the file holds is either refused in words or works.
 
+#include "engine/columns/Fault.h"
 #include "law.h"
 #include "memoryFile.h"
-#include "tools/Failure.h"
-#include "tools/setup/Library.h"
+#include "tools/setup/engineNames.h"
+#include "tools/setup/makeProcessor.h"
 
 #include <algorithm>
 
 namespace {
 
-void judge(const host::Config& config, host::Use use) {
+void judge(const host::Config& config, host::ProcessorKind use) {
     const auto faults = host::checkConfig(config, use);
     const bool hasError = std::any_of(faults.begin(), faults.end(),
                                       [](const host::ConfigFault& fault) { return fault.isError; });
@@ -17,13 +18,13 @@ void judge(const host::Config& config, host::Use use) {
         LAW(!fault.sentence.empty());
     }
     try {
-        const host::Library library(config, use);
+        const host::Tables library(config, use);
         LAW(!hasError);
-        const MotionProcessor processor = library.makeProcessor();
+        const MotionProcessor processor = host::makeProcessor(library);
         std::stringstream tags;
         LAW(processor.isValid(tags) && tags.str().empty());
-    } catch (const host::Failure& failure) {
-        LAW(hasError && failure.code() == host::ExitCode::usage);
+    } catch (const host::Fault& fault) {
+        LAW(hasError && fault.code() == host::FaultCode::badConfiguration);
     }
 }
 
@@ -34,11 +35,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     host::Config config;
     try {
         config = host::readConfig(file.name());
-    } catch (const host::Failure& failure) {
-        LAW(failure.code() == host::ExitCode::usage && failure.what()[0] != '\0');
+    } catch (const host::Fault& fault) {
+        LAW(fault.code() == host::FaultCode::badConfiguration && fault.what()[0] != '\0');
         return 0;
     }
-    for (const host::Use use : {host::Use::boxes, host::Use::presence, host::Use::hangouts}) {
+    for (const host::ProcessorKind use : {host::ProcessorKind::boxes, host::ProcessorKind::presence,
+                                          host::ProcessorKind::hangouts}) {
         judge(config, use);
     }
     return 0;

@@ -1,7 +1,9 @@
 // From a configuration to the library: what is read, what is objected to, and what becomes of rows.
+#include "engine/columns/Fault.h"
 #include "tools/commands/explainCommand.h"
 #include "tools/commands/geohashCommand.h"
 #include "tools/setup/checkTracks.h"
+#include "tools/setup/makeProcessor.h"
 
 #include <filesystem>
 #include <fstream>
@@ -60,7 +62,7 @@ master = "other"
 window = "59 minutes"
 [[hangout]]
 master = "other")");
-    const Library presence(config, Use::presence);
+    const Tables presence(config, ProcessorKind::presence);
     const STBMasterRow& master = presence.masters().front();
     EXPECT_EQ(std::tuple(master.stbSpec.geoHashBitDepth, master.stbSpec.getDurationMillis()),
               std::tuple(35U, 172800000U));
@@ -76,13 +78,15 @@ master = "other")");
     EXPECT_TRUE(std::tuple(spec.primaryKeyId, spec.secondaryKeyId, spec.masterId) == ids);
     EXPECT_EQ(std::tuple(spec.windowMillis, spec.minCount, spec.ratio),
               std::tuple(10800000U, 4294967295U, 0.125));
-    EXPECT_EQ(presence.lookBack(), 10800000);                      // the longest window
-    EXPECT_EQ(Library(config, Use::hangouts).lookBack(), 3600000); // the box of the master used
-    EXPECT_EQ(Library(config, Use::boxes).lookBack(), -1);
+    EXPECT_EQ(presence.lookBack(), 10800000); // the longest window
+    EXPECT_EQ(Tables(config, ProcessorKind::hangouts).lookBack(),
+              3600000); // the box of the master used
+    EXPECT_EQ(Tables(config, ProcessorKind::boxes).lookBack(), -1);
 }
 
 TEST(Setup, TakesEveryFixByDefault) {
-    const MotionProcessor processor = Library(configOf(kLeast), Use::hangouts).makeProcessor();
+    const MotionProcessor processor =
+        makeProcessor(Tables(configOf(kLeast), ProcessorKind::hangouts));
     EventMaker maker({1e300, 1});
     Event event;
     for (const auto& [latitude, longitude] :
@@ -101,11 +105,11 @@ std::string judgement(const std::string& text) {
     std::string said;
     try {
         const Config config = configOf(text);
-        for (const ConfigFault& fault : checkConfig(config, Use::hangouts)) {
+        for (const ConfigFault& fault : checkConfig(config, ProcessorKind::hangouts)) {
             said += describe(fault, config.file) + '\n';
         }
-    } catch (const Failure& failure) {
-        said = failure.what() + std::string("\n");
+    } catch (const Fault& fault) {
+        said = fault.what() + std::string("\n");
     }
     return said;
 }
@@ -201,7 +205,7 @@ hangout = [{master = 'hour', window = '3599999 milliseconds'},
     EXPECT_TRUE(has(judgement("[[master]]"), ": there is no [[assignment]]"));
     EXPECT_TRUE(has(judgement("[[master]]\n[[assignment]]\n[[presence]]"), "no [[hangout]]"));
     EXPECT_TRUE(checkConfig(readConfig(QORVEL_EXAMPLES "/config.toml")).empty());
-    EXPECT_THROW(readConfig("/"), Failure);
+    EXPECT_THROW(readConfig("/"), Fault);
 }
 
 TEST(Setup, RefusesWhatNoConfigurationIs) {
@@ -255,10 +259,10 @@ InputOptions inputOf(const Scratch& data) {
     return input;
 }
 
-std::string explained(const Config& config, Use use, const std::string& rows, std::uint64_t row,
-                      std::uint64_t line = 0) {
+std::string explained(const Config& config, ProcessorKind use, const std::string& rows,
+                      std::uint64_t row, std::uint64_t line = 0) {
     const Scratch data(kHeader + rows);
-    const std::uint32_t timeTolerance = use == Use::boxes ? 1 : 0;
+    const std::uint32_t timeTolerance = use == ProcessorKind::boxes ? 1 : 0;
     const ExplainOptions options{config, use, inputOf(data), {30.0, timeTolerance}, row, line};
     return explain(options, *openFixSource(options.input));
 }
@@ -279,8 +283,9 @@ TEST(Explain, TellsWhichTestFails) {
     for (const auto& [test, bad, good] : rows) {
         for (const std::string& line : {bad, good}) {
             const std::string red = has(line, "sec") ? "\n" : "\nsecondary_key = 'red'\n";
-            const std::string said = explained(configOf("[[master]]\n[[assignment]]" + red + line),
-                                               Use::boxes, "a,47,8,1000,20,ship,red\n", 1);
+            const std::string said =
+                explained(configOf("[[master]]\n[[assignment]]" + red + line), ProcessorKind::boxes,
+                          "a,47,8,1000,20,ship,red\n", 1);
             EXPECT_EQ(has(said, std::string("  FAILS   ") + test), line == bad) << said;
             EXPECT_EQ(said.find("  FAILS   "), said.rfind("  FAILS   ")) << said;
             EXPECT_EQ(has(said, "no result: no assignment takes it."), line == bad) << said;
@@ -298,45 +303,48 @@ TEST(Explain, TellsHowFarAStayHasCome) {
     rows += "a,90,8,4680000,0,,\na,47,8.001,4740000,0,,\n";
     const struct {
         std::uint64_t row;
-        Use use;
+        ProcessorKind use;
         const char* words;
     } wanted[] = {
-        {4, Use::hangouts, "So the row is rejected: lat is out of range"},
-        {2, Use::hangouts, "1 of 5 fixes, since 1970-01-01T00:58:00Z; 0 ms of 15 minutes"},
-        {6, Use::hangouts, "01:00:00Z: 2 fixes, ratio 0.4 of 1; not found yet"},
-        {17, Use::hangouts, "14 minutes of 15 minutes"},
-        {17, Use::hangouts, "no result: what it belongs to is not enough yet"},
-        {18, Use::hangouts, "02:00:00Z: 14 fixes, ratio 2.8 of 1; found by this row"},
-        {19, Use::hangouts, "; found before, by line 19"},
-        {19, Use::hangouts, "no result: what it belongs to was found before"},
-        {23, Use::hangouts, "no result: no cell holds it"},
-        {24, Use::hangouts, "1 of 5 fixes"}, // elsewhere in between
-        {6, Use::presence, "4 of 5 fixes"},
-        {7, Use::presence, "02:00:00Z: 3 fixes, ratio 0.6 of 0.5; found by this row"},
-        {22, Use::presence, "15 of 5 fixes"}, // within a quarter of an hour
-        {22, Use::presence, "15 fixes, ratio 1 of 0.5"},
-        {7, Use::boxes, "So the row gives 1 result."},
+        {4, ProcessorKind::hangouts, "So the row is rejected: lat is out of range"},
+        {2, ProcessorKind::hangouts,
+         "1 of 5 fixes, since 1970-01-01T00:58:00Z; 0 ms of 15 minutes"},
+        {6, ProcessorKind::hangouts, "01:00:00Z: 2 fixes, ratio 0.4 of 1; not found yet"},
+        {17, ProcessorKind::hangouts, "14 minutes of 15 minutes"},
+        {17, ProcessorKind::hangouts, "no result: what it belongs to is not enough yet"},
+        {18, ProcessorKind::hangouts, "02:00:00Z: 14 fixes, ratio 2.8 of 1; found by this row"},
+        {19, ProcessorKind::hangouts, "; found before, by line 19"},
+        {19, ProcessorKind::hangouts, "no result: what it belongs to was found before"},
+        {23, ProcessorKind::hangouts, "no result: no cell holds it"},
+        {24, ProcessorKind::hangouts, "1 of 5 fixes"}, // elsewhere in between
+        {6, ProcessorKind::presence, "4 of 5 fixes"},
+        {7, ProcessorKind::presence, "02:00:00Z: 3 fixes, ratio 0.6 of 0.5; found by this row"},
+        {22, ProcessorKind::presence, "15 of 5 fixes"}, // within a quarter of an hour
+        {22, ProcessorKind::presence, "15 fixes, ratio 1 of 0.5"},
+        {7, ProcessorKind::boxes, "So the row gives 1 result."},
     };
     Config config = configOf(kLeast + "[[presence]]\nratio = 0.5");
     for (const auto& [row, use, words] : wanted) {
         const std::string said = explained(config, use, rows, row);
         EXPECT_TRUE(has(said, words)) << words << '\n' << said;
     }
-    EXPECT_THROW(explained(config, Use::boxes, rows, 25), Failure);
-    EXPECT_TRUE(
-        has(explained(config, Use::boxes, "\n" + rows, 0, 2), "row 1, line 3")); // line 2 is empty
+    EXPECT_THROW(explained(config, ProcessorKind::boxes, rows, 25), Failure);
+    EXPECT_TRUE(has(explained(config, ProcessorKind::boxes, "\n" + rows, 0, 2),
+                    "row 1, line 3")); // line 2 is empty
     const std::string twice =
-        explained(configOf(kLeast + "[[assignment]]"), Use::hangouts, rows, 5);
+        explained(configOf(kLeast + "[[assignment]]"), ProcessorKind::hangouts, rows, 5);
     EXPECT_TRUE(has(twice, "6 of 5 fixes") && !has(twice, "5 of 5 fixes")) << twice;
     config.hangouts.resize(3);
     config.hangouts[1].window = {30, "minutes"};
     config.hangouts[2].primaryKey = "ship";
-    EXPECT_TRUE(has(explained(config, Use::hangouts, rows, 19), "result: what it belongs to was"));
+    EXPECT_TRUE(has(explained(config, ProcessorKind::hangouts, rows, 19),
+                    "result: what it belongs to was"));
     config.presence[0].minCount = 2; // of three fixes two lie in the box before
     config.presence[0].ratio = 0.6;
-    EXPECT_TRUE(has(explained(config, Use::presence, rows, 5), "it belongs to was found before"));
+    EXPECT_TRUE(
+        has(explained(config, ProcessorKind::presence, rows, 5), "it belongs to was found before"));
     config.hangouts.erase(config.hangouts.begin(), config.hangouts.begin() + 2);
-    EXPECT_TRUE(has(explained(config, Use::hangouts, rows, 5), "nothing looks at what"));
+    EXPECT_TRUE(has(explained(config, ProcessorKind::hangouts, rows, 5), "nothing looks at what"));
 }
 
 TEST(Tracks, AreHeldAgainstTheConfiguration) {

@@ -2,6 +2,8 @@
 #include "tools/commands/MeetAnalysis.h"
 #include "tools/commands/StaysAnalysis.h"
 #include "tools/run/LastRecords.h"
+#include "tools/setup/EventMaker.h"
+#include "tools/setup/makeProcessor.h"
 #include "tools/world/World.h"
 
 #include <algorithm>
@@ -33,11 +35,11 @@ T pick(std::initializer_list<T> options) {
     return std::data(options)[random_() % options.size()];
 }
 
-Config config(Use use) {
+Config config(ProcessorKind use) {
     Config one;
     one.masters.resize(1);
     one.assignments.resize(1);
-    one.hangouts.resize(use == Use::hangouts ? 1 : 0);
+    one.hangouts.resize(use == ProcessorKind::hangouts ? 1 : 0);
     return one;
 }
 
@@ -102,7 +104,7 @@ std::vector<Fix> fixesOf(const world::World& world) {
 TEST(LastRecords, BeginAsTheProcessorReports) {
     std::uint64_t reports = 0;
     for (int round = 0; round < 150; ++round) {
-        const Use use = pick({Use::presence, Use::hangouts});
+        const ProcessorKind use = pick({ProcessorKind::presence, ProcessorKind::hangouts});
         Config any;
         for (const char* name : {"a", "b"}) {
             any.masters.push_back({name, pick({5U, 6U, 7U}), {pick({1U, 2U}), "hours"}, 0});
@@ -116,14 +118,14 @@ TEST(LastRecords, BeginAsTheProcessorReports) {
             row.geohashes = pick<std::list<std::string>>({{}, {"7zz", "s0"}});
             row.radius = pick({row.radius, 900.0});
         }
-        auto& specs = use == Use::presence ? any.presence : any.hangouts;
+        auto& specs = use == ProcessorKind::presence ? any.presence : any.hangouts;
         for (std::uint64_t count = 1 + random_() % 4; count > 0; --count) {
             const Span window{pick({5U, 15U}), "minutes"};
             specs.push_back({pick({"ANY", "ANY", "car"}), "", pick({"a", "b"}), window,
                              pick({1U, 3U}), pick({1.0, 0.3}), 0});
         }
-        const Library library(any, use);
-        MotionProcessor processor = library.makeProcessor();
+        const Tables library(any, use);
+        MotionProcessor processor = makeProcessor(library);
         LastRecords records(library);
         std::unordered_set<RecordKey, RecordKeyHash> known;
         std::vector<Fix> fixes;
@@ -135,8 +137,9 @@ TEST(LastRecords, BeginAsTheProcessorReports) {
         }
         forEachEvent(fixes, [&](const Fix& fix, const Event& event) {
             std::list<STBCompressedEvent> out;
-            use == Use::presence ? processor.processEventForPresenceCompression(event, out)
-                                 : processor.processEventForHangout(event, out);
+            use == ProcessorKind::presence
+                ? processor.processEventForPresenceCompression(event, out)
+                : processor.processEventForHangout(event, out);
             records.take(event, [&](const STBCompressedEvent& record, const STBCompressionSpec&) {
                 if (known.insert(RecordKey(record)).second) {
                     ASSERT_FALSE(out.empty()) << round;
@@ -202,7 +205,7 @@ TEST(Stays, AreWhatAPersonMeansByThem) {
          {{100, 130, 0}, {20, 21, 5}, {105, 106, 5}, {130, 131, 5}, {131, 160, 0}},
          "100 159 59 1 0 , "},
     };
-    const Library library(config(Use::hangouts), Use::hangouts);
+    const Tables library(config(ProcessorKind::hangouts), ProcessorKind::hangouts);
     for (const auto& [what, legs, expected, lon] : rows) {
         std::vector<Fix> fixes;
         for (const Leg& leg : legs) {
@@ -227,7 +230,7 @@ TEST(Stays, AreWhatAPersonMeansByThem) {
 
 TEST(Stays, AreTheHangoutRecordsTogether) {
     const std::vector<Fix> fixes = fixesOf(world::makeWorld({40, 2, 9}));
-    const Library library(config(Use::hangouts), Use::hangouts);
+    const Tables library(config(ProcessorKind::hangouts), ProcessorKind::hangouts);
     StaysAnalysis analysis(library);
     const std::vector<ResultRow> stays = run(analysis, fixes);
     std::vector<std::set<std::uint64_t>> events(stays.size());
@@ -265,12 +268,12 @@ TEST(Stays, AreTheHangoutRecordsTogether) {
 TEST(Stays, HangOnTheFixesOfTheirEntityAlone) {
     const auto off = [] { return static_cast<double>(random_() % 9) * 5e-4; };
     for (int round = 0; round < 16; ++round) {
-        Config any = config(Use::hangouts);
+        Config any = config(ProcessorKind::hangouts);
         any.masters.front().cellLength = pick({6U, 7U});
         any.masters.front().box = {pick({4U, 12U}), "minutes"};
         any.hangouts.front().window = {pick({1U, 3U}), "minutes"};
         any.hangouts.front().minCount = pick({1U, 3U});
-        const Library library(any, Use::hangouts);
+        const Tables library(any, ProcessorKind::hangouts);
         const auto staysOf = [&](const std::vector<Fix>& fixes, std::size_t between) {
             StaysAnalysis analysis(library);
             std::vector<std::string> stays;
@@ -317,7 +320,7 @@ TEST(Stays, HangOnTheFixesOfTheirEntityAlone) {
 // breaks that leave no record, slow walks, and errands near by.
 TEST(Stays, AgreeWithTheTruthOfTheSampleWorld) {
     const world::World world = world::makeWorld({100, 2, 5});
-    const Library library(config(Use::hangouts), Use::hangouts);
+    const Tables library(config(ProcessorKind::hangouts), ProcessorKind::hangouts);
     StaysAnalysis analysis(library);
     double trueTime = 0, foundTime = 0, common = 0, trueCount = 0, foundCount = 0;
     for (const ResultRow& row : run(analysis, fixesOf(world))) {
@@ -347,7 +350,7 @@ TEST(Stays, AgreeWithTheTruthOfTheSampleWorld) {
 
 /// By the definition: the figures of all pairs in all boxes, which are kept to the end, with the
 /// cell of the first; and how many boxes had more entities, if any.
-std::multiset<std::string> meetingsOf(const Library& library, const std::vector<Fix>& fixes,
+std::multiset<std::string> meetingsOf(const Tables& library, const std::vector<Fix>& fixes,
                                       std::size_t maxEntities) {
     struct Meeting {
         std::int64_t boxes = 0;
@@ -362,7 +365,7 @@ std::multiset<std::string> meetingsOf(const Library& library, const std::vector<
     std::set<decltype(visitors)::key_type> cut;
     forEachEvent(fixes, [&](const Fix& fix, const Event& event) {
         std::list<SpaceTimeBox> boxes;
-        library.makeProcessor().getSTB(event, boxes);
+        makeProcessor(library).getSTB(event, boxes);
         for (const SpaceTimeBox& box : boxes) {
             const std::string cell = box.toASCIIString();
             const std::tuple key(box.start, box.end, cell, box.getGeoHashBitDepth());
@@ -394,12 +397,12 @@ std::multiset<std::string> meetingsOf(const Library& library, const std::vector<
 }
 
 TEST(Meetings, AreAllPairsThatShareABox) {
-    Config two = config(Use::boxes);
+    Config two = config(ProcessorKind::boxes);
     two.masters.push_back({"wide", 5, {3, "hours"}, 0});
     two.masters.front().cellLength = 7;
     two.assignments.push_back(two.assignments.front());
     two.assignments.back().master = "wide";
-    const Library library(two, Use::boxes);
+    const Tables library(two, ProcessorKind::boxes);
     for (int round = 0; round < 30; ++round) {
         std::vector<Fix> fixes;
         for (std::int64_t i = 0; i < 400; ++i) {

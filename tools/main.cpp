@@ -1,3 +1,4 @@
+#include "engine/columns/Fault.h"
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
 #include "tools/cli/CommandLine.h"
@@ -42,8 +43,7 @@ void warn(const CommandLine& line) {
     }
 }
 
-std::unique_ptr<host::Analysis> makeAnalysis(const CommandLine& line,
-                                             const host::Library& library) {
+std::unique_ptr<host::Analysis> makeAnalysis(const CommandLine& line, const host::Tables& library) {
     switch (line.command) {
     case Command::boxes:
         return host::makeBoxesAnalysis(library);
@@ -58,7 +58,7 @@ std::unique_ptr<host::Analysis> makeAnalysis(const CommandLine& line,
 }
 
 host::ExitCode runAnalysis(const CommandLine& line) {
-    const host::Library library(line.config, line.use());
+    const host::Tables library(line.config, line.use());
     warn(line);
     return host::run(line.run, *makeAnalysis(line, library));
 }
@@ -110,6 +110,10 @@ host::ExitCode guardedRun(int argc, const char* const* argv) {
         return run(argc, argv);
     } catch (const host::Failure& failure) {
         return complain(failure.what(), failure.code());
+    } catch (const qorvel_engine::Fault& fault) {
+        return complain(fault.what(), fault.code() == qorvel_engine::FaultCode::badConfiguration
+                                          ? host::ExitCode::usage
+                                          : host::ExitCode::broken);
     } catch (const StbThreadException&) { // not a std::exception
         return complain("the library's lock failed");
     } catch (const std::bad_alloc&) {

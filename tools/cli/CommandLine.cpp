@@ -419,8 +419,9 @@ private:
     }
 
     void addOthers() {
-        const std::map<std::string, Use> uses = {
-            {"boxes", Use::boxes}, {"presence", Use::presence}, {"hangouts", Use::hangouts}};
+        const std::map<std::string, ProcessorKind> uses = {{"boxes", ProcessorKind::boxes},
+                                                           {"presence", ProcessorKind::presence},
+                                                           {"hangouts", ProcessorKind::hangouts}};
         CLI::App& explain = add(Command::explain, "explain",
                                 "which tests a row passes, what it adds to, and why it finds "
                                 "something or nothing");
@@ -435,7 +436,7 @@ private:
         addSetup(explain, last(), "as for that command");
         explain.get_option("--ratio")->default_str("that command's");
         explain.parse_complete_callback([&explain, &explained, &spec = last().spec] {
-            if (explained.use == Use::presence && explain.count("--ratio") == 0) {
+            if (explained.use == ProcessorKind::presence && explain.count("--ratio") == 0) {
                 spec.ratio = kPresenceRatio;
             }
         });
@@ -509,12 +510,12 @@ private:
         config.masters = {request.master};
         config.assignments = {request.assignment};
         switch (request.line.use()) {
-        case Use::boxes:
+        case ProcessorKind::boxes:
             break;
-        case Use::presence:
+        case ProcessorKind::presence:
             config.presence = {request.spec};
             break;
-        case Use::hangouts:
+        case ProcessorKind::hangouts:
             config.hangouts = {request.spec};
             break;
         }
@@ -529,17 +530,17 @@ private:
 
 } // namespace
 
-Use CommandLine::use() const {
+ProcessorKind CommandLine::use() const {
     switch (command) {
     case Command::presence:
-        return Use::presence;
+        return ProcessorKind::presence;
     case Command::hangouts:
     case Command::stays:
-        return Use::hangouts;
+        return ProcessorKind::hangouts;
     case Command::explain:
         return explain.use;
     default:
-        return Use::boxes;
+        return ProcessorKind::boxes;
     }
 }
 

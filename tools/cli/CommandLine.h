@@ -1,13 +1,14 @@
 #ifndef QORVEL_TOOLS_CLI_COMMANDLINE_H
 #define QORVEL_TOOLS_CLI_COMMANDLINE_H
 
+#include "engine/setup/Config.h"
 #include "tools/Failure.h"
 #include "tools/commands/checkCommand.h"
 #include "tools/commands/explainCommand.h"
 #include "tools/commands/geohashCommand.h"
 #include "tools/commands/synthCommand.h"
 #include "tools/run/run.h"
-#include "tools/setup/Config.h"
+#include "tools/setup/engineNames.h"
 
 #include <cstdint>
 #include <variant>
@@ -32,7 +33,7 @@ struct CommandLine {
     SynthOptions synth;
 
     /// What the command takes a processor for.
-    Use use() const;
+    ProcessorKind use() const;
 };
 
 /// Reads the command line. Returns an exit code instead where all is said already: after --help,

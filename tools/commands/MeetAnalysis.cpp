@@ -1,6 +1,7 @@
 #include "tools/commands/MeetAnalysis.h"
 
 #include "tools/commands/CellValues.h"
+#include "tools/setup/makeProcessor.h"
 
 #include <algorithm>
 #include <list>
@@ -15,7 +16,7 @@ constexpr std::uint64_t kOddConstant = 0x9E3779B97F4A7C15U;
 
 class MeetShard : public Shard {
 public:
-    explicit MeetShard(const Library& library) : processor_(library.makeProcessor()) {}
+    explicit MeetShard(const Tables& library) : processor_(host::makeProcessor(library)) {}
 
     void take(const Observation& observation, Found& found) override {
         const Event& event = observation.event;

@@ -1,8 +1,9 @@
 #ifndef QORVEL_TOOLS_COMMANDS_MEETANALYSIS_H
 #define QORVEL_TOOLS_COMMANDS_MEETANALYSIS_H
 
+#include "engine/setup/Tables.h"
 #include "tools/run/Analysis.h"
-#include "tools/setup/Library.h"
+#include "tools/setup/engineNames.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -32,7 +33,7 @@ namespace host {
 class MeetAnalysis : public Analysis {
 public:
     /// The library is for boxes, and must outlive the analysis.
-    MeetAnalysis(const Library& library, std::uint32_t maxEntitiesPerBox)
+    MeetAnalysis(const Tables& library, std::uint32_t maxEntitiesPerBox)
         : library_(library), maxEntitiesPerBox_(maxEntitiesPerBox) {}
 
     const Schema& schema() const override;
@@ -84,7 +85,7 @@ private:
     void countSlice(Meeting& meeting, const TimeSlice& slice) const;
     std::vector<NamedMeeting> named() const;
 
-    const Library& library_;
+    const Tables& library_;
     const std::uint32_t maxEntitiesPerBox_;
     std::map<std::pair<std::int64_t, std::int64_t>, TimeSlice> slices_; ///< by end and start
     std::unordered_set<std::uint64_t> openSlices_;                      ///< their numbers

@@ -364,7 +364,7 @@ struct Entity {
 
 class StaysShard : public Shard {
 public:
-    StaysShard(const Library& library, const Schema& schema)
+    StaysShard(const Tables& library, const Schema& schema)
         : schema_(schema), lookBack_(library.lookBack()), records_(library) {
         for (const STBMasterRow& master : library.masters()) {
             resolutions_.push_back({static_cast<std::uint32_t>(master.masterId),

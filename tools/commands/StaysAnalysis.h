@@ -1,8 +1,9 @@
 #ifndef QORVEL_TOOLS_COMMANDS_STAYSANALYSIS_H
 #define QORVEL_TOOLS_COMMANDS_STAYSANALYSIS_H
 
+#include "engine/setup/Tables.h"
 #include "tools/run/Analysis.h"
-#include "tools/setup/Library.h"
+#include "tools/setup/engineNames.h"
 
 #include <cstdint>
 #include <memory>
@@ -34,14 +35,14 @@ namespace host {
 class StaysAnalysis : public Analysis {
 public:
     /// The library is for hangouts, and must outlive the analysis.
-    explicit StaysAnalysis(const Library& library) : library_(library) {}
+    explicit StaysAnalysis(const Tables& library) : library_(library) {}
 
     const Schema& schema() const override;
     std::unique_ptr<Shard> makeShard() const override;
     std::int64_t lookBack() const override { return library_.lookBack(); }
 
 private:
-    const Library& library_;
+    const Tables& library_;
 };
 
 } // namespace host

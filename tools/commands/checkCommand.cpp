@@ -23,13 +23,14 @@ std::string entriesText(const char* kind, const std::vector<Entry>& entries,
 }
 
 std::string configText(const Config& config) {
-    const auto specsText = [&config](const char* kind, Use use) {
+    const auto specsText = [&config](const char* kind, ProcessorKind use) {
         return entriesText(kind, config.specs(use),
                            [use](const Config::Spec& spec) { return specText(spec, use); });
     };
     return entriesText("master", config.masters, masterText) +
            entriesText("assignment", config.assignments, assignmentText) +
-           specsText("presence", Use::presence) + specsText("hangout", Use::hangouts);
+           specsText("presence", ProcessorKind::presence) +
+           specsText("hangout", ProcessorKind::hangouts);
 }
 
 std::string figuresText(const TrackFigures& figures, const std::string& name) {

@@ -1,10 +1,11 @@
 #ifndef QORVEL_TOOLS_COMMANDS_CHECKCOMMAND_H
 #define QORVEL_TOOLS_COMMANDS_CHECKCOMMAND_H
 
+#include "engine/setup/Config.h"
 #include "tools/Failure.h"
 #include "tools/input/InputOptions.h"
-#include "tools/setup/Config.h"
-#include "tools/setup/Library.h"
+#include "tools/setup/EventMaker.h"
+#include "tools/setup/engineNames.h"
 
 namespace host {
 

@@ -1,7 +1,7 @@
 #include "tools/commands/configText.h"
 
-#include "tools/setup/cellSize.h"
-#include "tools/setup/numberText.h"
+#include "engine/setup/cellSize.h"
+#include "engine/setup/numberText.h"
 
 #include "qorvel/geohash/UtilG2.h"
 
@@ -68,8 +68,8 @@ std::string assignmentText(const Config::Assignment& assignment) {
            numberText(assignment.timeFactor) + '\n';
 }
 
-std::string specText(const Config::Spec& spec, Use use) {
-    const bool isStay = use == Use::hangouts;
+std::string specText(const Config::Spec& spec, ProcessorKind use) {
+    const bool isStay = use == ProcessorKind::hangouts;
     return "  master     \"" + spec.master + "\"\n  keys       primary " +
            primaryKeyText(spec.primaryKey) + "\n  wanted     " + std::to_string(spec.minCount) +
            " fixes or more " + (isStay ? "over at least " : "within ") + spec.window.text() +

@@ -1,7 +1,8 @@
 #ifndef QORVEL_TOOLS_COMMANDS_CONFIGTEXT_H
 #define QORVEL_TOOLS_COMMANDS_CONFIGTEXT_H
 
-#include "tools/setup/Config.h"
+#include "engine/setup/Config.h"
+#include "tools/setup/engineNames.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +17,7 @@ std::string entryName(const char* kind, std::size_t index, std::uint32_t line);
 
 std::string masterText(const Config::Master& master);
 std::string assignmentText(const Config::Assignment& assignment);
-std::string specText(const Config::Spec& spec, Use use);
+std::string specText(const Config::Spec& spec, ProcessorKind use);
 
 /// "everywhere", or the cells that an event must lie in.
 std::string areaText(const Config::Assignment& assignment);

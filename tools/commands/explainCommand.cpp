@@ -1,10 +1,12 @@
 #include "tools/commands/explainCommand.h"
 
+#include "engine/setup/numberText.h"
 #include "tools/commands/configText.h"
 #include "tools/isoTime.h"
 #include "tools/output/TextFile.h"
-#include "tools/setup/numberText.h"
-#include "tools/setup/probe.h"
+#include "tools/setup/makeProcessor.h"
+
+#include "qorvel/processor/detail/FigureProcessor.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +24,7 @@ namespace host {
 namespace {
 
 using API = QorvelMotionProcessorAPI;
+using qorvel_port::RowTest;
 using Records = std::list<STBCompressedEvent>;
 
 std::string timeText(std::int64_t time) {
@@ -68,13 +71,14 @@ bool readRow(FixSource& source, EventMaker& maker, Row& row, Event& event) {
 /// A detector that wants as little as one can want, and so tells how far a spec's series have come.
 class EasyDetector {
 public:
-    EasyDetector(const STBCompressionSpec& spec, const STBMasterRow& master, Use use)
-        : process_(use == Use::hangouts ? &HangoutDetector::processEventDwellTime
-                                        : &HangoutDetector::processEventPresenceCompression),
+    EasyDetector(const STBCompressionSpec& spec, const STBMasterRow& master, ProcessorKind use)
+        : process_(use == ProcessorKind::hangouts
+                       ? &HangoutDetector::processEventDwellTime
+                       : &HangoutDetector::processEventPresenceCompression),
           spec_(spec), easySpec_(spec), master_(master) {
         easySpec_.minCount = 1;
         easySpec_.ratio = 0.0;
-        if (use == Use::hangouts) {
+        if (use == ProcessorKind::hangouts) {
             easySpec_.windowMillis = 0; // only how long a stay must be depends on it
         }
     }
@@ -114,8 +118,8 @@ private:
 /// An entity's rows on their way through the library.
 class Story {
 public:
-    explicit Story(const Library& library)
-        : library_(library), processor_(library.makeProcessor()) {
+    explicit Story(const Tables& library)
+        : library_(library), processor_(host::makeProcessor(library)) {
         for (const STBCompressionSpec& spec : library.specs()) {
             const auto same =
                 std::find_if(detectors_.begin(), detectors_.end(),
@@ -123,7 +127,7 @@ public:
             bySpec_.push_back(
                 same != detectors_.end()
                     ? &*same
-                    : &detectors_.emplace_back(spec, library.masterOf(spec), library.use()));
+                    : &detectors_.emplace_back(spec, library.masterOf(spec), library.kind()));
         }
     }
 
@@ -134,7 +138,7 @@ public:
         for (const STBAssignmentRow& row : library_.assignments()) {
             auto detector = bySpec_.begin();
             for (const STBCompressionSpec& spec : library_.specs()) {
-                if (reaches(row, spec, event)) {
+                if (qorvel_port::applies(row, event) && qorvel_port::leadsTo(row, spec, event)) {
                     (*detector)->take(event, row);
                 }
                 ++detector;
@@ -165,7 +169,7 @@ private:
 
     void report(const Event& event, std::uint64_t line) {
         found_.clear();
-        if (library_.use() == Use::hangouts) {
+        if (library_.kind() == ProcessorKind::hangouts) {
             API::processEventForHangouts(event, processor_, found_, errors_);
         } else {
             API::processEventForPresenceCompression(event, processor_, found_, errors_);
@@ -175,7 +179,7 @@ private:
         }
     }
 
-    const Library& library_;
+    const Tables& library_;
     MotionProcessor processor_;
     std::list<EasyDetector> detectors_; ///< equal specs share one
     std::vector<EasyDetector*> bySpec_;
@@ -187,7 +191,7 @@ private:
 /// What there is to say about one row.
 class Explanation {
 public:
-    Explanation(const ExplainOptions& options, const Library& library, const Row& row,
+    Explanation(const ExplainOptions& options, const Tables& library, const Row& row,
                 const Event& event, const Story& story)
         : config_(options.config), use_(options.use), library_(library), row_(row), event_(event),
           story_(story) {}
@@ -232,11 +236,11 @@ private:
         const Config::Assignment& assignment = config_.assignments[index];
         say(entryName("assignment", index, assignment.line) + ", master \"" + assignment.master +
             '"');
-        for (const RowTest test : kRowTests) {
+        for (const RowTest test : qorvel_port::kRowTests) {
             say((passes(test, row, event_) ? "  passes  " : "  FAILS   ") +
                 testText(test, assignment));
         }
-        if (takes(row, event_)) {
+        if (qorvel_port::applies(row, event_)) {
             explainBoxes(row);
         }
     }
@@ -291,7 +295,7 @@ private:
     void explainSpec(std::size_t index) {
         const Config::Spec& spec = config_.specs(use_)[index];
         const EasyDetector& detector = story_.detector(index);
-        say(entryName(use_ == Use::hangouts ? "hangout" : "presence", index, spec.line));
+        say(entryName(use_ == ProcessorKind::hangouts ? "hangout" : "presence", index, spec.line));
         text_ += specText(spec, use_);
         isReached_ = isReached_ || detector.isReached();
         if (!detector.isReached()) {
@@ -322,13 +326,15 @@ private:
         say("  cell " + record.stb.toASCIIString() + ": " +
             std::to_string(record.eventSequenceNumbers.size()) + " of " +
             std::to_string(spec.minCount) + " fixes, since " + timeText(record.firstTime) +
-            (use_ == Use::hangouts ? "; " + lengthText(covered) + " of " + spec.window.text()
-                                   : ""));
+            (use_ == ProcessorKind::hangouts
+                 ? "; " + lengthText(covered) + " of " + spec.window.text()
+                 : ""));
     }
 
     void explainBox(const Config::Spec& spec, const STBCompressedEvent& record,
                     std::uint32_t count) {
-        const std::uint32_t all = use_ == Use::hangouts ? spec.minCount : record.totalCount;
+        const std::uint32_t all =
+            use_ == ProcessorKind::hangouts ? spec.minCount : record.totalCount;
         const std::optional<std::uint64_t> line = story_.lineOf(record);
         isReported_ = isReported_ || line;
         say("    box " + boxText(record.stb) + ": " + std::to_string(count) + " fixes, ratio " +
@@ -339,7 +345,7 @@ private:
     }
 
     void conclude() {
-        const std::size_t count = use_ == Use::boxes ? boxCount_ : story_.found().size();
+        const std::size_t count = use_ == ProcessorKind::boxes ? boxCount_ : story_.found().size();
         if (count > 0) {
             say("So the row gives " + std::to_string(count) +
                 (count == 1 ? " result." : " results."));
@@ -357,8 +363,8 @@ private:
     }
 
     const Config& config_;
-    Use use_;
-    const Library& library_;
+    ProcessorKind use_;
+    const Tables& library_;
     const Row& row_;
     const Event& event_;
     const Story& story_;
@@ -403,7 +409,7 @@ std::string explain(const ExplainOptions& options, FixSource& source) {
     if (options.row == 0 && options.line == 0) {
         throw Failure(ExitCode::usage, "which row? Give --row or --line");
     }
-    const Library library(options.config, options.use);
+    const Tables library(options.config, options.use);
     if (!source.isRepeatable()) {
         throw Failure(ExitCode::usage, "explain reads its input twice: give it a file, no pipe");
     }

@@ -1,9 +1,11 @@
 #ifndef QORVEL_TOOLS_COMMANDS_EXPLAINCOMMAND_H
 #define QORVEL_TOOLS_COMMANDS_EXPLAINCOMMAND_H
 
+#include "engine/setup/Tables.h"
 #include "tools/Failure.h"
 #include "tools/input/FixSource.h"
-#include "tools/setup/Library.h"
+#include "tools/setup/EventMaker.h"
+#include "tools/setup/engineNames.h"
 
 #include <cstdint>
 #include <string>
@@ -12,7 +14,7 @@ namespace host {
 
 struct ExplainOptions {
     Config config;
-    Use use = Use::hangouts;
+    ProcessorKind use = ProcessorKind::hangouts;
     InputOptions input; ///< read twice: no pipe
     EventOptions events;
     std::uint64_t row = 0;  ///< from 1, the header not counted; 0: told by the line

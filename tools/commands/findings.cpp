@@ -2,6 +2,7 @@
 
 #include "tools/commands/CellValues.h"
 #include "tools/run/LastRecords.h"
+#include "tools/setup/makeProcessor.h"
 
 #include <cstdint>
 #include <list>
@@ -51,8 +52,8 @@ private:
 
 class BoxesShard : public Shard {
 public:
-    BoxesShard(const Library& library, const Schema& schema)
-        : processor_(library.makeProcessor()), values_(schema) {}
+    BoxesShard(const Tables& library, const Schema& schema)
+        : processor_(host::makeProcessor(library)), values_(schema) {}
 
     void take(const Observation& observation, Found& found) override {
         boxes_.clear();
@@ -75,7 +76,7 @@ private:
 
 class BoxesAnalysis : public Analysis {
 public:
-    explicit BoxesAnalysis(const Library& library) : library_(library) {}
+    explicit BoxesAnalysis(const Tables& library) : library_(library) {}
 
     const Schema& schema() const override { return schema_; }
     std::unique_ptr<Shard> makeShard() const override {
@@ -84,7 +85,7 @@ public:
     std::int64_t lookBack() const override { return -1; }
 
 private:
-    const Library& library_;
+    const Tables& library_;
     const Schema schema_{"boxes", BoxValues::columns({{"time", ColumnKind::time}})};
 };
 
@@ -133,10 +134,11 @@ struct Finding {
 
 class FirstFindingsShard : public Shard {
 public:
-    FirstFindingsShard(const Library& library, const Schema& schema)
-        : process_(library.use() == Use::hangouts ? API::processEventForHangouts
-                                                  : API::processEventForPresenceCompression),
-          processor_(library.makeProcessor()), values_(schema) {}
+    FirstFindingsShard(const Tables& library, const Schema& schema)
+        : process_(library.kind() == ProcessorKind::hangouts
+                       ? API::processEventForHangouts
+                       : API::processEventForPresenceCompression),
+          processor_(host::makeProcessor(library)), values_(schema) {}
 
     void take(const Observation& observation, Found& found) override {
         records_.clear();
@@ -159,7 +161,7 @@ private:
 
 class LastFindingsShard : public Shard {
 public:
-    LastFindingsShard(const Library& library, const Schema& schema)
+    LastFindingsShard(const Tables& library, const Schema& schema)
         : records_(library), values_(schema) {}
 
     void take(const Observation& observation, Found&) override {
@@ -205,9 +207,10 @@ private:
 template <typename ShardType>
 class FindingsAnalysis : public Analysis {
 public:
-    explicit FindingsAnalysis(const Library& library)
+    explicit FindingsAnalysis(const Tables& library)
         : library_(library),
-          schema_(Finding::schema(library.use() == Use::hangouts ? "hangouts" : "presence")) {}
+          schema_(Finding::schema(library.kind() == ProcessorKind::hangouts ? "hangouts"
+                                                                            : "presence")) {}
 
     const Schema& schema() const override { return schema_; }
     std::unique_ptr<Shard> makeShard() const override {
@@ -216,21 +219,21 @@ public:
     std::int64_t lookBack() const override { return library_.lookBack(); }
 
 private:
-    const Library& library_;
+    const Tables& library_;
     const Schema schema_;
 };
 
 } // namespace
 
-std::unique_ptr<Analysis> makeBoxesAnalysis(const Library& library) {
+std::unique_ptr<Analysis> makeBoxesAnalysis(const Tables& library) {
     return std::make_unique<BoxesAnalysis>(library);
 }
 
-std::unique_ptr<Analysis> makeFirstFindings(const Library& library) {
+std::unique_ptr<Analysis> makeFirstFindings(const Tables& library) {
     return std::make_unique<FindingsAnalysis<FirstFindingsShard>>(library);
 }
 
-std::unique_ptr<Analysis> makeLastFindings(const Library& library) {
+std::unique_ptr<Analysis> makeLastFindings(const Tables& library) {
     return std::make_unique<FindingsAnalysis<LastFindingsShard>>(library);
 }
 

@@ -1,10 +1,11 @@
 #include "tools/commands/geohashCommand.h"
 
+#include "engine/setup/Config.h"
+#include "engine/setup/cellSize.h"
+#include "engine/setup/numberText.h"
 #include "tools/output/TextFile.h"
 #include "tools/output/cellShape.h"
-#include "tools/setup/Config.h"
-#include "tools/setup/cellSize.h"
-#include "tools/setup/numberText.h"
+#include "tools/setup/engineNames.h"
 
 #include "qorvel/qorvel.h"
 

@@ -24,7 +24,7 @@ MotionProcessor makeProbe(const STBAssignmentRow& row, const STBMasterRow& maste
     return MotionProcessor({master}, {row}, {spec});
 }
 
-const STBMasterRow& masterOf(const STBAssignmentRow& row, const Library& library) {
+const STBMasterRow& masterOf(const STBAssignmentRow& row, const Tables& library) {
     return *std::find_if(
         library.masters().begin(), library.masters().end(),
         [&row](const STBMasterRow& master) { return master.masterId == row.masterId; });
@@ -60,7 +60,7 @@ bool LastRecords::Row::appliesTo(const Event& event) const {
     return probe.getDetectorCount() > 0;
 }
 
-LastRecords::LastRecords(const Library& library) : use_(library.use()) {
+LastRecords::LastRecords(const Tables& library) : use_(library.kind()) {
     for (const STBCompressionSpec& spec : library.specs()) {
         routes_.push_back({&spec, &detectorOf(spec)});
     }
@@ -99,7 +99,7 @@ void LastRecords::take(const Event& event, const Visit& visit) {
 
 void LastRecords::process(const Event& event, const Row& row, const Route& route) {
     records_.clear();
-    const auto operation = use_ == Use::hangouts
+    const auto operation = use_ == ProcessorKind::hangouts
                                ? &HangoutDetector::processEventDwellTime
                                : &HangoutDetector::processEventPresenceCompression;
     (route.detector->*operation)(event, row.assignment.timeToleranceFactor,

@@ -1,7 +1,8 @@
 #ifndef QORVEL_TOOLS_RUN_LASTRECORDS_H
 #define QORVEL_TOOLS_RUN_LASTRECORDS_H
 
-#include "tools/setup/Library.h"
+#include "engine/setup/Tables.h"
+#include "tools/setup/engineNames.h"
 
 #include "qorvel/qorvel.h"
 
@@ -42,7 +43,7 @@ public:
     using Visit = std::function<void(STBCompressedEvent&, const STBCompressionSpec&)>;
 
     /// The library is for presence or hangouts, and must outlive this.
-    explicit LastRecords(const Library& library);
+    explicit LastRecords(const Tables& library);
 
     /// Calls `visit` with what the event establishes. The records whose RecordKey comes for the
     /// first time are those that the processor reports, in the same order.
@@ -77,7 +78,7 @@ private:
     HangoutDetector& detectorOf(const STBCompressionSpec& spec);
     void process(const Event& event, const Row& row, const Route& route);
 
-    Use use_;
+    ProcessorKind use_;
     std::deque<HangoutDetector> detectors_; ///< never moved
     std::vector<Route> routes_;             ///< of all specs
     std::vector<Row> rows_;

@@ -5,7 +5,7 @@
 #include "tools/run/Analysis.h"
 #include "tools/run/Batch.h"
 #include "tools/run/BatchReader.h"
-#include "tools/setup/Library.h"
+#include "tools/setup/EventMaker.h"
 
 #include <condition_variable>
 #include <cstdint>

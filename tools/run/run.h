@@ -5,7 +5,7 @@
 #include "tools/input/InputOptions.h"
 #include "tools/output/ResultWriter.h"
 #include "tools/run/Analysis.h"
-#include "tools/setup/Library.h"
+#include "tools/setup/EventMaker.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,7 +1,8 @@
 #include "tools/setup/checkTracks.h"
 
-#include "tools/setup/probe.h"
-#include "tools/setup/records.h"
+#include "engine/setup/records.h"
+
+#include "qorvel/processor/detail/FigureProcessor.h"
 
 #include <algorithm>
 #include <array>
@@ -14,6 +15,8 @@
 namespace host {
 
 namespace {
+
+using qorvel_port::RowTest;
 
 constexpr std::size_t kMostEntities = 50000;
 constexpr std::size_t kMostKeys = 10000;
@@ -80,7 +83,7 @@ public:
         for (const Config::Master& master : config.masters) {
             masters.push_back(makeMaster(master, errors));
         }
-        processor_ = makeProcessor(Use::boxes, masters, rows_, {}, errors);
+        processor_ = makeProcessor(ProcessorKind::boxes, masters, rows_, {}, errors);
     }
 
     TrackFigures operator()(FixSource& source) {
@@ -121,7 +124,7 @@ private:
         if (keys_.size() < kMostKeys) {
             judgeAssignments();
         }
-        for (const Use use : {Use::presence, Use::hangouts}) {
+        for (const ProcessorKind use : {ProcessorKind::presence, ProcessorKind::hangouts}) {
             for (const Config::Spec& spec : config_.specs(use)) {
                 judgeSpec(spec, use);
             }
@@ -142,12 +145,12 @@ private:
         }
     }
 
-    void judgeSpec(const Config::Spec& spec, Use use) {
+    void judgeSpec(const Config::Spec& spec, ProcessorKind use) {
         std::stringstream errors;
         const STBCompressionSpec record = makeSpec(spec, use, errors);
         const bool isUsed = anyKeys([this, &record](const Event& event) {
             return std::any_of(rows_.begin(), rows_.end(), [&](const STBAssignmentRow& row) {
-                return reachesByKeys(row, record, event);
+                return qorvel_port::leadsTo(row, record, event);
             });
         });
         if (!isUsed && keys_.size() < kMostKeys) {

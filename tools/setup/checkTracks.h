@@ -1,8 +1,10 @@
 #ifndef QORVEL_TOOLS_SETUP_CHECKTRACKS_H
 #define QORVEL_TOOLS_SETUP_CHECKTRACKS_H
 
+#include "engine/setup/Config.h"
 #include "tools/input/FixSource.h"
-#include "tools/setup/Library.h"
+#include "tools/setup/EventMaker.h"
+#include "tools/setup/engineNames.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,14 +1,17 @@
+#include "engine/setup/Config.h"
+#include "engine/setup/cellSize.h"
+#include "engine/setup/numberText.h"
+#include "engine/setup/records.h"
 #include "examples/tagSentences.h"
-#include "tools/setup/cellSize.h"
-#include "tools/setup/numberText.h"
-#include "tools/setup/probe.h"
-#include "tools/setup/records.h"
+
+#include "qorvel/processor/detail/FigureProcessor.h"
+#include "qorvel/qorvel.h"
 
 #include <algorithm>
 #include <cmath>
 #include <sstream>
 
-namespace host {
+namespace qorvel_engine {
 
 namespace {
 
@@ -47,12 +50,24 @@ std::string take(std::stringstream& errors) {
     return tags;
 }
 
+/// Is there an event that comes to the spec by the row, as far as keys and master tell?
+bool canReach(const STBAssignmentRow& row, const STBCompressionSpec& spec) {
+    Event event;
+    event.secondaryKeyId = row.secondaryKeyId;
+    event.primaryKeyId = row.primaryKeyId;
+    if (qorvel_port::leadsTo(row, spec, event)) {
+        return true;
+    }
+    event.primaryKeyId = static_cast<std::int32_t>(spec.primaryKeyId);
+    return qorvel_port::leadsTo(row, spec, event);
+}
+
 class Checker {
 public:
     explicit Checker(const Config& config) : config_(config) {}
 
-    std::vector<ConfigFault> operator()(std::optional<Use> use) {
-        checkTables(use);
+    std::vector<ConfigFault> operator()(std::optional<ProcessorKind> kind) {
+        checkTables(kind);
         // Before the specs and masters, since they register "ANY" as primary key number 0.
         for (const Config::Assignment& assignment : config_.assignments) {
             checkAssignment(assignment);
@@ -60,9 +75,9 @@ public:
         for (const Config::Master& master : config_.masters) {
             checkMaster(master);
         }
-        for (const Use kind : {Use::presence, Use::hangouts}) {
-            for (const Config::Spec& spec : config_.specs(kind)) {
-                checkSpec(spec, kind);
+        for (const ProcessorKind each : {ProcessorKind::presence, ProcessorKind::hangouts}) {
+            for (const Config::Spec& spec : config_.specs(each)) {
+                checkSpec(spec, each);
             }
         }
         for (const Config::Assignment& assignment : config_.assignments) {
@@ -114,7 +129,7 @@ private:
         return "value";
     }
 
-    void checkTables(std::optional<Use> use) {
+    void checkTables(std::optional<ProcessorKind> kind) {
         if (config_.masters.empty()) {
             error(0, "there is no [[master]]: nothing says how large cells and time boxes are");
         }
@@ -122,9 +137,9 @@ private:
             error(0, "there is no [[assignment]]: nothing says which fixes to take. An empty one "
                      "takes all");
         }
-        if (use && *use != Use::boxes && config_.specs(*use).empty()) {
+        if (kind && *kind != ProcessorKind::boxes && config_.specs(*kind).empty()) {
             error(0, std::string("there is no [[") +
-                         (*use == Use::hangouts ? "hangout" : "presence") +
+                         (*kind == ProcessorKind::hangouts ? "hangout" : "presence") +
                          "]]: nothing says what to look for");
         }
     }
@@ -133,7 +148,7 @@ private:
         std::stringstream errors;
         const STBAssignmentRow row = makeAssignment(withoutGeohashes(assignment), errors);
         report(assignment.line, take(errors));
-        makeProcessor(Use::boxes, masters(), {row}, {}, errors);
+        makeProcessor(ProcessorKind::boxes, masters(), {row}, {}, errors);
         report(assignment.line, take(errors), word("master") + ' ' + quoted(assignment.master));
         if (std::isnan(assignment.spaceFactor) || std::isnan(assignment.timeFactor)) {
             error(assignment.line, word("space_factor") + " and " + word("time_factor") +
@@ -228,22 +243,22 @@ private:
         }
     }
 
-    void checkSpec(const Config::Spec& spec, Use use) {
+    void checkSpec(const Config::Spec& spec, ProcessorKind kind) {
         checkSpan(spec.line, "window", spec.window);
         if (spec.minCount == 0) {
             error(spec.line, word("min_count") + " must be at least 1");
         }
         std::stringstream errors;
-        const STBCompressionSpec record = makeSpec(spec, use, errors);
+        const STBCompressionSpec record = makeSpec(spec, kind, errors);
         report(spec.line, take(errors));
-        makeProcessor(use, masters(), {}, {record}, errors);
+        makeProcessor(kind, masters(), {}, {record}, errors);
         const std::string tags = take(errors);
         if (tags.find("ERROR_MOTIONPROCESSOR_3,") != std::string::npos) {
             reportWindow(spec);
         } else {
             report(spec.line, tags, word("master") + ' ' + quoted(spec.master));
         }
-        checkUse(spec, record, use);
+        checkUse(spec, record, kind);
     }
 
     void reportWindow(const Config::Spec& spec) {
@@ -260,7 +275,7 @@ private:
     }
 
     /// Does a fix ever come to this spec, and only once?
-    void checkUse(const Config::Spec& spec, const STBCompressionSpec& record, Use use) {
+    void checkUse(const Config::Spec& spec, const STBCompressionSpec& record, ProcessorKind kind) {
         std::stringstream errors;
         bool isUsed = false;
         for (const Config::Assignment& assignment : config_.assignments) {
@@ -270,11 +285,11 @@ private:
             warn(spec.line, "no assignment of its master takes fixes for it: it never finds "
                             "anything");
         }
-        for (const Config::Spec& other : config_.specs(use)) {
+        for (const Config::Spec& other : config_.specs(kind)) {
             if (&other == &spec) {
                 break;
             }
-            if (makeSpec(other, use, errors) == record) {
+            if (makeSpec(other, kind, errors) == record) {
                 warn(spec.line, "the same as on line " + std::to_string(other.line) +
                                     ": both share their memory, and every fix counts twice");
             }
@@ -286,9 +301,9 @@ private:
         std::stringstream errors;
         const STBAssignmentRow row = makeAssignment(assignment, errors);
         bool isUsed = config_.presence.empty() && config_.hangouts.empty();
-        for (const Use use : {Use::presence, Use::hangouts}) {
-            for (const Config::Spec& spec : config_.specs(use)) {
-                isUsed = isUsed || canReach(row, makeSpec(spec, use, errors));
+        for (const ProcessorKind kind : {ProcessorKind::presence, ProcessorKind::hangouts}) {
+            for (const Config::Spec& spec : config_.specs(kind)) {
+                isUsed = isUsed || canReach(row, makeSpec(spec, kind, errors));
             }
         }
         if (!isUsed) {
@@ -326,8 +341,8 @@ std::optional<ConfigFault> judgeGeohash(const std::string& text) {
     return std::nullopt;
 }
 
-std::vector<ConfigFault> checkConfig(const Config& config, std::optional<Use> use) {
-    return Checker(config)(use);
+std::vector<ConfigFault> checkConfig(const Config& config, std::optional<ProcessorKind> kind) {
+    return Checker(config)(kind);
 }
 
-} // namespace host
+} // namespace qorvel_engine

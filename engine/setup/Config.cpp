@@ -1,12 +1,22 @@
-#include "tools/setup/Config.h"
+#include "engine/setup/Config.h"
+
+#include "engine/columns/Fault.h"
+
+#include "qorvel/base/keys.h"
 
 #include <algorithm>
 
-namespace host {
+namespace qorvel_engine {
 
-const std::vector<Config::Spec>& Config::specs(Use use) const {
+std::string anyPrimaryKey() {
+    return qorvel_detail::kAnyKey;
+}
+
+const std::vector<Config::Spec>& Config::specs(ProcessorKind kind) const {
     static const std::vector<Spec> none;
-    return use == Use::presence ? presence : use == Use::hangouts ? hangouts : none;
+    return kind == ProcessorKind::presence   ? presence
+           : kind == ProcessorKind::hangouts ? hangouts
+                                             : none;
 }
 
 std::string describe(const ConfigFault& fault, const std::string& file) {
@@ -35,4 +45,20 @@ std::string describeErrors(const std::vector<ConfigFault>& faults, const std::st
     return text;
 }
 
-} // namespace host
+void throwErrors(const std::vector<ConfigFault>& faults, const std::string& file) {
+    const std::string sentences = describeErrors(faults, file);
+    if (sentences.empty()) {
+        return;
+    }
+    std::string tags;
+    std::uint32_t line = 0;
+    for (const ConfigFault& fault : faults) {
+        if (fault.isError) {
+            tags += fault.tags;
+            line = line == 0 ? fault.line : line;
+        }
+    }
+    throw Fault(FaultCode::badConfiguration, sentences, tags, line);
+}
+
+} // namespace qorvel_engine

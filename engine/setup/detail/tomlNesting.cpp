@@ -1,9 +1,9 @@
-#include "tools/setup/tomlNesting.h"
+#include "engine/setup/detail/tomlNesting.h"
 
 #include <algorithm>
 #include <cstddef>
 
-namespace host {
+namespace qorvel_engine {
 
 namespace {
 
@@ -91,4 +91,4 @@ std::optional<std::uint32_t> tooDeepLine(std::string_view text) {
     return Scanner(text)();
 }
 
-} // namespace host
+} // namespace qorvel_engine

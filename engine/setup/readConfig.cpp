@@ -1,6 +1,6 @@
-#include "tools/Failure.h"
-#include "tools/setup/Config.h"
-#include "tools/setup/tomlNesting.h"
+#include "engine/columns/Fault.h"
+#include "engine/setup/Config.h"
+#include "engine/setup/detail/tomlNesting.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +14,7 @@
 #include <toml++/toml.h>
 #include <type_traits>
 
-namespace host {
+namespace qorvel_engine {
 
 namespace {
 
@@ -297,13 +297,14 @@ std::string slurp(const std::string& file) {
         text.append(piece.data(), static_cast<std::size_t>(stream.gcount()));
     }
     if (!stream.is_open() || stream.bad()) {
-        throw Failure(ExitCode::broken, "cannot read " + file + ": " + std::strerror(errno));
+        throw Fault(FaultCode::misuse, "cannot read " + file + ": " + std::strerror(errno));
     }
     return text;
 }
 
 [[noreturn]] void refuse(const std::string& file, std::uint32_t line, std::string_view what) {
-    throw Failure(ExitCode::usage, describe({true, line, std::string(what), ""}, file));
+    throw Fault(FaultCode::badConfiguration, describe({true, line, std::string(what), ""}, file),
+                {}, line);
 }
 
 toml::table parse(const std::string& file) {
@@ -328,11 +329,8 @@ Config readConfig(const std::string& file) {
     config.file = file;
     Reader reader(config);
     reader.read(parse(file));
-    const std::string objections = describeErrors(reader.faults(), file);
-    if (!objections.empty()) {
-        throw Failure(ExitCode::usage, objections);
-    }
+    throwErrors(reader.faults(), file);
     return config;
 }
 
-} // namespace host
+} // namespace qorvel_engine

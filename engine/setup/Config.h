@@ -1,7 +1,9 @@
-#ifndef QORVEL_TOOLS_SETUP_CONFIG_H
-#define QORVEL_TOOLS_SETUP_CONFIG_H
+#ifndef QORVEL_ENGINE_SETUP_CONFIG_H
+#define QORVEL_ENGINE_SETUP_CONFIG_H
 
-#include "tools/setup/Span.h"
+#include "engine/export.h"
+#include "engine/setup/ProcessorKind.h"
+#include "engine/setup/Span.h"
 
 #include <cstdint>
 #include <limits>
@@ -10,14 +12,15 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace qorvel_engine {
 
-/// What a processor is for: it takes the specs of that kind.
-enum class Use { boxes, presence, hangouts };
+/// The primary key that stands for every other one, if it is the first registered; assignments and
+/// specs see to that.
+QORVEL_ENGINE_EXPORT std::string anyPrimaryKey();
 
 /// All that the library's builders take, in the words of people. Each entry knows the line of its
 /// file where it begins; 0 when it comes from the command line.
-struct Config {
+struct QORVEL_ENGINE_EXPORT Config {
     struct Master {
         std::string name = "default";
         std::uint32_t cellLength = 6; ///< geohash characters
@@ -31,7 +34,7 @@ struct Config {
         /// that of the opposite point into NaN.
         static constexpr double kWholeEarth = 2.1e7;
 
-        std::string primaryKey = "ANY";
+        std::string primaryKey = anyPrimaryKey();
         std::string secondaryKey;
         double maxSpaceTolerance = std::numeric_limits<double>::max(); ///< metres
         std::uint32_t maxTimeTolerance = 1;                            ///< ms, 0 or 1
@@ -47,7 +50,7 @@ struct Config {
 
     /// For presence compression or for hangouts.
     struct Spec {
-        std::string primaryKey = "ANY";
+        std::string primaryKey = anyPrimaryKey();
         std::string secondaryKey;
         std::string master = "default";
         Span window{15, "minutes"};
@@ -62,8 +65,8 @@ struct Config {
     std::vector<Spec> presence;
     std::vector<Spec> hangouts;
 
-    /// The specs that a use takes; none for boxes.
-    const std::vector<Spec>& specs(Use use) const;
+    /// The specs that a processor of that kind takes; none for boxes.
+    const std::vector<Spec>& specs(ProcessorKind kind) const;
 };
 
 /// Something wrong with a configuration, or surely not meant.
@@ -76,29 +79,36 @@ struct ConfigFault {
 
 /// "FILE, line N: sentence [tags]", as it is shown; without file and line for what comes from the
 /// command line, and with "warning: " before the sentence of a warning.
-std::string describe(const ConfigFault& fault, const std::string& file);
+QORVEL_ENGINE_EXPORT std::string describe(const ConfigFault& fault, const std::string& file);
 
-void sortByLine(std::vector<ConfigFault>& faults);
+QORVEL_ENGINE_EXPORT void sortByLine(std::vector<ConfigFault>& faults);
 
-/// The errors among them as the message of a Failure: a line each, none if there is no error.
-std::string describeErrors(const std::vector<ConfigFault>& faults, const std::string& file);
+/// The errors among them, a line each; none if there is no error.
+QORVEL_ENGINE_EXPORT std::string describeErrors(const std::vector<ConfigFault>& faults,
+                                                const std::string& file);
+
+/// Throws the Fault `badConfiguration` with them if there is one: its tags are those of all, its
+/// line that of the first.
+QORVEL_ENGINE_EXPORT void throwErrors(const std::vector<ConfigFault>& faults,
+                                      const std::string& file);
 
 /// What is wrong with a geohash text, without a line; nothing for a good one.
-std::optional<ConfigFault> judgeGeohash(const std::string& text);
+QORVEL_ENGINE_EXPORT std::optional<ConfigFault> judgeGeohash(const std::string& text);
 
-/// Reads a TOML file; keys that are left out have the values above. Throws Failure(usage), with
-/// file and line of every fault, when it is not TOML, has a key or a value of a kind that is not
-/// known, or lacks one that is needed, or when it is longer than 1 MiB, has more than 2000 entries
-/// in all (masters, assignments and specs) or nests deeper than tooDeepLine() allows;
-/// Failure(broken) when it cannot be read.
-Config readConfig(const std::string& file);
+/// Reads a TOML file; keys that are left out have the values above. Throws the Fault
+/// `badConfiguration`, with file and line of every fault in it, when it is not TOML, has a key or a
+/// value of a kind that is not known, or lacks one that is needed, or when it is longer than 1 MiB,
+/// has more than 2000 entries in all (masters, assignments and specs) or nests deeper than 8; the
+/// Fault `misuse` when it cannot be read.
+QORVEL_ENGINE_EXPORT Config readConfig(const std::string& file);
 
 /// What the library's builders object to, what can never work (a zero count, an unknown unit, a
 /// master that no one defines, a window not shorter than its box), and warnings of what is valid
-/// but surely not meant. In the order of their lines. With a use, a configuration without the
-/// specs that it takes is a fault too.
-std::vector<ConfigFault> checkConfig(const Config& config, std::optional<Use> use = std::nullopt);
+/// but surely not meant. In the order of their lines. With a kind, a configuration
+/// without the specs that it takes is a fault too.
+QORVEL_ENGINE_EXPORT std::vector<ConfigFault>
+checkConfig(const Config& config, std::optional<ProcessorKind> kind = std::nullopt);
 
-} // namespace host
+} // namespace qorvel_engine
 
 #endif

@@ -1,9 +1,11 @@
-#ifndef QORVEL_TOOLS_SETUP_CELLSIZE_H
-#define QORVEL_TOOLS_SETUP_CELLSIZE_H
+#ifndef QORVEL_ENGINE_SETUP_CELLSIZE_H
+#define QORVEL_ENGINE_SETUP_CELLSIZE_H
+
+#include "engine/export.h"
 
 #include <cstdint>
 
-namespace host {
+namespace qorvel_engine {
 
 /// How far a cell extends.
 struct CellSize {
@@ -15,8 +17,8 @@ struct CellSize {
 
 /// Of a cell with that many bits whose middle is at that latitude (degrees), along the meridian and
 /// the parallel of the library's sphere.
-CellSize cellSize(std::uint32_t bits, double latitude);
+QORVEL_ENGINE_EXPORT CellSize cellSize(std::uint32_t bits, double latitude);
 
-} // namespace host
+} // namespace qorvel_engine
 
 #endif

@@ -1,11 +1,13 @@
-#ifndef QORVEL_TOOLS_SETUP_SPAN_H
-#define QORVEL_TOOLS_SETUP_SPAN_H
+#ifndef QORVEL_ENGINE_SETUP_SPAN_H
+#define QORVEL_ENGINE_SETUP_SPAN_H
+
+#include "engine/export.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 
-namespace host {
+namespace qorvel_engine {
 
 /// A length of time as the library takes it: a count and one of its unit words.
 struct Span {
@@ -18,19 +20,19 @@ struct Span {
 /// Reads "30 minutes", "30minutes", or just "ever". Throws std::invalid_argument with a sentence
 /// (and the library's tag), in which the text itself does not stand, for anything else and for a
 /// count of 0.
-Span readSpan(const std::string& text);
+QORVEL_ENGINE_EXPORT Span readSpan(const std::string& text);
 
 /// The length in ms; none for months, years and "ever".
-std::optional<std::int64_t> fixedLength(const Span& span);
+QORVEL_ENGINE_EXPORT std::optional<std::int64_t> fixedLength(const Span& span);
 
 /// Does the library count the span as something shorter than it is? It counts in 32 bits: 50 days
 /// are seven hours. `countedLength` is what it counts, ms.
-bool wraps(const Span& span);
-std::uint32_t countedLength(const Span& span);
+QORVEL_ENGINE_EXPORT bool wraps(const Span& span);
+QORVEL_ENGINE_EXPORT std::uint32_t countedLength(const Span& span);
 
 /// A length (at least 0) for people, in its greatest unit: "17.3 days", "15 minutes".
-std::string lengthText(std::int64_t milliseconds);
+QORVEL_ENGINE_EXPORT std::string lengthText(std::int64_t milliseconds);
 
-} // namespace host
+} // namespace qorvel_engine
 
 #endif

@@ -1,11 +1,11 @@
-#include "tools/setup/Span.h"
+#include "engine/setup/Span.h"
 
-#include "tools/setup/numberText.h"
+#include "engine/setup/numberText.h"
 
+#include "qorvel/base/timeUnits.h"
 #include "qorvel/model/TimeBoxSpec.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstddef>
 #include <sstream>
@@ -13,15 +13,21 @@
 #include <string_view>
 #include <system_error>
 
-namespace host {
+namespace qorvel_engine {
 
 namespace {
 
-constexpr char kUnitWords[] = "milliseconds, seconds, minutes, hours, days, months, years, ever";
+using qorvel_detail::kFixedUnitMillis;
+using qorvel_detail::kUnitWords;
 
-/// Lengths of the units that always have the same one, in ms, by the library's unit codes.
-constexpr std::array<std::int64_t, 5> kUnitMillis = {1, 1000, 60000, 3600000, 86400000};
-constexpr std::array<const char*, 5> kUnitNames = {"ms", "seconds", "minutes", "hours", "days"};
+std::string unitWords() {
+    std::string words;
+    for (const std::string_view word : kUnitWords) {
+        words += words.empty() ? "" : ", ";
+        words += word;
+    }
+    return words;
+}
 
 } // namespace
 
@@ -42,8 +48,8 @@ Span readSpan(const std::string& text) {
     std::stringstream tags;
     if (!known.isValid(tags) || (!hasCount && known.unit != TimeBoxSpec::kEver)) {
         throw std::invalid_argument(
-            std::string("want a count and a unit, as in \"1 hours\"; the units are ") + kUnitWords +
-            (tags.str().empty() ? "" : " [" + tags.str() + "]"));
+            std::string("want a count and a unit, as in \"1 hours\"; the units are ") +
+            unitWords() + (tags.str().empty() ? "" : " [" + tags.str() + "]"));
     }
     if (span.count == 0) {
         throw std::invalid_argument("a count of 0 is no length of time");
@@ -53,10 +59,10 @@ Span readSpan(const std::string& text) {
 
 std::optional<std::int64_t> fixedLength(const Span& span) {
     const std::uint32_t unit = TimeBoxSpec(span.count, span.unit).unit;
-    if (unit >= kUnitMillis.size()) {
+    if (unit >= kFixedUnitMillis.size()) {
         return std::nullopt;
     }
-    return span.count * kUnitMillis[unit];
+    return std::int64_t{span.count} * kFixedUnitMillis[unit];
 }
 
 std::uint32_t countedLength(const Span& span) {
@@ -73,12 +79,13 @@ bool wraps(const Span& span) {
 }
 
 std::string lengthText(std::int64_t milliseconds) {
-    std::size_t unit = kUnitMillis.size() - 1;
-    while (unit > 0 && milliseconds < kUnitMillis[unit]) {
+    std::size_t unit = kFixedUnitMillis.size() - 1;
+    while (unit > 0 && milliseconds < kFixedUnitMillis[unit]) {
         --unit;
     }
-    return roundedText(static_cast<double>(milliseconds) / static_cast<double>(kUnitMillis[unit])) +
-           ' ' + kUnitNames[unit];
+    return roundedText(static_cast<double>(milliseconds) /
+                       static_cast<double>(kFixedUnitMillis[unit])) +
+           ' ' + (unit == 0 ? "ms" : std::string(kUnitWords[unit]));
 }
 
-} // namespace host
+} // namespace qorvel_engine

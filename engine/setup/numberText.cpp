@@ -1,10 +1,10 @@
-#include "tools/setup/numberText.h"
+#include "engine/setup/numberText.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
 
-namespace host {
+namespace qorvel_engine {
 
 namespace {
 
@@ -27,4 +27,4 @@ std::string roundedText(double number) {
                     : std::to_chars(text.data(), end, number, std::chars_format::general, 3).ptr};
 }
 
-} // namespace host
+} // namespace qorvel_engine

@@ -1,6 +1,8 @@
-#include "tools/setup/records.h"
+#include "engine/setup/records.h"
 
-namespace host {
+#include "qorvel/facade/QorvelMotionProcessorAPI.h"
+
+namespace qorvel_engine {
 
 namespace {
 
@@ -25,32 +27,33 @@ STBMasterRow makeMaster(const Config::Master& master, std::stringstream& errors)
     return row;
 }
 
-STBCompressionSpec makeSpec(const Config::Spec& spec, Use use, std::stringstream& errors) {
+STBCompressionSpec makeSpec(const Config::Spec& spec, ProcessorKind kind,
+                            std::stringstream& errors) {
     STBCompressionSpec record;
     const auto create =
-        use == Use::hangouts ? API::createHangoutSpec : API::createSTBCompressionSpec;
+        kind == ProcessorKind::hangouts ? API::createHangoutSpec : API::createSTBCompressionSpec;
     create(spec.primaryKey, spec.secondaryKey, spec.master, spec.window.count, spec.window.unit,
            spec.minCount, spec.ratio, record, errors);
     return record;
 }
 
-MotionProcessor makeProcessor(Use use, const std::list<STBMasterRow>& masters,
+MotionProcessor makeProcessor(ProcessorKind kind, const std::list<STBMasterRow>& masters,
                               const std::list<STBAssignmentRow>& assignments,
                               const std::list<STBCompressionSpec>& specs,
                               std::stringstream& errors) {
     MotionProcessor processor;
-    switch (use) {
-    case Use::presence:
+    switch (kind) {
+    case ProcessorKind::presence:
         API::createMotionProcessorForPresenceCompression(masters, assignments, specs, processor,
                                                          errors);
         break;
-    case Use::hangouts:
+    case ProcessorKind::hangouts:
         API::createMotionProcessorForHangouts(masters, assignments, specs, processor, errors);
         break;
-    case Use::boxes:
+    case ProcessorKind::boxes:
         API::createMotionProcessorForSTBs(masters, assignments, processor, errors);
     }
     return processor;
 }
 
-} // namespace host
+} // namespace qorvel_engine

@@ -1,0 +1,11 @@
+#ifndef QORVEL_TOOLS_SETUP_ENGINENAMES_H
+#define QORVEL_TOOLS_SETUP_ENGINENAMES_H
+
+namespace qorvel_engine {}
+
+/// The program calls what it has of the engine by its short names.
+namespace host {
+using namespace qorvel_engine;
+}
+
+#endif
