@@ -1,0 +1,50 @@
+#include "engine/analysis/detail/FirstRecordsAnalysis.h"
+
+#include "engine/analysis/detail/processors.h"
+#include "engine/analysis/detail/recordOf.h"
+#include "engine/analysis/detail/visitors.h"
+
+#include <utility>
+
+namespace qorvel_engine::detail {
+
+namespace {
+
+using qorvel_port::FigureProcessor;
+
+template <class Result>
+class FirstRecordsShard : public Shard {
+public:
+    explicit FirstRecordsShard(const Tables& tables)
+        : processor_(makeProcessor(tables, FigureProcessor::Wanted::first)) {}
+
+    void take(const Observation& observation, Found& found) override {
+        FigureVisitor visitor([&found](const qorvel_port::Figures& figures) {
+            found.results().append(recordOf<Result>(figures));
+        });
+        processor_.process(observation.event, visitor);
+    }
+
+    void collect(std::int64_t time) override { processor_.gc(time); }
+
+private:
+    FigureProcessor processor_;
+};
+
+} // namespace
+
+template <class Result>
+ResultTable
+FirstRecordsAnalysis<Result>::makeTable(std::shared_ptr<const EntityNames> names) const {
+    return Result::layout().makeTable(std::move(names));
+}
+
+template <class Result>
+std::unique_ptr<Shard> FirstRecordsAnalysis<Result>::makeShard() const {
+    return std::make_unique<FirstRecordsShard<Result>>(tables_);
+}
+
+template class FirstRecordsAnalysis<PresenceResult>;
+template class FirstRecordsAnalysis<HangoutResult>;
+
+} // namespace qorvel_engine::detail

@@ -1,0 +1,29 @@
+#ifndef QORVEL_ENGINE_ANALYSIS_DETAIL_LASTRECORDSANALYSIS_H
+#define QORVEL_ENGINE_ANALYSIS_DETAIL_LASTRECORDSANALYSIS_H
+
+#include "engine/analysis/Analysis.h"
+#include "engine/setup/Tables.h"
+
+namespace qorvel_engine::detail {
+
+/// The last figures of each entity, cell and time box, in the order of their first reports: those
+/// of the last event that goes on with the record. A Result is a PresenceResult or a HangoutResult.
+///
+/// Memory: the figures of each record, to the end.
+template <class Result>
+class LastRecordsAnalysis : public Analysis {
+public:
+    /// The tables are for presence or hangouts.
+    explicit LastRecordsAnalysis(const Tables& tables) : tables_(tables) {}
+
+    ResultTable makeTable(std::shared_ptr<const EntityNames> names) const override;
+    std::unique_ptr<Shard> makeShard() const override;
+    std::int64_t lookBack() const override { return tables_.lookBack(); }
+
+private:
+    const Tables& tables_;
+};
+
+} // namespace qorvel_engine::detail
+
+#endif

@@ -1,0 +1,20 @@
+#ifndef QORVEL_ENGINE_ANALYSIS_DETAIL_PROCESSORS_H
+#define QORVEL_ENGINE_ANALYSIS_DETAIL_PROCESSORS_H
+
+#include "engine/setup/Tables.h"
+
+#include "qorvel/processor/detail/FigureProcessor.h"
+
+namespace qorvel_engine::detail {
+
+/// A processor of these tables, which shares nothing with others.
+qorvel_port::FigureProcessor makeProcessor(const Tables& tables,
+                                           qorvel_port::FigureProcessor::Wanted wanted);
+
+/// One that tells in which boxes events lie, by these of the tables' master rows.
+qorvel_port::FigureProcessor makeBoxProcessor(const Tables& tables,
+                                              const std::list<STBMasterRow>& masters);
+
+} // namespace qorvel_engine::detail
+
+#endif
