@@ -1,0 +1,7 @@
+#include "engine/run/Renderer.h"
+
+namespace qorvel_engine {
+
+Renderer::~Renderer() = default;
+
+} // namespace qorvel_engine

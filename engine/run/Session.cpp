@@ -1,0 +1,226 @@
+#include "engine/run/Session.h"
+
+#include "engine/columns/Fault.h"
+#include "engine/run/detail/Intake.h"
+#include "engine/run/detail/LastBatches.h"
+#include "engine/run/detail/Pipeline.h"
+#include "engine/run/detail/RegistryLock.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace qorvel_engine {
+
+namespace {
+
+/// Enough that a lane's work outweighs the hand-over, few enough that what is under way stays in
+/// the caches.
+constexpr std::int64_t kBatchRows = 1024;
+
+constexpr unsigned kMostThreads = 256;
+
+void expect(bool holds, FaultCode code, const char* otherwise) {
+    if (!holds) {
+        throw Fault(code, otherwise);
+    }
+}
+
+/// For the library's registries, see RegistryLock.
+Tables makeTables(const Config& config, ProcessorKind kind) {
+    const detail::RegistryLock lock;
+    return {config, kind};
+}
+detail::KeyNumbers makeKeyNumbers(const Config& config) {
+    const detail::RegistryLock lock;
+    return detail::KeyNumbers(config);
+}
+
+void check(const SessionOptions& options) {
+    const auto want = [](bool holds, const char* otherwise) {
+        expect(holds, FaultCode::badConfiguration, otherwise);
+    };
+    want(1 <= options.threads && options.threads <= kMostThreads,
+         "The number of threads has to be from 1 to 256.");
+    want(options.defaultTolerance >= 0.0 &&
+             options.defaultTolerance <= std::numeric_limits<double>::max(),
+         "The default tolerance has to be a number of metres from 0 on.");
+    want(options.timeTolerance <= 1, "The time tolerance has to be 0 or 1 millisecond.");
+    want(options.late.value_or(0) >= 0, "How late rows may be has to be a time from 0 on.");
+}
+
+} // namespace
+
+class Session::State {
+public:
+    State(const AnalysisOptions& analysis, const Config& config, const SessionOptions& options)
+        : tables_(makeTables(config, processorKindOf(analysis.question))),
+          analysis_(makeAnalysis(analysis, tables_)),
+          empty_(analysis_->makeTable(std::make_shared<EntityDictionary>(EntityKind::text))),
+          intake_(makeKeyNumbers(config), detail::Horizon(options.late), analysis_->lookBack(),
+                  counters_),
+          pipeline_(*analysis_, options, counters_) {}
+
+    void push(const Observations& observations, const std::shared_ptr<const void>& owner,
+              std::optional<std::int64_t> oldestToCome) {
+        expectOpen();
+        tellNames(observations.entityKind());
+        orEnd([&] {
+            intake_.begin(observations);
+            std::int64_t from = 0;
+            bool goesOn = true;
+            do { // once for no rows, too: something may be known about those to come
+                std::unique_ptr<detail::Batch> batch = pipeline_.freeBatch();
+                batch->columns = observations;
+                batch->owner = owner;
+                const std::int64_t to = from + std::min(observations.size() - from, kBatchRows);
+                intake_.fill(*batch, from, to, oldestToCome.has_value());
+                if (oldestToCome && to == observations.size()) {
+                    intake_.know(*batch, *oldestToCome);
+                }
+                goesOn = pipeline_.add(std::move(batch));
+                from = to;
+            } while (goesOn && from < observations.size());
+        });
+        pipeline_.expectWanted();
+    }
+
+    std::optional<ResultBatch> take() {
+        std::optional<ResultBatch> results;
+        orEnd([&] {
+            results = pipeline_.takeResults();
+            if (!results && last_) {
+                results = last_->take(pipeline_.maker());
+            }
+        });
+        return results;
+    }
+
+    std::vector<Reject> takeRejects() { return intake_.takeRejects(); }
+
+    void flush() {
+        expectOpen();
+        orEnd([&] { pipeline_.flush(); });
+        pipeline_.expectWanted();
+    }
+
+    void finish() {
+        flush();
+        tellNames(intake_.names() == nullptr ? EntityKind::text : intake_.names()->kind());
+        orEnd([&] {
+            last_.emplace(pipeline_.finish());
+            detail::Counters::add(counters_.results, last_->size());
+        });
+    }
+
+    void cancel() noexcept { pipeline_.cancel(); }
+
+    RunFigures figures() const noexcept { return counters_.read(); }
+
+    std::vector<std::string> remarks() const {
+        expect(last_.has_value(), FaultCode::misuse, "Remarks are there after the last row only.");
+        std::vector<std::string> remarks = analysis_->remarks();
+        const RunFigures figures = counters_.read();
+        if (figures.outOfOrder > 0 && analysis_->dependsOnOrder()) {
+            remarks.push_back(std::to_string(figures.outOfOrder) +
+                              " rows are older than one of their entity before them; sorted by "
+                              "time they may give other results");
+        }
+        if (figures.late > 0) {
+            remarks.push_back(std::to_string(figures.late) +
+                              " rows came later than promised; what they continue may have been "
+                              "forgotten");
+        }
+        return remarks;
+    }
+
+    const ResultSchema& schema() const { return empty_.schema(); }
+
+    std::shared_ptr<const EntityNames> names() const noexcept { return intake_.names(); }
+
+private:
+    void expectOpen() {
+        pipeline_.expectUnharmed();
+        pipeline_.expectWanted();
+        expect(!last_, FaultCode::misuse, "The session has been finished.");
+    }
+
+    void tellNames(EntityKind kind) {
+        const bool isFirst = intake_.names() == nullptr;
+        intake_.expect(kind);
+        if (isFirst) {
+            pipeline_.setNames(intake_.names());
+        }
+    }
+
+    /// What fails in the work ends the session. What failed before or meanwhile is thrown.
+    template <class Work>
+    void orEnd(const Work& work) {
+        pipeline_.expectUnharmed();
+        try {
+            work();
+        } catch (...) {
+            pipeline_.fail(std::current_exception());
+        }
+        pipeline_.expectUnharmed();
+    }
+
+    const Tables tables_;
+    const std::unique_ptr<Analysis> analysis_;
+    const ResultTable empty_; ///< for its schema
+    detail::Counters counters_;
+    detail::Intake intake_;
+    std::optional<detail::LastBatches> last_; ///< after the last row
+    detail::Pipeline pipeline_;               ///< goes first, with its threads
+};
+
+Session::Session(const AnalysisOptions& analysis, const Config& config,
+                 const SessionOptions& options) {
+    check(options);
+    state_ = std::make_unique<State>(analysis, config, options);
+}
+
+Session::~Session() = default;
+
+void Session::push(const Observations& observations, std::shared_ptr<const void> owner,
+                   std::optional<std::int64_t> oldestToCome) {
+    state_->push(observations, owner, oldestToCome);
+}
+
+std::optional<ResultBatch> Session::take() {
+    return state_->take();
+}
+
+std::vector<Reject> Session::takeRejects() {
+    return state_->takeRejects();
+}
+
+void Session::flush() {
+    state_->flush();
+}
+
+void Session::finish() {
+    state_->finish();
+}
+
+void Session::cancel() noexcept {
+    state_->cancel();
+}
+
+RunFigures Session::figures() const noexcept {
+    return state_->figures();
+}
+
+std::vector<std::string> Session::remarks() const {
+    return state_->remarks();
+}
+
+const ResultSchema& Session::schema() const {
+    return state_->schema();
+}
+
+std::shared_ptr<const EntityNames> Session::names() const noexcept {
+    return state_->names();
+}
+
+} // namespace qorvel_engine

@@ -1,0 +1,103 @@
+#ifndef QORVEL_ENGINE_RUN_SESSION_H
+#define QORVEL_ENGINE_RUN_SESSION_H
+
+#include "engine/analysis/makeAnalysis.h"
+#include "engine/columns/Observations.h"
+#include "engine/export.h"
+#include "engine/run/Reject.h"
+#include "engine/run/ResultBatch.h"
+#include "engine/run/RunFigures.h"
+#include "engine/run/SessionOptions.h"
+#include "engine/setup/Config.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qorvel_engine {
+
+/// One question to one stream of observations: columns in, columns out.
+///
+/// Results come in the order of the rows that bring them. They, their order and their figures do
+/// not depend on threads, on how the rows are split over pushes, on when results are taken or, but
+/// for rows later than promised, on what is forgotten when. Entities do not depend on each other
+/// but in meetings: elsewhere sessions with some entities each find together what one finds.
+///
+/// Rows are numbered from 0 over all pushes, bad ones included. The entity's number in the
+/// session's dictionary is its event's `eid`, the row's number the event's `sequenceNumber`. A row
+/// without a primary key has "ANY". A key that the configuration does not name is that of no
+/// assignment and no spec.
+///
+/// Threads: one at a time, but for cancel() and figures(), which any may call at any time. Sessions
+/// share nothing. Those that a session starts, in its constructor, inherit the signal mask. Its
+/// memory is freed with it.
+///
+/// Faults: memory that runs out and faults of the engine end the session, wherever they happen.
+/// They come out of the next call, if not of this one; every later call throws the Fault `misuse`.
+/// All that remains to be done with it is to destroy it.
+class QORVEL_ENGINE_EXPORT Session {
+public:
+    /// The caller must not hold the library's process-wide lock. Throws the Fault
+    /// `badConfiguration` for a configuration or an option that cannot be, `tooLarge` where the
+    /// system gives no thread; std::bad_alloc.
+    Session(const AnalysisOptions& analysis, const Config& config,
+            const SessionOptions& options = {});
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+    /// What is under way is dropped.
+    ~Session();
+
+    /// Takes rows in. With one thread they are processed in this call; with several, in this call
+    /// and later, and it returns when little enough is under way.
+    ///
+    /// The first batch tells what entities are called. One where they are called otherwise is a
+    /// Fault `misuse`, after which the session is as before; so is a push after finish().
+    ///
+    /// @param owner         keeps the columns in memory; given up in a call by this thread
+    /// @param oldestToCome  the caller knows that no row of later pushes has an earlier time, ms
+    ///                      since 1970 UTC: of a file that is read twice, for example, in which the
+    ///                      rows may be in any order. Without it, SessionOptions::late is promised.
+    void push(const Observations& observations, std::shared_ptr<const void> owner = nullptr,
+              std::optional<std::int64_t> oldestToCome = std::nullopt);
+
+    /// Results that are final and not yet taken; none if there are none right now. Never waits.
+    /// They take up memory until they are taken.
+    std::optional<ResultBatch> take();
+
+    /// The rows that could not be used and are not yet taken, in the order of the input.
+    std::vector<Reject> takeRejects();
+
+    /// Waits until all that was pushed is processed.
+    void flush();
+
+    /// After the last row: flushes, and makes the results that are known only at the end. take()
+    /// gives them after all others.
+    void finish();
+
+    /// Ends the work soon, in whichever thread it is: push(), flush() and finish() throw the Fault
+    /// `cancelled` from then on. What is final can still be taken. A handler of a signal may call
+    /// it.
+    void cancel() noexcept;
+
+    /// How far it is.
+    RunFigures figures() const noexcept;
+
+    /// What there is to say after finish(), a sentence each. Before it, Fault `misuse`.
+    std::vector<std::string> remarks() const;
+
+    /// What the columns of results are.
+    const ResultSchema& schema() const;
+
+    /// What entities are called; null before the first push.
+    std::shared_ptr<const EntityNames> names() const noexcept;
+
+private:
+    class State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace qorvel_engine
+
+#endif

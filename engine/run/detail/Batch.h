@@ -1,0 +1,72 @@
+#ifndef QORVEL_ENGINE_RUN_DETAIL_BATCH_H
+#define QORVEL_ENGINE_RUN_DETAIL_BATCH_H
+
+#include "engine/columns/Observations.h"
+#include "engine/run/detail/Findings.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace qorvel_engine::detail {
+
+/// Some rows of the input on their way through the lanes.
+struct Batch {
+    /// A row that can be used.
+    struct Entry {
+        std::int64_t at; ///< its place in the columns
+        std::uint64_t eid;
+        std::int32_t primaryKey;
+        std::int32_t secondaryKey;
+        std::size_t lane;
+    };
+    struct Collection {
+        std::size_t entry; ///< in front of this one
+        std::int64_t time; ///< what ended before it is forgotten
+    };
+    /// What a lane has to do, and what it found.
+    struct Share {
+        std::vector<std::size_t> entries; ///< ascending
+        Findings findings;
+    };
+
+    Batch(std::size_t lanes, const ResultMaker& maker) {
+        shares.reserve(lanes);
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+            shares.push_back({{}, Findings(maker)});
+        }
+    }
+
+    Observations columns{ObservationColumns{}};
+    std::shared_ptr<const void> owner; ///< of the columns
+    std::uint64_t firstRow = 0;        ///< number of the columns' first row
+
+    std::vector<Entry> entries;
+    std::vector<Collection> collections;
+    std::vector<Share> shares;   ///< by lane
+    std::uint64_t number = 0;    ///< counted over those that go through the lanes
+    std::size_t lanesToCome = 0; ///< that have not finished it
+
+    /// Calls `collect(time)` for each collection that stands in front of this entry.
+    template <class Collect>
+    void collectBefore(std::size_t entry, std::size_t& next, const Collect& collect) const {
+        for (; next < collections.size() && collections[next].entry <= entry; ++next) {
+            collect(collections[next].time);
+        }
+    }
+
+    /// For other rows; memory is kept.
+    void clear() {
+        entries.clear();
+        collections.clear();
+        for (Share& share : shares) {
+            share.entries.clear();
+            share.findings.clear();
+        }
+    }
+};
+
+} // namespace qorvel_engine::detail
+
+#endif

@@ -1,0 +1,58 @@
+#include "engine/run/detail/Findings.h"
+
+#include "engine/run/detail/appendRows.h"
+
+namespace qorvel_engine::detail {
+
+void Findings::endEntry() {
+    const std::uint64_t before = results_.size;
+    if (maker_->makesTexts()) {
+        results_.size += results_.table.size();
+        maker_->render(results_.table, results_.text);
+        results_.table.clear();
+    } else {
+        results_.size = results_.table.size();
+    }
+    if (results_.size != before) {
+        ends_.push_back({entry_, results_.text.size(), results_.size});
+    }
+}
+
+ResultBatch Findings::takeAll() {
+    ResultBatch fresh = maker_->makeBatch();
+    std::swap(fresh, results_);
+    ends_.clear();
+    return fresh;
+}
+
+void Findings::appendTo(ResultBatch& results, std::size_t entry) {
+    if (nextEnd_ == ends_.size() || ends_[nextEnd_].entry != entry) {
+        return;
+    }
+    const End begin = nextEnd_ == 0 ? End{} : ends_[nextEnd_ - 1];
+    const End& end = ends_[nextEnd_++];
+    if (maker_->makesTexts()) {
+        results.text.append(results_.text, begin.text, end.text - begin.text);
+    } else {
+        appendRows(results_.table, begin.size, end.size, results.table);
+    }
+    results.size += end.size - begin.size;
+}
+
+void Findings::show(Analysis& analysis, std::size_t entry) {
+    for (; nextBox_ < boxes_.size() && boxes_[nextBox_].first == entry; ++nextBox_) {
+        analysis.see(boxes_[nextBox_].second);
+    }
+}
+
+void Findings::clear() {
+    results_.table.clear();
+    results_.text.clear();
+    results_.size = 0;
+    ends_.clear();
+    nextEnd_ = 0;
+    boxes_.clear();
+    nextBox_ = 0;
+}
+
+} // namespace qorvel_engine::detail

@@ -1,0 +1,68 @@
+#ifndef QORVEL_ENGINE_RUN_DETAIL_INTAKE_H
+#define QORVEL_ENGINE_RUN_DETAIL_INTAKE_H
+
+#include "engine/columns/EntityDictionary.h"
+#include "engine/run/Reject.h"
+#include "engine/run/detail/Batch.h"
+#include "engine/run/detail/Counters.h"
+#include "engine/run/detail/DictionaryNumbers.h"
+#include "engine/run/detail/Horizon.h"
+#include "engine/run/detail/KeyNumbers.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace qorvel_engine::detail {
+
+/// Numbers rows, entities and keys, sorts out bad rows and says what may be forgotten when.
+class Intake {
+public:
+    /// @param lookBack  ms, how far before a row's time something may matter to it; negative:
+    ///                  nothing is ever collected
+    Intake(KeyNumbers keys, const Horizon& horizon, std::int64_t lookBack, Counters& counters)
+        : keys_(std::move(keys)), horizon_(horizon), lookBack_(lookBack), counters_(counters) {}
+
+    /// Throws the Fault `misuse` if entities are called otherwise than before.
+    void expect(EntityKind kind);
+
+    /// What entities are called; null before the first call of expect().
+    const std::shared_ptr<EntityDictionary>& names() const { return names_; }
+
+    /// Rows of other columns come next.
+    void begin(const Observations& observations);
+
+    /// Takes the batch's columns from one row to before another. Calls come in the order of the
+    /// rows, of which none is left out.
+    void fill(Batch& batch, std::int64_t from, std::int64_t to, bool isOldestKnown);
+
+    /// No row after this batch lies before that time.
+    void know(Batch& batch, std::int64_t oldestToCome);
+
+    /// Those since the last call.
+    std::vector<Reject> takeRejects();
+
+private:
+    Batch::Entry makeEntry(const Observations& columns, std::int64_t row, std::size_t lanes);
+    std::uint64_t entityOf(const Observations& columns, std::int64_t row);
+    void countDisorder(std::uint64_t eid, std::int64_t time);
+    void collect(Batch& batch);
+
+    KeyNumbers keys_;
+    Horizon horizon_;
+    std::int64_t lookBack_;
+    Counters& counters_;
+    std::shared_ptr<EntityDictionary> names_;
+    DictionaryNumbers entities_;
+    DictionaryNumbers primaryKeys_;
+    DictionaryNumbers secondaryKeys_;
+    std::uint64_t rows_ = 0;
+    std::vector<Reject> rejects_;
+    std::vector<std::int64_t> newest_; ///< by entity, the time of its rows so far
+    std::int64_t collected_ = 0;       ///< what ended before it has been forgotten
+};
+
+} // namespace qorvel_engine::detail
+
+#endif

@@ -1,0 +1,312 @@
+#include "engine/run/detail/Pipeline.h"
+
+#include "engine/columns/Fault.h"
+
+#include "qorvel/facade/StbThreadException.h"
+
+#include <algorithm>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace qorvel_engine::detail {
+
+namespace {
+
+/// So many that no thread waits for long while another finishes a large one.
+constexpr std::size_t kLanesPerThread = 4;
+
+std::size_t laneCount(unsigned threads) {
+    return threads == 1 ? 1 : threads * kLanesPerThread;
+}
+
+/// With one thread a batch is finished before the next is taken in.
+std::size_t mostInFlight(unsigned threads) {
+    return threads == 1 ? 1 : 2 * std::size_t{threads} + 2;
+}
+
+/// For hosts, who know but the engine's exceptions.
+[[noreturn]] void rethrow(const std::exception_ptr& trouble) {
+    try {
+        std::rethrow_exception(trouble);
+    } catch (const qorvel::StbThreadException&) {
+        throw Fault(FaultCode::internal, "A lock of the library was abandoned.");
+    }
+}
+
+} // namespace
+
+Pipeline::Pipeline(Analysis& analysis, const SessionOptions& options, Counters& counters)
+    : analysis_(analysis), renderer_(options.renderer), maker_(analysis, renderer_.get()),
+      defaultTolerance_(options.defaultTolerance), timeTolerance_(options.timeTolerance),
+      mostInFlight_(mostInFlight(options.threads)), counters_(counters),
+      lanes_(laneCount(options.threads)) {
+    for (Lane& lane : lanes_) {
+        lane.shard = analysis.makeShard();
+    }
+    startThreads(options.threads);
+}
+
+Pipeline::~Pipeline() {
+    endThreads();
+}
+
+void Pipeline::startThreads(unsigned threads) {
+    try {
+        for (unsigned thread = 1; thread < threads; ++thread) {
+            threads_.emplace_back(&Pipeline::runThread, this);
+        }
+    } catch (const std::system_error&) {
+        endThreads();
+        throw Fault(FaultCode::tooLarge,
+                    "The system gives no " + std::to_string(threads) + " threads; ask for fewer.");
+    } catch (...) {
+        endThreads();
+        throw;
+    }
+}
+
+void Pipeline::endThreads() noexcept {
+    {
+        const Lock lock(mutex_);
+        hasEnded_ = true;
+    }
+    changed_.notify_all();
+    for (std::thread& thread : threads_) {
+        thread.join();
+    }
+    threads_.clear();
+}
+
+void Pipeline::runThread() {
+    try {
+        Lock lock(mutex_);
+        while (!hasEnded_) {
+            if (isOver()) {
+                changed_.notify_all(); // the caller may wait for what is not done any more
+            }
+            if (isOver() || !doTask(lock)) {
+                changed_.wait(lock);
+            }
+        }
+    } catch (...) {
+        fail(std::current_exception());
+    }
+}
+
+std::unique_ptr<Batch> Pipeline::freeBatch() {
+    std::unique_ptr<Batch> batch;
+    {
+        const Lock lock(mutex_);
+        if (!free_.empty()) {
+            batch = std::move(free_.back());
+            free_.pop_back();
+        }
+    }
+    if (batch == nullptr) {
+        return std::make_unique<Batch>(lanes_.size(), maker_);
+    }
+    batch->owner.reset();
+    batch->clear();
+    return batch;
+}
+
+bool Pipeline::add(std::unique_ptr<Batch> batch) {
+    Lock lock(mutex_);
+    enqueue(std::move(batch));
+    return workUntil(lock, mostInFlight_ - 1);
+}
+
+bool Pipeline::flush() {
+    Lock lock(mutex_);
+    return workUntil(lock, 0);
+}
+
+LastResults Pipeline::finish() {
+    LastResults results(maker_.makeTable());
+    for (Lane& lane : lanes_) {
+        lane.shard->finish(results);
+    }
+    analysis_.finish(*maker_.names(), results);
+    return results;
+}
+
+void Pipeline::fail(std::exception_ptr trouble) noexcept {
+    const Lock lock(mutex_);
+    if (trouble_ == nullptr) {
+        trouble_ = std::move(trouble);
+    }
+    changed_.notify_all();
+}
+
+void Pipeline::expectUnharmed() {
+    const Lock lock(mutex_);
+    if (trouble_ != nullptr) {
+        if (!std::exchange(isTroubleTold_, true)) {
+            rethrow(trouble_);
+        }
+        throw Fault(FaultCode::misuse, "The session has ended with a fault.");
+    }
+}
+
+void Pipeline::expectWanted() const {
+    if (isCancelled_) {
+        throw Fault(FaultCode::cancelled, "The session was cancelled.");
+    }
+}
+
+/// Lanes that have nothing to do with a batch are left out.
+void Pipeline::enqueue(std::unique_ptr<Batch> batch) {
+    Batch& added = *batch;
+    added.number = nextNumber_++;
+    added.lanesToCome = 0;
+    inFlight_.push_back(std::move(batch));
+    for (std::size_t lane = 0; lane < lanes_.size(); ++lane) {
+        if (!added.collections.empty() || !added.shares[lane].entries.empty()) {
+            lanes_[lane].batches.push_back(&added);
+            ++added.lanesToCome;
+        }
+    }
+    changed_.notify_all();
+}
+
+/// Helps, and waits only while others do all that there is to do.
+bool Pipeline::workUntil(Lock& lock, std::size_t mostInFlight) {
+    while (!isOver() && inFlight_.size() > mostInFlight) {
+        if (!doTask(lock)) {
+            changed_.wait(lock);
+        }
+    }
+    const bool goesOn = !isOver();
+    lock.unlock();
+    releaseOwners();
+    return goesOn;
+}
+
+/// The lock is given up while the task is done. False if there is none at the moment.
+bool Pipeline::doTask(Lock& lock) {
+    return handOverOldest(lock) || advanceLane(lock);
+}
+
+bool Pipeline::handOverOldest(Lock& lock) {
+    if (isHandingOver_ || inFlight_.empty() || inFlight_.front()->lanesToCome > 0) {
+        return false;
+    }
+    isHandingOver_ = true;
+    Batch& batch = *inFlight_.front();
+    lock.unlock();
+    handOver(batch);
+    lock.lock();
+    isHandingOver_ = false;
+    free_.push_back(std::move(inFlight_.front()));
+    inFlight_.pop_front();
+    changed_.notify_all();
+    return true;
+}
+
+bool Pipeline::advanceLane(Lock& lock) {
+    Lane* const lane = laneToAdvance();
+    if (lane == nullptr) {
+        return false;
+    }
+    Batch& batch = *lane->batches.front();
+    lane->isBusy = true;
+    lock.unlock();
+    process(batch, static_cast<std::size_t>(lane - lanes_.data()));
+    lock.lock();
+    lane->isBusy = false;
+    lane->batches.pop_front();
+    if (--batch.lanesToCome == 0) {
+        changed_.notify_all();
+    }
+    return true;
+}
+
+/// The one that is farthest behind.
+Pipeline::Lane* Pipeline::laneToAdvance() {
+    Lane* found = nullptr;
+    for (Lane& lane : lanes_) {
+        const bool hasWork = !lane.isBusy && !lane.batches.empty();
+        if (hasWork &&
+            (found == nullptr || lane.batches.front()->number < found->batches.front()->number)) {
+            found = &lane;
+        }
+    }
+    return found;
+}
+
+void Pipeline::process(Batch& batch, std::size_t lane) {
+    Shard& shard = *lanes_[lane].shard;
+    qorvel::Event& event = lanes_[lane].event;
+    Batch::Share& share = batch.shares[lane];
+    const auto collect = [&shard](std::int64_t time) { shard.collect(time); };
+    std::size_t nextCollection = 0;
+    event.timeTolerance = timeTolerance_;
+    for (const std::size_t at : share.entries) {
+        batch.collectBefore(at, nextCollection, collect);
+        const Batch::Entry& entry = batch.entries[at];
+        const double tolerance = batch.columns.accuracy(entry.at).value_or(defaultTolerance_);
+        event.primaryKeyId = entry.primaryKey;
+        event.secondaryKeyId = entry.secondaryKey;
+        event.eid = entry.eid;
+        event.sequenceNumber = batch.firstRow + static_cast<std::uint64_t>(entry.at);
+        event.latitude = batch.columns.latitude(entry.at);
+        event.longitude = batch.columns.longitude(entry.at);
+        event.spaceTolerance = tolerance > 0.0 ? tolerance : 0.0; // not -0.0
+        event.time = batch.columns.timeMs(entry.at);
+        share.findings.beginEntry(at);
+        shard.take({event, event.sequenceNumber}, share.findings);
+        share.findings.endEntry();
+    }
+    batch.collectBefore(batch.entries.size(), nextCollection, collect);
+}
+
+void Pipeline::handOver(Batch& batch) {
+    ResultBatch results = resultsOf(batch);
+    show(batch);
+    Counters::add(counters_.processed, batch.entries.size());
+    if (results.size > 0) {
+        Counters::add(counters_.results, results.size);
+        results_.add(std::move(results));
+    }
+}
+
+/// Those that one lane alone has found are moved; else they are put in order.
+ResultBatch Pipeline::resultsOf(Batch& batch) const {
+    const auto hasResults = [](const Batch::Share& share) { return share.findings.size() > 0; };
+    const auto first = std::find_if(batch.shares.begin(), batch.shares.end(), hasResults);
+    if (first != batch.shares.end() && std::none_of(first + 1, batch.shares.end(), hasResults)) {
+        return first->findings.takeAll();
+    }
+    ResultBatch results = maker_.makeBatch();
+    if (first != batch.shares.end()) {
+        for (std::size_t at = 0; at < batch.entries.size(); ++at) {
+            batch.shares[batch.entries[at].lane].findings.appendTo(results, at);
+        }
+    }
+    return results;
+}
+
+void Pipeline::show(Batch& batch) {
+    const auto collect = [this](std::int64_t time) { analysis_.collect(time); };
+    std::size_t nextCollection = 0;
+    for (std::size_t at = 0; at < batch.entries.size(); ++at) {
+        batch.collectBefore(at, nextCollection, collect);
+        batch.shares[batch.entries[at].lane].findings.show(analysis_, at);
+    }
+    batch.collectBefore(batch.entries.size(), nextCollection, collect);
+}
+
+/// In the caller's thread, without the lock: what frees columns may be slow, or know no others.
+void Pipeline::releaseOwners() {
+    for (std::size_t i = 0;; ++i) {
+        std::shared_ptr<const void> owner;
+        const Lock lock(mutex_);
+        if (i == free_.size()) {
+            return;
+        }
+        owner.swap(free_[i]->owner);
+    }
+}
+
+} // namespace qorvel_engine::detail
