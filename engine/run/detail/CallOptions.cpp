@@ -1,0 +1,131 @@
+#include "engine/run/detail/CallOptions.h"
+
+#include "engine/columns/Fault.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <iterator>
+#include <string>
+
+namespace qorvel_engine::detail {
+
+namespace {
+
+struct QuestionName {
+    std::string_view name;
+    Question question;
+};
+
+constexpr QuestionName kQuestions[] = {{"boxes", Question::boxes},
+                                       {"presence", Question::presence},
+                                       {"hangouts", Question::hangouts},
+                                       {"stays", Question::stays},
+                                       {"meetings", Question::meetings}};
+
+/// Reads a value; false if it cannot be.
+template <class Number>
+bool read(std::string_view text, Number& number) {
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
+
+bool read(std::string_view text, bool& flag) {
+    flag = text == "1";
+    return flag || text == "0";
+}
+
+bool read(std::string_view text, std::optional<std::int64_t>& late) {
+    late = kEver;
+    return text == "ever" || read(text, *late);
+}
+
+bool read(std::string_view text, std::string& name) {
+    name = text;
+    return true;
+}
+
+struct Option {
+    std::string_view key;
+    bool (*take)(CallOptions& options, std::string_view value);
+};
+
+constexpr Option kOptions[] = {
+    {"threads", [](CallOptions& o, std::string_view v) { return read(v, o.session.threads); }},
+    {"default_tolerance",
+     [](CallOptions& o, std::string_view v) { return read(v, o.session.defaultTolerance); }},
+    {"time_tolerance",
+     [](CallOptions& o, std::string_view v) { return read(v, o.session.timeTolerance); }},
+    {"late", [](CallOptions& o, std::string_view v) { return read(v, o.session.late); }},
+    {"last_figures",
+     [](CallOptions& o, std::string_view v) { return read(v, o.analysis.lastFigures); }},
+    {"max_entities_per_box",
+     [](CallOptions& o, std::string_view v) { return read(v, o.analysis.maxEntitiesPerBox); }},
+    {"entity", [](CallOptions& o, std::string_view v) { return read(v, o.columns.entity); }},
+    {"lat", [](CallOptions& o, std::string_view v) { return read(v, o.columns.latitude); }},
+    {"lon", [](CallOptions& o, std::string_view v) { return read(v, o.columns.longitude); }},
+    {"time", [](CallOptions& o, std::string_view v) { return read(v, o.columns.time); }},
+    {"accuracy", [](CallOptions& o, std::string_view v) { return read(v, o.columns.accuracy); }},
+    {"primary_key",
+     [](CallOptions& o, std::string_view v) { return read(v, o.columns.primaryKey); }},
+    {"secondary_key",
+     [](CallOptions& o, std::string_view v) { return read(v, o.columns.secondaryKey); }}};
+
+std::string quoted(std::string_view text) {
+    return '"' + std::string(text) + '"';
+}
+
+[[noreturn]] void refuse(const std::string& sentence, std::uint64_t line) {
+    throw Fault(FaultCode::badConfiguration, sentence, {}, line);
+}
+
+template <class Rows, class Member>
+std::string namesOf(const Rows& rows, Member name) {
+    std::string names;
+    for (const auto& row : rows) {
+        names += (names.empty() ? "" : ", ") + std::string(row.*name);
+    }
+    return names;
+}
+
+void readLine(std::string_view text, std::uint64_t line, CallOptions& options) {
+    const std::size_t equals = std::min(text.find('='), text.size());
+    const std::string_view key = text.substr(0, equals);
+    const auto* const option =
+        std::find_if(std::begin(kOptions), std::end(kOptions),
+                     [key](const Option& candidate) { return candidate.key == key; });
+    if (equals == text.size() || option == std::end(kOptions)) {
+        refuse("There is no option " + quoted(key) + "; want a line key=value for any of " +
+                   namesOf(kOptions, &Option::key) + ".",
+               line);
+    }
+    const std::string_view value = text.substr(equals + 1);
+    if (!option->take(options, value)) {
+        refuse("The option " + quoted(key) + " cannot be " + quoted(value) + ".", line);
+    }
+}
+
+} // namespace
+
+CallOptions readCallOptions(std::string_view question, std::string_view options) {
+    CallOptions result;
+    const auto* const named =
+        std::find_if(std::begin(kQuestions), std::end(kQuestions),
+                     [question](const QuestionName& row) { return row.name == question; });
+    if (named == std::end(kQuestions)) {
+        refuse("There is no question " + quoted(question) + "; want one of " +
+                   namesOf(kQuestions, &QuestionName::name) + ".",
+               0);
+    }
+    result.analysis.question = named->question;
+    for (std::uint64_t line = 1; !options.empty(); ++line) {
+        const std::string_view text = options.substr(0, options.find('\n'));
+        options.remove_prefix(std::min(text.size() + 1, options.size()));
+        if (!text.empty()) {
+            readLine(text, line, result);
+        }
+    }
+    return result;
+}
+
+} // namespace qorvel_engine::detail
