@@ -1,0 +1,846 @@
+// Sessions: whatever the batches, threads, forms of columns and results, what comes out is the
+// same, and nothing is lost when something fails.
+
+#include "engine/columns/ArrowOwner.h"
+#include "engine/columns/Fault.h"
+#include "engine/columns/ObservationSchema.h"
+#include "engine/qorvel_engine.h"
+#include "engine/run/Session.h"
+#include "testing/support/ArrowMaker.h"
+
+#include "qorvel/qorvel.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <limits>
+#include <new>
+#include <random>
+#include <set>
+#include <thread>
+#include <utility>
+
+namespace {
+
+/// Allocations left, on all threads together, until one fails; negative: none fails.
+std::atomic<int> allocationsLeft = -1;
+
+void* allocate(std::size_t size, std::size_t alignment) {
+    const bool fails = allocationsLeft >= 0 && allocationsLeft-- == 0;
+    const std::size_t rounded = (size / alignment + 1) * alignment;
+    void* const memory = fails ? nullptr : std::aligned_alloc(alignment, rounded);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+
+} // namespace
+
+// Those of engine and library come here too. Not inlined: g++ 12 then sees free() beside new.
+// clang-format off
+void* operator new(std::size_t size) { return allocate(size, alignof(std::max_align_t)); }
+void* operator new[](std::size_t size) { return allocate(size, alignof(std::max_align_t)); }
+void* operator new(std::size_t size, std::align_val_t to) { return allocate(size, static_cast<std::size_t>(to)); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete[](void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+// clang-format on
+
+namespace {
+
+using namespace qorvel_engine;
+using Lines = std::vector<std::string>;
+
+constexpr std::int64_t kMinute = 60000;
+constexpr std::int64_t kHour = 60 * kMinute;
+
+const char* const kConfig = R"(
+[[master]]
+name = "town"
+box = "1 hours"
+[[master]]
+name = "yard"
+cell_length = 7
+box = "2 hours"
+[[assignment]]
+master = "town"
+[[assignment]]
+master = "yard"
+primary_key = "car"
+[[assignment]]
+master = "yard"
+primary_key = "bike"
+secondary_key = "night"
+[[presence]]
+master = "town"
+window = "20 minutes"
+min_count = 3
+ratio = 0
+[[hangout]]
+master = "town"
+window = "20 minutes"
+min_count = 3
+ratio = 0
+[[hangout]]
+master = "yard"
+primary_key = "car"
+window = "30 minutes"
+min_count = 2
+ratio = 0
+)";
+
+// ---- Streams of rows ----
+
+struct Row {
+    std::string entity;
+    double latitude;
+    double longitude;
+    std::int64_t time;
+    std::optional<double> accuracy;
+    std::optional<std::string> primaryKey;
+    std::optional<std::string> secondaryKey;
+    RowReason reason = RowReason::none;
+};
+using Stream = std::vector<Row>;
+
+/// Some entities in few places, up to half an hour out of order; some rows are bad.
+Stream makeStream(std::uint64_t seed, std::size_t rows) {
+    std::mt19937_64 chance(seed);
+    const auto below = [&](std::uint64_t end) { return chance() % end; };
+    const auto real = [&](std::uint64_t end) { return static_cast<double>(below(end)); };
+    Stream stream;
+    for (std::size_t i = 0; i < rows; ++i) {
+        const std::int64_t time = (100 + 2 * static_cast<std::int64_t>(i)) * kMinute;
+        Row row{std::to_string(below(10)),
+                48.0 + 1e-5 * real(400),
+                11.0 + 0.2 * real(2),
+                time - static_cast<std::int64_t>(below(30)) * kMinute,
+                {},
+                {},
+                {}};
+        constexpr const char* kPrimary[] = {"car", "bike", "ANY", "nobody's", ""};
+        constexpr const char* kSecondary[] = {"", "night", "nobody's"};
+        if (below(3) > 0) {
+            row.accuracy = below(2) == 0 ? -0.0 : real(400);
+        }
+        if (below(3) > 0) {
+            row.primaryKey = kPrimary[below(5)];
+            row.secondaryKey = below(2) == 0 ? std::nullopt : std::optional(kSecondary[below(3)]);
+        }
+        switch (below(40)) {
+        case 0:
+            row.latitude = std::numeric_limits<double>::quiet_NaN();
+            row.reason = RowReason::latitudeOutOfRange;
+            break;
+        case 1:
+            row.time = -5;
+            row.reason = RowReason::timeNegative;
+            break;
+        case 2:
+            row.secondaryKey = "\xFF";
+            row.reason = RowReason::secondaryKeyNotUtf8;
+            break;
+        default:
+            break;
+        }
+        stream.push_back(row);
+    }
+    return stream;
+}
+
+/// A stream as a host's own columns.
+class Columns {
+public:
+    Columns(Stream stream, EntityKind kind) : stream_(std::move(stream)), kind_(kind) {
+        hasAccuracy_.resize(stream_.size() / 8 + 1);
+        for (const Row& row : stream_) {
+            const std::size_t at = numbers_.size();
+            entities_.push_back(row.entity);
+            numbers_.push_back(std::stoi(row.entity));
+            latitudes_.push_back(row.latitude);
+            longitudes_.push_back(row.longitude);
+            times_.push_back(row.time);
+            accuracies_.push_back(row.accuracy.value_or(-7.0));
+            hasAccuracy_[at / 8] = static_cast<std::uint8_t>(hasAccuracy_[at / 8] |
+                                                             (row.accuracy ? 1U : 0U) << at % 8);
+            primaryKeys_.push_back(viewOf(row.primaryKey));
+            secondaryKeys_.push_back(viewOf(row.secondaryKey));
+        }
+    }
+
+    Observations slice(std::size_t from, std::size_t count) const {
+        const auto first = static_cast<std::int64_t>(from);
+        ObservationColumns columns;
+        columns.size = static_cast<std::int64_t>(count);
+        columns.entityKind = kind_;
+        columns.entityText = TextValues(entities_.data(), nullptr, first);
+        columns.entityNumber = WholeValues(numbers_.data(), nullptr, first);
+        columns.latitude = RealValues(latitudes_.data(), nullptr, first);
+        columns.longitude = RealValues(longitudes_.data(), nullptr, first);
+        columns.time = TimeValues(times_.data(), TimeUnit::milliseconds, nullptr, first);
+        columns.accuracy = RealValues(accuracies_.data(), hasAccuracy_.data(), first);
+        columns.primaryKey = TextValues(primaryKeys_.data(), nullptr, first);
+        columns.secondaryKey = TextValues(secondaryKeys_.data(), nullptr, first);
+        return Observations(columns);
+    }
+
+private:
+    static std::string_view viewOf(const std::optional<std::string>& text) {
+        return text ? std::string_view(*text) : std::string_view();
+    }
+
+    Stream stream_;
+    EntityKind kind_;
+    std::vector<std::string_view> entities_;
+    std::vector<std::int32_t> numbers_;
+    std::vector<double> latitudes_;
+    std::vector<double> longitudes_;
+    std::vector<std::int64_t> times_;
+    std::vector<double> accuracies_;
+    std::vector<std::uint8_t> hasAccuracy_;
+    std::vector<std::string_view> primaryKeys_;
+    std::vector<std::string_view> secondaryKeys_;
+};
+
+// ---- What a session makes of them ----
+
+class LineRenderer : public Renderer {
+public:
+    void append(std::string& out, const ResultTable& table, std::size_t row) const override {
+        const auto& columns = table.schema().columns;
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            const ResultKind kind = columns[i].kind;
+            if (table.isNull(row, i)) {
+                out += '-';
+            } else if (kind == ResultKind::entity) {
+                table.names().append(table.entity(row, i), out);
+            } else if (kind == ResultKind::text) {
+                out += table.text(row, i);
+            } else if (kind == ResultKind::degrees || kind == ResultKind::metres) {
+                out += std::to_string(table.real(row, i));
+            } else {
+                out += std::to_string(table.whole(row, i));
+            }
+            out += ' ';
+        }
+        out += std::to_string(table.cellCount(row)) + '\n';
+    }
+};
+
+struct Way {
+    Question question = Question::boxes;
+    bool lastFigures = false;
+    std::size_t rowsPerPush = 1;
+    unsigned threads = 1;
+    EntityKind kind = EntityKind::text;
+    std::shared_ptr<const Renderer> renderer{};
+    std::optional<std::int64_t> late = kHour;
+    bool isOldestKnown = false;
+};
+
+std::string linesOf(const ResultBatch& results) {
+    std::string lines = results.text;
+    for (std::size_t row = 0; row < results.table.size(); ++row) {
+        LineRenderer().append(lines, results.table, row);
+    }
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), results.size);
+    return lines;
+}
+
+void takeAll(Session& session, std::string& lines) {
+    while (const std::optional<ResultBatch> results = session.take()) {
+        lines += linesOf(*results);
+    }
+}
+
+AnalysisOptions askedIn(const Way& way) {
+    return {way.question, way.lastFigures, 1000};
+}
+SessionOptions optionsOf(const Way& way) {
+    SessionOptions options;
+    options.threads = way.threads;
+    options.late = way.late;
+    options.renderer = way.renderer;
+    return options;
+}
+
+/// All results, a line each. Bad rows and figures are as they have to be, columns are let go in
+/// time and by the thread that pushed them, and with one thread results come at once.
+std::string run(const Stream& stream, const Way& way) {
+    Session session(askedIn(way), readConfigText(kConfig), optionsOf(way));
+    std::vector<std::int64_t> oldest(stream.size() + 1, std::numeric_limits<std::int64_t>::max());
+    for (std::size_t i = stream.size(); i-- > 0;) {
+        const bool isGood = stream[i].reason == RowReason::none;
+        oldest[i] = isGood ? std::min(oldest[i + 1], stream[i].time) : oldest[i + 1];
+    }
+    std::string lines;
+    std::size_t live = 0;
+    for (std::size_t from = 0; from < stream.size(); from += way.rowsPerPush) {
+        const std::size_t count = std::min(way.rowsPerPush, stream.size() - from);
+        const std::shared_ptr<Columns> columns(
+            new Columns(Stream(stream.begin() + static_cast<std::ptrdiff_t>(from),
+                               stream.begin() + static_cast<std::ptrdiff_t>(from + count)),
+                        way.kind),
+            [&live, pusher = std::this_thread::get_id()](const Columns* gone) {
+                EXPECT_EQ(std::this_thread::get_id(), pusher);
+                --live;
+                delete gone;
+            });
+        ++live;
+        session.push(columns->slice(0, count), columns,
+                     way.isOldestKnown ? std::optional(oldest[from + count]) : std::nullopt);
+        takeAll(session, lines);
+        EXPECT_TRUE(way.threads > 1 ||
+                    session.figures().processed + session.figures().rejected == from + count);
+    }
+    session.flush();
+    EXPECT_EQ(live, 0U);
+    session.finish();
+    takeAll(session, lines);
+
+    Lines expected;
+    for (std::size_t i = 0; i < stream.size(); ++i) {
+        if (stream[i].reason != RowReason::none) {
+            expected.push_back(std::to_string(i) + reasonText(stream[i].reason));
+        }
+    }
+    Lines rejects;
+    for (const Reject& reject : session.takeRejects()) {
+        rejects.push_back(std::to_string(reject.row) + reasonText(reject.reason));
+    }
+    EXPECT_EQ(rejects, expected);
+    const RunFigures figures = session.figures();
+    EXPECT_EQ(figures.pushed, stream.size());
+    EXPECT_EQ(figures.processed, stream.size() - rejects.size());
+    EXPECT_EQ(figures.rejected, rejects.size());
+    EXPECT_EQ(figures.late, 0U);
+    EXPECT_EQ(figures.results, std::count(lines.begin(), lines.end(), '\n'));
+    return lines;
+}
+
+const std::vector<Way> kQuestions = {{Question::boxes},          {Question::presence},
+                                     {Question::presence, true}, {Question::hangouts},
+                                     {Question::hangouts, true}, {Question::stays},
+                                     {Question::meetings}};
+
+TEST(Session, FindsTheSameInAllBatchesThreadsAndForms) {
+    const Stream stream = makeStream(1, 2500);
+    for (const Way& question : kQuestions) {
+        const std::string model = run(stream, question);
+        EXPECT_GT(model.size(), 500U);
+        int count = 0;
+        for (const std::size_t rowsPerPush :
+             {std::size_t{1}, std::size_t{7}, std::size_t{1000}, stream.size()}) {
+            for (const unsigned threads : {1U, 2U, 5U}) {
+                Way way = question;
+                way.rowsPerPush = rowsPerPush;
+                way.threads = threads;
+                way.kind = count % 2 == 0 ? EntityKind::int64 : EntityKind::text;
+                way.renderer = count % 3 == 0 ? std::make_shared<LineRenderer>() : nullptr;
+                way.late =
+                    count % 4 == 0 ? std::nullopt : std::optional(count % 4 == 1 ? kEver : kHour);
+                way.isOldestKnown = count % 4 == 0;
+                EXPECT_EQ(run(stream, way), model)
+                    << static_cast<int>(way.question) << ", " << rowsPerPush << " rows a push, "
+                    << threads << " threads, " << count;
+                ++count;
+            }
+        }
+    }
+}
+
+std::multiset<std::string> sorted(const std::string& lines) {
+    std::multiset<std::string> set;
+    for (std::size_t begin = 0; begin < lines.size();) {
+        const std::size_t end = lines.find('\n', begin);
+        set.insert(lines.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return set;
+}
+
+TEST(Session, FindsTheSameAsSeveralWithSomeEntitiesEachOnThreadsOfTheirOwn) {
+    const Stream stream = makeStream(2, 2000);
+    Stream parts[2];
+    for (const Row& row : stream) {
+        parts[std::stoi(row.entity) % 2].push_back(row);
+    }
+    for (Way way : kQuestions) {
+        way.rowsPerPush = 300;
+        way.threads = 2;
+        std::string found[2];
+        {
+            const std::jthread other([&] { found[1] = run(parts[1], way); });
+            found[0] = run(parts[0], way);
+        }
+        if (way.question != Question::meetings) {
+            EXPECT_EQ(sorted(found[0] + found[1]), sorted(run(stream, way)));
+        }
+    }
+}
+
+/// What is thrown, as its code; 0 where nothing is.
+template <class Call>
+int codeOf(const Call& call) {
+    try {
+        call();
+        return 0;
+    } catch (const Fault& fault) {
+        return static_cast<int>(fault.code());
+    }
+}
+
+TEST(Session, CountsRowsThatBreakThePromise) {
+    Stream stream;
+    for (const std::int64_t hour : {50, 20, 60, 58, 35, 36}) {
+        stream.push_back({"1", 48.0, 11.0, hour * kHour, {}, {}, {}});
+    }
+    const Columns columns(stream, EntityKind::text);
+    struct Case {
+        std::optional<std::int64_t> late;
+        std::optional<std::int64_t> oldestAfterThree;
+        std::uint64_t lateRows;
+    };
+    for (const Case& row :
+         {Case{kHour, {}, 4}, Case{{}, {}, 2}, Case{24 * kHour - 1, {}, 3}, Case{kEver, {}, 0},
+          Case{{}, 35 * kHour, 0}, Case{{}, 36 * kHour, 1}, Case{kHour, 0, 4}}) {
+        SessionOptions options;
+        options.late = row.late;
+        Session session({Question::hangouts, false, 1000}, readConfigText(kConfig), options);
+        session.push(columns.slice(0, 3), nullptr, row.oldestAfterThree);
+        session.push(columns.slice(3, 3), nullptr, row.oldestAfterThree);
+        EXPECT_EQ(session.figures().late, row.lateRows);
+        EXPECT_EQ(session.figures().outOfOrder, 4U);
+        EXPECT_EQ(codeOf([&] { session.remarks(); }), QORVEL_ENGINE_MISUSE);
+        session.finish();
+        EXPECT_GE(session.remarks().size(), row.lateRows > 0 ? 2U : 1U);
+    }
+}
+
+TEST(Session, RefusesWhatItsStateDoesNotAllowAndStaysAsItIs) {
+    const Stream stream = makeStream(4, 50);
+    const Columns texts(stream, EntityKind::text);
+    const Columns numbers(stream, EntityKind::int64);
+    Session session({}, readConfigText(kConfig));
+    EXPECT_EQ(session.names(), nullptr);
+    session.push(texts.slice(0, 20));
+    EXPECT_EQ(codeOf([&] { session.push(numbers.slice(20, 30)); }), QORVEL_ENGINE_MISUSE);
+    session.push(texts.slice(20, 30));
+    session.finish();
+    EXPECT_EQ(codeOf([&] { session.push(texts.slice(0, 1)); }), QORVEL_ENGINE_MISUSE);
+    EXPECT_EQ(codeOf([&] { session.finish(); }), QORVEL_ENGINE_MISUSE);
+    std::string lines;
+    takeAll(session, lines);
+    EXPECT_EQ(lines, run(stream, {}));
+}
+
+TEST(Session, EndsSoonWhenItIsCancelled) {
+    const Stream stream = makeStream(5, 5000);
+    const Columns columns(stream, EntityKind::text);
+    for (const unsigned threads : {1U, 3U}) {
+        Way way;
+        way.threads = threads;
+        Session session(askedIn(way), readConfigText(kConfig), optionsOf(way));
+        std::jthread other([&] {
+            while (session.figures().results == 0) {
+                std::this_thread::yield();
+            }
+            session.cancel();
+        });
+        const auto push = [&] { session.push(columns.slice(0, stream.size())); };
+        int code = 0;
+        while (code == 0) {
+            code = codeOf(push);
+        }
+        EXPECT_EQ(code, QORVEL_ENGINE_CANCELLED);
+        EXPECT_EQ(codeOf([&] { session.flush(); }), QORVEL_ENGINE_CANCELLED);
+        EXPECT_EQ(codeOf([&] { session.finish(); }), QORVEL_ENGINE_CANCELLED);
+        std::string lines;
+        takeAll(session, lines);
+        EXPECT_EQ(session.figures().results, std::count(lines.begin(), lines.end(), '\n'));
+        EXPECT_GT(lines.size(), 0U);
+    }
+}
+
+// ---- From C ----
+
+ArrowMaker make(1);
+
+/// A structure that is counted until it is released.
+template <class Structure>
+Structure counted(Structure structure, int& live) {
+    ++live;
+    structure.private_data = &live;
+    structure.release = [](Structure* released) {
+        --*static_cast<int*>(released->private_data);
+        released->release = nullptr;
+    };
+    return structure;
+}
+
+template <class Value, class Get>
+auto valuesOf(const Stream& stream, const Get& get) {
+    std::vector<std::optional<Value>> values;
+    for (const Row& row : stream) {
+        values.push_back(get(row));
+    }
+    return values;
+}
+
+/// A stream as a table, with what the layout leaves to chance.
+ColumnPointer makeTable(const Stream& stream) {
+    auto table = std::make_unique<ArrowColumn>("+s", "");
+    const auto addTexts = [&](const char* name, const auto& get) {
+        const Texts texts = valuesOf<std::string>(stream, get);
+        table->children.push_back(make.below(2) == 0
+                                      ? make.dictionary<std::int32_t>("i", name, texts)
+                                      : make.texts(name, texts));
+    };
+    const auto add = [&]<class Value>(const char* format, const char* name, Value,
+                                      const auto& get) {
+        table->children.push_back(make.numbers<Value>(format, name, valuesOf<Value>(stream, get)));
+    };
+    addTexts("who", [](const Row& row) { return row.entity; });
+    add("g", "lat", 0.0, [](const Row& row) { return row.latitude; });
+    add("g", "lon", 0.0, [](const Row& row) { return row.longitude; });
+    add("tsm:", "time", std::int64_t{}, [](const Row& row) { return row.time; });
+    add("g", "accuracy", 0.0, [](const Row& row) { return row.accuracy; });
+    addTexts("primary_key", [](const Row& row) { return row.primaryKey; });
+    addTexts("secondary_key", [](const Row& row) { return row.secondaryKey; });
+    table->array.length = std::ssize(stream);
+    table->buffers.push_back(nullptr);
+    table->show();
+    return table;
+}
+
+/// A table as a stream that fails at the end, if it is to.
+struct TableStream {
+    ColumnPointer table;
+    int end; ///< what it returns behind the table
+    int* live;
+    bool isRead = false;
+
+    ArrowArrayStream show() {
+        const auto getSchema = [](ArrowArrayStream* stream, ArrowSchema* out) {
+            const auto& self = *static_cast<TableStream*>(stream->private_data);
+            *out = counted(self.table->schema, *self.live);
+            return 0;
+        };
+        const auto getNext = [](ArrowArrayStream* stream, ArrowArray* out) {
+            auto& self = *static_cast<TableStream*>(stream->private_data);
+            const bool isEnd = std::exchange(self.isRead, true);
+            *out = isEnd ? ArrowArray{} : counted(self.table->array, *self.live);
+            return isEnd ? self.end : 0;
+        };
+        ++*live;
+        return {getSchema, getNext, [](ArrowArrayStream*) { return "the disk is gone"; },
+                [](ArrowArrayStream* released) {
+                    --*static_cast<TableStream*>(released->private_data)->live;
+                    released->release = nullptr;
+                },
+                this};
+    }
+};
+
+/// A session in which every call has memory for so many allocations, until it has run out of it
+/// once. Then the call is made again.
+class FromC {
+public:
+    explicit FromC(int allocations = -1) : allocations_(allocations) {}
+    FromC(const FromC&) = delete;
+    FromC& operator=(const FromC&) = delete;
+    ~FromC() {
+        qorvel_engine_close(session);
+        EXPECT_EQ(live, 0);
+    }
+
+    /// False if the session has ended: then it says so.
+    template <class Call>
+    bool works(const Call& call) {
+        const auto attempt = [&] {
+            allocationsLeft = allocations_;
+            const int code = call();
+            allocations_ = allocationsLeft;
+            allocationsLeft = -1;
+            return code;
+        };
+        int code = attempt();
+        if (code == QORVEL_ENGINE_OUT_OF_MEMORY || code == ENOMEM) {
+            EXPECT_LT(allocations_, 0);
+            hasFailed = true;
+            code = attempt();
+        }
+        EXPECT_TRUE(code == 0 || (hasFailed && (code == QORVEL_ENGINE_MISUSE || code == EINVAL)))
+            << code << ": " << qorvel_engine_last_fault(session)->sentence;
+        return code == 0;
+    }
+
+    /// Another thread opens it when this one could not: no lock has stayed with it.
+    bool open(const char* options) {
+        return works([&] {
+            std::int32_t code = 0;
+            const auto call = [&] {
+                qorvel_engine_close(session);
+                code = qorvel_engine_open("boxes", kConfig, options, &session);
+            };
+            if (hasFailed) {
+                std::thread(call).join();
+            } else {
+                call();
+            }
+            return code;
+        });
+    }
+
+    bool push(const ColumnPointer& table) {
+        return works([&] {
+            ArrowSchema schema = counted(table->schema, live);
+            ArrowArray array = counted(table->array, live);
+            return qorvel_engine_push(session, &schema, &array, -1);
+        });
+    }
+
+    /// All tables of a stream of results or rejects.
+    template <class Open, class Read>
+    bool read(const Open& openStream, const Read& readTable) {
+        ArrowArrayStream memory{};
+        if (!works([&] { return openStream(session, &memory); })) {
+            return false;
+        }
+        ArrowStreamOwner stream(memory);
+        ArrowSchemaOwner schema;
+        bool goesOn = works([&] { return stream->get_schema(stream.get(), schema.fresh()); });
+        while (goesOn) {
+            ArrowArrayOwner array;
+            goesOn = works([&] { return stream->get_next(stream.get(), array.fresh()); });
+            if (goesOn && !array) {
+                return true;
+            }
+            if (goesOn) {
+                readTable(*schema, *array);
+            }
+        }
+        return false;
+    }
+
+    bool readBoxes(Lines& lines) {
+        const auto add = [&](const ArrowSchema& schema, const ArrowArray& array) {
+            ColumnNames names;
+            names.time = "box_start";
+            names.primaryKey = "geohash";
+            const Observations boxes = ObservationSchema(schema, names).bind(array);
+            for (std::int64_t row = 0; row < boxes.size(); ++row) {
+                lines.push_back(std::string(boxes.entityText(row)) + ' ' +
+                                std::string(boxes.primaryKey(row)) + ' ' +
+                                std::to_string(boxes.timeMs(row)));
+            }
+        };
+        return read(qorvel_engine_results, add);
+    }
+
+    bool readRejects(Lines& lines) {
+        const auto add = [&](const ArrowSchema&, const ArrowArray& array) {
+            const auto* const rows =
+                static_cast<const std::int64_t*>(array.children[0]->buffers[1]);
+            const auto* const codes =
+                static_cast<const std::int64_t*>(array.children[1]->buffers[1]);
+            for (std::int64_t i = 0; i < array.length; ++i) {
+                lines.push_back(std::to_string(rows[i]) + " for " + std::to_string(codes[i]));
+            }
+        };
+        return read(qorvel_engine_rejects, add);
+    }
+
+    /// All boxes and then all rejects, unless the session has ended.
+    std::optional<Lines> ask(const std::vector<ColumnPointer>& tables, const char* options) {
+        Lines lines;
+        Lines rejects;
+        bool goesOn = open(options);
+        for (std::size_t i = 0; goesOn && i < tables.size(); ++i) {
+            goesOn = push(tables[i]) && readBoxes(lines);
+        }
+        goesOn = goesOn && works([&] { return qorvel_engine_finish(session); }) &&
+                 readBoxes(lines) && readRejects(rejects);
+        lines.insert(lines.end(), rejects.begin(), rejects.end());
+        return goesOn ? std::optional(lines) : std::nullopt;
+    }
+
+    /// Has no allocation failed?
+    bool hadEnough() const { return allocations_ >= 0; }
+
+    qorvel_engine_session* session = nullptr;
+    int live = 0;
+    bool hasFailed = false; ///< has memory run out in a call?
+
+private:
+    int allocations_;
+};
+
+std::vector<ColumnPointer> makeTables(const Stream& stream, std::size_t most) {
+    std::vector<ColumnPointer> tables;
+    for (auto row = stream.begin(); row != stream.end();) {
+        const auto end = row + std::min<std::ptrdiff_t>(std::ssize(stream) - (row - stream.begin()),
+                                                        std::ptrdiff_t(make.below(most)));
+        tables.push_back(makeTable(Stream(row, end)));
+        row = end;
+    }
+    return tables;
+}
+
+/// What the library's own interface finds, keys and all, and the bad rows.
+Lines expectedOf(const Stream& stream) {
+    using API = qorvel::QorvelMotionProcessorAPI;
+    const Tables tables(readConfigText(kConfig), ProcessorKind::boxes);
+    std::stringstream errors;
+    qorvel::MotionProcessor processor;
+    API::createMotionProcessorForSTBs(tables.masters(), tables.assignments(), processor, errors);
+    Lines lines;
+    Lines rejects;
+    for (std::size_t i = 0; i < stream.size(); ++i) {
+        const Row& row = stream[i];
+        if (row.reason != RowReason::none) {
+            rejects.push_back(std::to_string(i) + " for " +
+                              std::to_string(static_cast<int>(row.reason)));
+            continue;
+        }
+        qorvel::Event event;
+        std::list<qorvel::SpaceTimeBox> boxes;
+        const std::string key = row.primaryKey.value_or("");
+        API::createEvent(key.empty() ? "ANY" : key, row.entity, row.secondaryKey.value_or(""),
+                         row.latitude, row.longitude, row.accuracy.value_or(20.0), row.time, 0,
+                         event, errors);
+        API::processEventForSTBs(event, processor, boxes, errors);
+        for (const qorvel::SpaceTimeBox& box : boxes) {
+            lines.push_back(row.entity + ' ' + box.toASCIIString() + ' ' +
+                            std::to_string(box.start));
+        }
+    }
+    lines.insert(lines.end(), rejects.begin(), rejects.end());
+    return lines;
+}
+
+TEST(SessionFromC, FindsInAllFormsOfTablesTheBoxesThatTheLibraryFinds) {
+    const Stream stream = makeStream(6, 300);
+    const Lines expected = expectedOf(stream);
+    for (int times = 0; times < 20; ++times) {
+        const auto tables = makeTables(stream, 60);
+        FromC c;
+        EXPECT_EQ(c.ask(tables, "entity=who\ndefault_tolerance=20\nthreads=3"), expected);
+        FromC streamed;
+        TableStream source{makeTable(stream), times % 2 == 0 ? 0 : EIO, &streamed.live};
+        ArrowArrayStream all = source.show();
+        EXPECT_TRUE(streamed.open("entity=who\ndefault_tolerance=20\n\n"));
+        EXPECT_EQ(qorvel_engine_push_stream(streamed.session, &all),
+                  times % 2 == 0 ? 0 : QORVEL_ENGINE_BAD_COLUMN);
+        const std::string sentence = qorvel_engine_last_fault(streamed.session)->sentence;
+        EXPECT_EQ(sentence.find("the disk is gone") != std::string::npos, times % 2 != 0);
+        Lines lines;
+        EXPECT_TRUE(streamed.readBoxes(lines) && streamed.readRejects(lines));
+        EXPECT_EQ(lines, expected);
+    }
+}
+
+TEST(SessionFromC, LosesNothingWhenMemoryRunsOutAnywhere) {
+    const Stream stream = makeStream(7, 40);
+    const auto tables = makeTables(stream, 30);
+    const Lines expected = expectedOf(stream);
+    for (const char* const options :
+         {"entity=who\ndefault_tolerance=20", "entity=who\ndefault_tolerance=20\nthreads=2"}) {
+        int goneOn = 0;
+        int ended = 0;
+        for (int allocation = 0;; ++allocation) {
+            FromC c(allocation);
+            const std::optional<Lines> found = c.ask(tables, options);
+            EXPECT_TRUE(!found || *found == expected) << allocation;
+            ++(found ? goneOn : ended);
+            if (c.hadEnough() || HasFailure()) {
+                break;
+            }
+        }
+        EXPECT_TRUE(goneOn > 100 && ended > 10) << goneOn << ' ' << ended;
+    }
+}
+
+TEST(SessionFromC, RefusesInWords) {
+    struct Opening {
+        const char* question;
+        const char* configuration;
+        const char* options;
+        std::int32_t code;
+        std::uint64_t line;
+    };
+    constexpr std::int32_t kBad = QORVEL_ENGINE_BAD_CONFIGURATION;
+    const Opening openings[] = {{"boxes", kConfig, nullptr, 0, 0},
+                                {"stays", kConfig, "late=ever\nlast_figures=1\n", 0, 0},
+                                {"meetings", kConfig, "max_entities_per_box=7\naccuracy=", 0, 0},
+                                {nullptr, kConfig, "", QORVEL_ENGINE_MISUSE, 0},
+                                {"boxes", nullptr, "", QORVEL_ENGINE_MISUSE, 0},
+                                {"box", kConfig, "", kBad, 0},
+                                {"boxes", "\nmaster = ]", "", kBad, 2},
+                                {"boxes", "", "", kBad, 0},
+                                {"boxes", kConfig, "threads=1\n\nthreads=2x", kBad, 3},
+                                {"boxes", kConfig, "colour=1", kBad, 1},
+                                {"boxes", kConfig, "threads", kBad, 1},
+                                {"boxes", kConfig, "last_figures=2", kBad, 1},
+                                {"boxes", kConfig, "late=soon", kBad, 1},
+                                {"boxes", kConfig, "late=-1", kBad, 0},
+                                {"boxes", kConfig, "threads=0", kBad, 0},
+                                {"boxes", kConfig, "threads=257", kBad, 0},
+                                {"boxes", kConfig, "time_tolerance=2", kBad, 0},
+                                {"boxes", kConfig, "default_tolerance=-1", kBad, 0},
+                                {"boxes", kConfig, "default_tolerance=nan", kBad, 0},
+                                {"boxes", kConfig, "default_tolerance=inf", kBad, 0}};
+    for (const Opening& row : openings) {
+        FromC c;
+        EXPECT_EQ(qorvel_engine_open(row.question, row.configuration, row.options, &c.session),
+                  row.code);
+        const qorvel_engine_fault& fault = *qorvel_engine_last_fault(c.session);
+        EXPECT_EQ(fault.code, row.code);
+        EXPECT_EQ(fault.line, row.line) << fault.sentence;
+        EXPECT_EQ(*fault.sentence == '\0', row.code == 0);
+        EXPECT_EQ(qorvel_engine_finish(c.session), row.code == 0 ? 0 : QORVEL_ENGINE_MISUSE);
+    }
+    const auto table = makeTable(makeStream(8, 3));
+    const auto pushTo = [&](FromC& c, bool hasSchema, bool hasArray) {
+        ArrowSchema schema = counted(table->schema, c.live);
+        ArrowArray array = counted(table->array, c.live);
+        if (!hasSchema) {
+            schema.release(&schema);
+        }
+        if (!hasArray) {
+            array.release(&array);
+        }
+        return qorvel_engine_push(c.session, hasSchema ? &schema : nullptr, &array, 5);
+    };
+    FromC c;
+    EXPECT_EQ(pushTo(c, true, true), QORVEL_ENGINE_MISUSE); // not open
+    c.open("entity=who\nlat=nowhere");
+    EXPECT_EQ(pushTo(c, true, true), QORVEL_ENGINE_MISSING_COLUMN);
+    c.open("entity=who");
+    EXPECT_EQ(pushTo(c, false, true), QORVEL_ENGINE_MISUSE);
+    ArrowArrayStream stream{};
+    ArrowSchema schema{};
+    ArrowArray array{};
+    EXPECT_EQ(qorvel_engine_results(c.session, nullptr), QORVEL_ENGINE_MISUSE);
+    EXPECT_EQ(qorvel_engine_results(c.session, &stream), 0);
+    EXPECT_EQ(stream.get_schema(&stream, &schema), EINVAL); // not known yet
+    EXPECT_NE(stream.get_last_error(&stream), nullptr);
+    EXPECT_EQ(pushTo(c, true, false), QORVEL_ENGINE_BAD_COLUMN);
+    EXPECT_EQ(pushTo(c, true, true), 0);
+    EXPECT_EQ(pushTo(c, false, true), 0);
+    EXPECT_EQ(qorvel_engine_push_stream(c.session, nullptr), QORVEL_ENGINE_MISUSE);
+    qorvel_engine_figures figures{};
+    qorvel_engine_progress(c.session, &figures);
+    EXPECT_EQ(figures.pushed, 6U);
+    EXPECT_EQ(qorvel_engine_finish(c.session), 0);
+    EXPECT_EQ(qorvel_engine_remark(c.session, 100), nullptr);
+    qorvel_engine_close(std::exchange(c.session, nullptr));
+    EXPECT_EQ(stream.get_next(&stream, &array), EINVAL);
+    EXPECT_EQ(array.release, nullptr);
+    stream.release(&stream);
+}
+
+} // namespace
