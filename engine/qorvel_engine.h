@@ -87,8 +87,10 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// | late=86400000 | how far a row may lie behind the newest one before it, ms, or "ever" |
 /// | last_figures=0 | 1: presence and hangouts with the last figures of each record |
 /// | max_entities_per_box=1000 | meetings: from 2 on; more make no pairs |
-/// | entity=entity | the name of the column; so for lat, lon, time, accuracy, primary_key and
-///   secondary_key, of which the last three may be missing, or named "" to leave them out |
+/// | entity=entity | the name of a column that is needed; the same for lat, lon and time |
+/// | accuracy=accuracy | the name of one that may be missing; if empty, it is not read |
+/// | primary_key=primary_key | the same |
+/// | secondary_key=secondary_key | the same |
 QORVEL_ENGINE_EXPORT int32_t qorvel_engine_open(const char* question, const char* configuration,
                                                 const char* options,
                                                 qorvel_engine_session** session);

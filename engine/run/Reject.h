@@ -13,7 +13,7 @@ namespace qorvel_engine {
 /// A row that cannot be used.
 struct Reject {
     std::uint64_t row; ///< its number in the session, from 0, bad rows included
-    RowReason reason;
+    RowReason reason;  ///< never `none`
 };
 
 /// The same as a table with the columns "row", "code" (the number of the reason) and "reason" (the

@@ -81,14 +81,12 @@ void Pipeline::endThreads() noexcept {
 void Pipeline::runThread() {
     try {
         Lock lock(mutex_);
-        while (!hasEnded_) {
-            if (isOver()) {
-                changed_.notify_all(); // the caller may wait for what is not done any more
-            }
-            if (isOver() || !doTask(lock)) {
+        while (!hasEnded_ && !isOver()) {
+            if (!doTask(lock)) {
                 changed_.wait(lock);
             }
         }
+        changed_.notify_all(); // the caller may wait for what is not done any more
     } catch (...) {
         fail(std::current_exception());
     }
