@@ -6,7 +6,8 @@
 #include "engine/columns/ObservationSchema.h"
 #include "engine/qorvel_engine.h"
 #include "engine/run/Session.h"
-#include "testing/support/ArrowMaker.h"
+#include "testing/support/RowStream.h"
+#include "testing/support/counted.h"
 
 #include "qorvel/qorvel.h"
 
@@ -54,8 +55,7 @@ namespace {
 using namespace qorvel_engine;
 using Lines = std::vector<std::string>;
 
-constexpr std::int64_t kMinute = 60000;
-constexpr std::int64_t kHour = 60 * kMinute;
+constexpr std::int64_t kHour = 60 * kStreamMinute;
 
 const char* const kConfig = R"(
 [[master]]
@@ -91,119 +91,6 @@ window = "30 minutes"
 min_count = 2
 ratio = 0
 )";
-
-// ---- Streams of rows ----
-
-struct Row {
-    std::string entity;
-    double latitude;
-    double longitude;
-    std::int64_t time;
-    std::optional<double> accuracy;
-    std::optional<std::string> primaryKey;
-    std::optional<std::string> secondaryKey;
-    RowReason reason = RowReason::none;
-};
-using Stream = std::vector<Row>;
-
-/// Some entities in few places, up to half an hour out of order; some rows are bad.
-Stream makeStream(std::uint64_t seed, std::size_t rows) {
-    std::mt19937_64 chance(seed);
-    const auto below = [&](std::uint64_t end) { return chance() % end; };
-    const auto real = [&](std::uint64_t end) { return static_cast<double>(below(end)); };
-    Stream stream;
-    for (std::size_t i = 0; i < rows; ++i) {
-        const std::int64_t time = (100 + 2 * static_cast<std::int64_t>(i)) * kMinute;
-        Row row{std::to_string(below(10)),
-                48.0 + 1e-5 * real(400),
-                11.0 + 0.2 * real(2),
-                time - static_cast<std::int64_t>(below(30)) * kMinute,
-                {},
-                {},
-                {}};
-        constexpr const char* kPrimary[] = {"car", "bike", "ANY", "nobody's", ""};
-        constexpr const char* kSecondary[] = {"", "night", "nobody's"};
-        if (below(3) > 0) {
-            row.accuracy = below(2) == 0 ? -0.0 : real(400);
-        }
-        if (below(3) > 0) {
-            row.primaryKey = kPrimary[below(5)];
-            row.secondaryKey = below(2) == 0 ? std::nullopt : std::optional(kSecondary[below(3)]);
-        }
-        switch (below(40)) {
-        case 0:
-            row.latitude = std::numeric_limits<double>::quiet_NaN();
-            row.reason = RowReason::latitudeOutOfRange;
-            break;
-        case 1:
-            row.time = -5;
-            row.reason = RowReason::timeNegative;
-            break;
-        case 2:
-            row.secondaryKey = "\xFF";
-            row.reason = RowReason::secondaryKeyNotUtf8;
-            break;
-        default:
-            break;
-        }
-        stream.push_back(row);
-    }
-    return stream;
-}
-
-/// A stream as a host's own columns.
-class Columns {
-public:
-    Columns(Stream stream, EntityKind kind) : stream_(std::move(stream)), kind_(kind) {
-        hasAccuracy_.resize(stream_.size() / 8 + 1);
-        for (const Row& row : stream_) {
-            const std::size_t at = numbers_.size();
-            entities_.push_back(row.entity);
-            numbers_.push_back(std::stoi(row.entity));
-            latitudes_.push_back(row.latitude);
-            longitudes_.push_back(row.longitude);
-            times_.push_back(row.time);
-            accuracies_.push_back(row.accuracy.value_or(-7.0));
-            hasAccuracy_[at / 8] = static_cast<std::uint8_t>(hasAccuracy_[at / 8] |
-                                                             (row.accuracy ? 1U : 0U) << at % 8);
-            primaryKeys_.push_back(viewOf(row.primaryKey));
-            secondaryKeys_.push_back(viewOf(row.secondaryKey));
-        }
-    }
-
-    Observations slice(std::size_t from, std::size_t count) const {
-        const auto first = static_cast<std::int64_t>(from);
-        ObservationColumns columns;
-        columns.size = static_cast<std::int64_t>(count);
-        columns.entityKind = kind_;
-        columns.entityText = TextValues(entities_.data(), nullptr, first);
-        columns.entityNumber = WholeValues(numbers_.data(), nullptr, first);
-        columns.latitude = RealValues(latitudes_.data(), nullptr, first);
-        columns.longitude = RealValues(longitudes_.data(), nullptr, first);
-        columns.time = TimeValues(times_.data(), TimeUnit::milliseconds, nullptr, first);
-        columns.accuracy = RealValues(accuracies_.data(), hasAccuracy_.data(), first);
-        columns.primaryKey = TextValues(primaryKeys_.data(), nullptr, first);
-        columns.secondaryKey = TextValues(secondaryKeys_.data(), nullptr, first);
-        return Observations(columns);
-    }
-
-private:
-    static std::string_view viewOf(const std::optional<std::string>& text) {
-        return text ? std::string_view(*text) : std::string_view();
-    }
-
-    Stream stream_;
-    EntityKind kind_;
-    std::vector<std::string_view> entities_;
-    std::vector<std::int32_t> numbers_;
-    std::vector<double> latitudes_;
-    std::vector<double> longitudes_;
-    std::vector<std::int64_t> times_;
-    std::vector<double> accuracies_;
-    std::vector<std::uint8_t> hasAccuracy_;
-    std::vector<std::string_view> primaryKeys_;
-    std::vector<std::string_view> secondaryKeys_;
-};
 
 // ---- What a session makes of them ----
 
@@ -269,7 +156,7 @@ SessionOptions optionsOf(const Way& way) {
 
 /// All results, a line each. Bad rows and figures are as they have to be, columns are let go in
 /// time and by the thread that pushed them, and with one thread results come at once.
-std::string run(const Stream& stream, const Way& way) {
+std::string run(const RowStream& stream, const Way& way) {
     Session session(askedIn(way), readConfigText(kConfig), optionsOf(way));
     std::vector<std::int64_t> oldest(stream.size() + 1, std::numeric_limits<std::int64_t>::max());
     for (std::size_t i = stream.size(); i-- > 0;) {
@@ -280,11 +167,11 @@ std::string run(const Stream& stream, const Way& way) {
     std::size_t live = 0;
     for (std::size_t from = 0; from < stream.size(); from += way.rowsPerPush) {
         const std::size_t count = std::min(way.rowsPerPush, stream.size() - from);
-        const std::shared_ptr<Columns> columns(
-            new Columns(Stream(stream.begin() + static_cast<std::ptrdiff_t>(from),
-                               stream.begin() + static_cast<std::ptrdiff_t>(from + count)),
-                        way.kind),
-            [&live, pusher = std::this_thread::get_id()](const Columns* gone) {
+        const std::shared_ptr<RowColumns> columns(
+            new RowColumns(RowStream(stream.begin() + static_cast<std::ptrdiff_t>(from),
+                                     stream.begin() + static_cast<std::ptrdiff_t>(from + count)),
+                           way.kind),
+            [&live, pusher = std::this_thread::get_id()](const RowColumns* gone) {
                 EXPECT_EQ(std::this_thread::get_id(), pusher);
                 --live;
                 delete gone;
@@ -327,7 +214,7 @@ const std::vector<Way> kQuestions = {{Question::boxes},          {Question::pres
                                      {Question::meetings}};
 
 TEST(Session, FindsTheSameInAllBatchesThreadsAndForms) {
-    const Stream stream = makeStream(1, 2500);
+    const RowStream stream = makeRowStream(1, 2500);
     for (const Way& question : kQuestions) {
         const std::string model = run(stream, question);
         EXPECT_GT(model.size(), 500U);
@@ -363,9 +250,9 @@ std::multiset<std::string> sorted(const std::string& lines) {
 }
 
 TEST(Session, FindsTheSameAsSeveralWithSomeEntitiesEachOnThreadsOfTheirOwn) {
-    const Stream stream = makeStream(2, 2000);
-    Stream parts[2];
-    for (const Row& row : stream) {
+    const RowStream stream = makeRowStream(2, 2000);
+    RowStream parts[2];
+    for (const StreamRow& row : stream) {
         parts[std::stoi(row.entity) % 2].push_back(row);
     }
     for (Way way : kQuestions) {
@@ -394,11 +281,11 @@ int codeOf(const Call& call) {
 }
 
 TEST(Session, CountsRowsThatBreakThePromise) {
-    Stream stream;
+    RowStream stream;
     for (const std::int64_t hour : {50, 20, 60, 58, 35, 36}) {
         stream.push_back({"1", 48.0, 11.0, hour * kHour, {}, {}, {}});
     }
-    const Columns columns(stream, EntityKind::text);
+    const RowColumns columns(stream, EntityKind::text);
     struct Case {
         std::optional<std::int64_t> late;
         std::optional<std::int64_t> oldestAfterThree;
@@ -421,9 +308,9 @@ TEST(Session, CountsRowsThatBreakThePromise) {
 }
 
 TEST(Session, RefusesWhatItsStateDoesNotAllowAndStaysAsItIs) {
-    const Stream stream = makeStream(4, 50);
-    const Columns texts(stream, EntityKind::text);
-    const Columns numbers(stream, EntityKind::int64);
+    const RowStream stream = makeRowStream(4, 50);
+    const RowColumns texts(stream, EntityKind::text);
+    const RowColumns numbers(stream, EntityKind::int64);
     Session session({}, readConfigText(kConfig));
     EXPECT_EQ(session.names(), nullptr);
     session.push(texts.slice(0, 20));
@@ -438,8 +325,8 @@ TEST(Session, RefusesWhatItsStateDoesNotAllowAndStaysAsItIs) {
 }
 
 TEST(Session, EndsSoonWhenItIsCancelled) {
-    const Stream stream = makeStream(5, 5000);
-    const Columns columns(stream, EntityKind::text);
+    const RowStream stream = makeRowStream(5, 5000);
+    const RowColumns columns(stream, EntityKind::text);
     for (const unsigned threads : {1U, 3U}) {
         Way way;
         way.threads = threads;
@@ -468,53 +355,6 @@ TEST(Session, EndsSoonWhenItIsCancelled) {
 // ---- From C ----
 
 ArrowMaker make(1);
-
-/// A structure that is counted until it is released.
-template <class Structure>
-Structure counted(Structure structure, int& live) {
-    ++live;
-    structure.private_data = &live;
-    structure.release = [](Structure* released) {
-        --*static_cast<int*>(released->private_data);
-        released->release = nullptr;
-    };
-    return structure;
-}
-
-template <class Value, class Get>
-auto valuesOf(const Stream& stream, const Get& get) {
-    std::vector<std::optional<Value>> values;
-    for (const Row& row : stream) {
-        values.push_back(get(row));
-    }
-    return values;
-}
-
-/// A stream as a table, with what the layout leaves to chance.
-ColumnPointer makeTable(const Stream& stream) {
-    auto table = std::make_unique<ArrowColumn>("+s", "");
-    const auto addTexts = [&](const char* name, const auto& get) {
-        const Texts texts = valuesOf<std::string>(stream, get);
-        table->children.push_back(make.below(2) == 0
-                                      ? make.dictionary<std::int32_t>("i", name, texts)
-                                      : make.texts(name, texts));
-    };
-    const auto add = [&]<class Value>(const char* format, const char* name, Value,
-                                      const auto& get) {
-        table->children.push_back(make.numbers<Value>(format, name, valuesOf<Value>(stream, get)));
-    };
-    addTexts("who", [](const Row& row) { return row.entity; });
-    add("g", "lat", 0.0, [](const Row& row) { return row.latitude; });
-    add("g", "lon", 0.0, [](const Row& row) { return row.longitude; });
-    add("tsm:", "time", std::int64_t{}, [](const Row& row) { return row.time; });
-    add("g", "accuracy", 0.0, [](const Row& row) { return row.accuracy; });
-    addTexts("primary_key", [](const Row& row) { return row.primaryKey; });
-    addTexts("secondary_key", [](const Row& row) { return row.secondaryKey; });
-    table->array.length = std::ssize(stream);
-    table->buffers.push_back(nullptr);
-    table->show();
-    return table;
-}
 
 /// A table as a stream that fails at the end, if it is to.
 struct TableStream {
@@ -679,19 +519,19 @@ private:
     int allocations_;
 };
 
-std::vector<ColumnPointer> makeTables(const Stream& stream, std::size_t most) {
+std::vector<ColumnPointer> makeTables(const RowStream& stream, std::size_t most) {
     std::vector<ColumnPointer> tables;
     for (auto row = stream.begin(); row != stream.end();) {
         const auto end = row + std::min<std::ptrdiff_t>(std::ssize(stream) - (row - stream.begin()),
                                                         std::ptrdiff_t(make.below(most)));
-        tables.push_back(makeTable(Stream(row, end)));
+        tables.push_back(makeArrowTable(RowStream(row, end), make));
         row = end;
     }
     return tables;
 }
 
 /// What the library's own interface finds, keys and all, and the bad rows.
-Lines expectedOf(const Stream& stream) {
+Lines expectedOf(const RowStream& stream) {
     using API = qorvel::QorvelMotionProcessorAPI;
     const Tables tables(readConfigText(kConfig), ProcessorKind::boxes);
     std::stringstream errors;
@@ -700,7 +540,7 @@ Lines expectedOf(const Stream& stream) {
     Lines lines;
     Lines rejects;
     for (std::size_t i = 0; i < stream.size(); ++i) {
-        const Row& row = stream[i];
+        const StreamRow& row = stream[i];
         if (row.reason != RowReason::none) {
             rejects.push_back(std::to_string(i) + " for " +
                               std::to_string(static_cast<int>(row.reason)));
@@ -723,14 +563,14 @@ Lines expectedOf(const Stream& stream) {
 }
 
 TEST(SessionFromC, FindsInAllFormsOfTablesTheBoxesThatTheLibraryFinds) {
-    const Stream stream = makeStream(6, 300);
+    const RowStream stream = makeRowStream(6, 300);
     const Lines expected = expectedOf(stream);
     for (int times = 0; times < 20; ++times) {
         const auto tables = makeTables(stream, 60);
         FromC c;
         EXPECT_EQ(c.ask(tables, "entity=who\ndefault_tolerance=20\nthreads=3"), expected);
         FromC streamed;
-        TableStream source{makeTable(stream), times % 2 == 0 ? 0 : EIO, &streamed.live};
+        TableStream source{makeArrowTable(stream, make), times % 2 == 0 ? 0 : EIO, &streamed.live};
         ArrowArrayStream all = source.show();
         EXPECT_TRUE(streamed.open("entity=who\ndefault_tolerance=20\n\n"));
         EXPECT_EQ(qorvel_engine_push_stream(streamed.session, &all),
@@ -744,7 +584,7 @@ TEST(SessionFromC, FindsInAllFormsOfTablesTheBoxesThatTheLibraryFinds) {
 }
 
 TEST(SessionFromC, LosesNothingWhenMemoryRunsOutAnywhere) {
-    const Stream stream = makeStream(7, 40);
+    const RowStream stream = makeRowStream(7, 40);
     const auto tables = makeTables(stream, 30);
     const Lines expected = expectedOf(stream);
     for (const char* const options :
@@ -803,7 +643,7 @@ TEST(SessionFromC, RefusesInWords) {
         EXPECT_EQ(*fault.sentence == '\0', row.code == 0);
         EXPECT_EQ(qorvel_engine_finish(c.session), row.code == 0 ? 0 : QORVEL_ENGINE_MISUSE);
     }
-    const auto table = makeTable(makeStream(8, 3));
+    const auto table = makeArrowTable(makeRowStream(8, 3), make);
     const auto pushTo = [&](FromC& c, bool hasSchema, bool hasArray) {
         ArrowSchema schema = counted(table->schema, c.live);
         ArrowArray array = counted(table->array, c.live);
