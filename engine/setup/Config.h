@@ -102,6 +102,9 @@ QORVEL_ENGINE_EXPORT std::optional<ConfigFault> judgeGeohash(const std::string& 
 /// Fault `misuse` when it cannot be read.
 QORVEL_ENGINE_EXPORT Config readConfig(const std::string& file);
 
+/// The same for a text; `file` is for messages.
+QORVEL_ENGINE_EXPORT Config readConfigText(const std::string& text, const std::string& file = {});
+
 /// What the library's builders object to, what can never work (a zero count, an unknown unit, a
 /// master that no one defines, a window not shorter than its box), and warnings of what is valid
 /// but surely not meant. In the order of their lines. With a kind, a configuration

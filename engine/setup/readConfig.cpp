@@ -307,8 +307,7 @@ std::string slurp(const std::string& file) {
                 {}, line);
 }
 
-toml::table parse(const std::string& file) {
-    const std::string text = slurp(file);
+toml::table parse(const std::string& text, const std::string& file) {
     if (text.size() > kMostBytes) {
         refuse(file, 0, "is longer than 1 MiB, which no configuration is");
     }
@@ -324,13 +323,17 @@ toml::table parse(const std::string& file) {
 
 } // namespace
 
-Config readConfig(const std::string& file) {
+Config readConfigText(const std::string& text, const std::string& file) {
     Config config;
     config.file = file;
     Reader reader(config);
-    reader.read(parse(file));
+    reader.read(parse(text, file));
     throwErrors(reader.faults(), file);
     return config;
+}
+
+Config readConfig(const std::string& file) {
+    return readConfigText(slurp(file), file);
 }
 
 } // namespace qorvel_engine
