@@ -35,7 +35,11 @@ set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "The command line over files of tracks."
 
 # The program's package must find the library in the build tree, whose folder is known only when
 # the build files are written.
+set(library_dirs $<TARGET_FILE_DIR:qorvel>)
+if(TARGET qorvel_engine)
+    list(APPEND library_dirs $<TARGET_FILE_DIR:qorvel_engine>)
+endif()
 file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/packages-config.cmake
-     CONTENT "set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS \"$<TARGET_FILE_DIR:qorvel>\")\n")
+     CONTENT "set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS \"${library_dirs}\")\n")
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_BINARY_DIR}/packages-config.cmake)
 include(CPack)
