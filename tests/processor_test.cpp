@@ -136,7 +136,7 @@ TEST(MotionProcessor, SuppressesWhatWasReported) {
     (other++)->stb.end += 1;
     (other++)->stb.setGeoHashBitDepth(34);
     (other++)->specPrimaryKeyId += 1;
-    (other++)->eid += 1;
+    (other++)->eid += UINT64_C(1) << 32;
     (other++)->masterId += 1; // not part of what tells records apart
     out.insert(out.end(), others.begin(), others.end());
     out.insert(out.end(), others.begin(), others.end());
@@ -167,7 +167,8 @@ TEST(MotionProcessor, ValidatesAcrossTables) {
     const STBMasterRow ever(0, {SpaceBoxSpec(35), {1, "ever"}});
     const STBMasterRow invalid(0, {SpaceBoxSpec(35), {1, "?"}});
     EXPECT_EQ("", tags({}, {}, {}));
-    EXPECT_EQ("ERROR_MOTIONPROCESSOR_1,ERROR_MOTIONPROCESSOR_1,", tags({}, {row(), row()}, {}));
+    EXPECT_EQ("ERROR_MOTIONPROCESSOR_1,ERROR_MOTIONPROCESSOR_1,",
+              tags({master(1)}, {row(), row(), row(1)}, {}));
     EXPECT_EQ("ERROR_MOTIONPROCESSOR_2,", tags({master(1)}, {row(1)}, {spec(1)}));
     EXPECT_EQ("ERROR_MOTIONPROCESSOR_1," + tooLong, tags({master(0)}, {row(7)}, {spec(1, 100)}));
     EXPECT_EQ("", tags({master(0), master(0, 99)}, {row()}, {spec(1, 99)}));
@@ -194,14 +195,17 @@ TEST(MotionProcessor, EqualSpecsShareADetectorAndANotANumberIsFoundByNone) {
 TEST(MotionProcessor, GivesAnEventOnceForARowWithSeveralCellsThatHoldIt) {
     STBAssignmentRow several = row();
     const SpaceBox cell(48.0, 11.0, 20);
-    several.spaceBoxes = {cell, SpaceBox(48.0, 11.0, 10), cell, SpaceBox()};
+    several.spaceBoxes = {cell, SpaceBox(48.0, 11.0, 10), cell};
     for (std::uint32_t depth = 40; depth < 60; ++depth) { // more depths than the index takes
         several.spaceBoxes.push_back(SpaceBox(48.0, 11.0, depth));
     }
-    MotionProcessor processor({master(0)}, {several}, {spec(1)});
+    several.spaceBoxes.push_back(SpaceBox());
+    STBAssignmentRow any = several;
+    any.primaryKeyId = 0;
+    MotionProcessor processor({master(0)}, {several, any}, {spec(1)});
     std::list<STBCompressedEvent> out;
     processor.processEventForPresenceCompression(event(), out);
-    EXPECT_EQ(processor.getItemCount(), 1U);
+    EXPECT_EQ(processor.getItemCount(), 2U) << "once for each row";
     several.spaceBoxes = {SpaceBox("zz")};
     for (std::uint32_t depth = 40; depth < 60; ++depth) {
         several.spaceBoxes.push_back(SpaceBox(-48.0, 11.0, depth));

@@ -1,5 +1,6 @@
-// Threads: hosts with processors of their own do not disturb each other, copies of one processor
-// take turns, first uses may come all at once, and an abandoned lock reaches everyone who waits.
+// Locks and threads: hosts with processors of their own do not disturb each other, copies of one
+// detector or processor take turns, first uses may come all at once, and an abandoned lock reaches
+// everyone who waits.
 
 #include "bench/model/compare.h"
 
@@ -14,6 +15,11 @@
 #include <mutex>
 #include <set>
 #include <thread>
+#ifdef __linux__
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -33,6 +39,120 @@ void atOnce(int count, Work work) {
             work(number);
         });
     }
+}
+
+TEST(Threads, EightRegisterDenselyAndDrawUniqueNumbers) {
+    constexpr std::uint64_t names = 2000;
+    std::vector<Event> made[kThreads];
+    atOnce(kThreads, [&](int thread) {
+        std::stringstream errors;
+        for (std::uint64_t i = 0; i < names; ++i) {
+            API::createEvent("ANY", std::to_string(i), "car", 48.0, 11.0, 20.0, 0, 0,
+                             made[thread].emplace_back(), errors);
+        }
+    });
+    std::set<std::uint64_t> numbers;
+    std::set<std::uint64_t> entities;
+    for (const std::vector<Event>& events : made) {
+        for (std::size_t i = 0; i < names; ++i) {
+            numbers.insert(events[i].sequenceNumber);
+            entities.insert(events[i].eid);
+            EXPECT_EQ(EIDName::getEIDNameStr(events[i].eid), std::to_string(i));
+        }
+    }
+    EXPECT_EQ(numbers.size(), kThreads * names);
+    EXPECT_EQ(entities.size(), names);
+    EXPECT_EQ(*entities.rbegin() - *entities.begin(), names - 1) << "dense";
+}
+
+TEST(Threads, CopiesOfADetectorTakeTurns) {
+    HangoutDetector detector;
+    HangoutDetector copy(detector);
+    std::atomic<int> detected = 0;
+    atOnce(3, [&](int thread) {
+        HangoutDetector& shared = thread < 2 ? detector : copy;
+        Event event;
+        event.eid = static_cast<std::uint64_t>(thread);
+        for (; event.time < 500000; event.time += 1000) {
+            Records out;
+            detected += shared.processEventPresenceCompression(
+                event, 1.0, 1.0, {0, 0, 0, 3600000, 1, 0.0}, {35, {1, "days"}}, out);
+            shared.gc(event.time - 10000);
+            EXPECT_GT(shared.getItemCount(), 0U);
+        }
+    });
+    EXPECT_EQ(detected, 1500);
+    EXPECT_TRUE(detector.getEntityCount() == 2 && detector.getItemCount() == 22);
+    EXPECT_EQ(copy.getItemCount(), 11U);
+}
+
+void letOthersRun() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+}
+
+TEST(StbSimpleMutex, IsRecursiveAndOneOwnersAlone) {
+    StbSimpleMutex mutex;
+    std::atomic<bool> isOthers = false;
+    mutex.lock();
+    mutex.lock();
+    std::jthread other([&] {
+        mutex.unlock(); // not the owner: does nothing
+        mutex.lock();
+        isOthers = true;
+        mutex.unlock();
+    });
+    letOthersRun();
+    mutex.unlock();
+    letOthersRun();
+    EXPECT_FALSE(isOthers) << "one level is still held";
+    mutex.unlock();
+}
+
+TEST(StbSimpleMutex, TellsTheNextOwnerThatItWasAbandonedAndServesTheRest) {
+    StbSimpleMutex mutex;
+    std::thread([&] { mutex.lock(); }).join();
+    std::atomic<int> told = 0;
+    std::atomic<int> inside = 0;
+    atOnce(3, [&](int) {
+        try {
+            mutex.lock();
+        } catch (const StbThreadException& failure) {
+            EXPECT_EQ(failure.getCode(), 3);
+            ++told;
+        }
+        EXPECT_EQ(++inside, 1) << "told or not, it owns the lock";
+        letOthersRun();
+        --inside;
+        mutex.unlock();
+    });
+    EXPECT_EQ(told, 1);
+}
+
+/// Does this thread hold any robust mutex? One that was destroyed meanwhile would stay on its list.
+bool holdsRobustMutex() {
+#ifdef __linux__
+    robust_list_head* list = nullptr;
+    std::size_t size = 0;
+    return syscall(SYS_get_robust_list, 0, &list, &size) == 0 && list->list.next != &list->list;
+#else
+    return false;
+#endif
+}
+
+TEST(StbSimpleMutex, IsDestroyedHeldByThisThreadOrAbandoned) {
+    {
+        StbSimpleMutex held;
+        held.lock();
+        held.lock();
+    }
+    EXPECT_FALSE(holdsRobustMutex());
+    {
+        StbSimpleMutex abandoned;
+        std::thread([&] { abandoned.lock(); }).join();
+    }
+    StbSimpleMutex next; // a mutex left on this thread's list would corrupt this
+    next.lock();
+    next.unlock();
 }
 
 /// Everything within the radius; presence looks back for `minutes`, hangouts last as long.
