@@ -165,7 +165,7 @@ int main(void) {
     if (code == 0) {
         printStream(&rejects, printReject);
     } else {
-        fprintf(stderr, "%s\n", qorvel_engine_last_fault(session)->sentence);
+        (void)fprintf(stderr, "%s\n", qorvel_engine_last_fault(session)->sentence);
     }
     qorvel_engine_close(session);
     return code;

@@ -5,7 +5,7 @@ namespace qorvel_engine {}
 
 /// The program calls what it has of the engine by its short names.
 namespace host {
-using namespace qorvel_engine;
+using namespace qorvel_engine; // NOLINT(google-build-using-namespace): see above
 }
 
 #endif
