@@ -41,6 +41,13 @@ void* allocate(std::size_t size, std::size_t alignment) {
 // clang-format off
 void* operator new(std::size_t size) { return allocate(size, alignof(std::max_align_t)); }
 void* operator new[](std::size_t size) { return allocate(size, alignof(std::max_align_t)); }
+// The sanitizer has those of its own, which would not call the first.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept try {
+    return allocate(size, alignof(std::max_align_t));
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
+void* operator new[](std::size_t size, const std::nothrow_t& none) noexcept { return operator new(size, none); }
 void* operator new(std::size_t size, std::align_val_t to) { return allocate(size, static_cast<std::size_t>(to)); }
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete[](void* memory) noexcept { std::free(memory); }
