@@ -60,9 +60,9 @@ struct Sorted {
     }
 };
 
-/// Calls `collect` so often that whatever may be forgotten is, with the oldest time to come.
+/// Calls `collect` so often that whatever may be forgotten is, unless a row is done for at once.
 template <class Take, class Collect>
-void forEachRow(const std::vector<Fix>& fixes, Take take, Collect collect) {
+void forEachRow(const std::vector<Fix>& fixes, std::int64_t lookBack, Take take, Collect collect) {
     std::vector<std::int64_t> oldest(fixes.size() + 1, INT64_MAX);
     for (std::size_t i = fixes.size(); i-- > 0;) {
         oldest[i] = std::min(oldest[i + 1], fixes[i].time);
@@ -72,8 +72,8 @@ void forEachRow(const std::vector<Fix>& fixes, Take take, Collect collect) {
     for (std::size_t row = 0; row < fixes.size();) {
         ASSERT_EQ(events.make(fixes[row], event), "");
         take(fixes[row], event, row);
-        if (++row % 20 == 0) {
-            collect(oldest[row]);
+        if (++row % 20 == 0 && lookBack >= 0) {
+            collect(oldest[row] - lookBack);
         }
     }
 }
@@ -127,13 +127,13 @@ Texts runProgram(host::Analysis& analysis, const std::vector<Fix>& fixes) {
     } found(analysis);
     const auto shard = analysis.makeShard();
     forEachRow(
-        fixes,
+        fixes, analysis.lookBack(),
         [&](const Fix& fix, const Event& event, std::size_t row) {
             shard->take({fix, event, row}, found);
         },
-        [&](std::int64_t oldest) {
-            shard->collect(oldest - analysis.lookBack());
-            analysis.collect(oldest - analysis.lookBack());
+        [&](std::int64_t needless) {
+            shard->collect(needless);
+            analysis.collect(needless);
         });
     std::vector<host::LastResult> results;
     shard->finish(results);
@@ -160,17 +160,17 @@ Texts runEngine(Analysis& analysis, const std::vector<Fix>& fixes, std::size_t s
         shards.push_back(analysis.makeShard());
     }
     forEachRow(
-        fixes,
+        fixes, analysis.lookBack(),
         [&](const Fix& fix, Event event, std::size_t row) {
             event.eid = names->numberOf(fix.entity);
             event.sequenceNumber = row;
             shards[event.eid % shardCount]->take({event, row}, found);
         },
-        [&](std::int64_t oldest) {
+        [&](std::int64_t needless) {
             for (const auto& shard : shards) {
-                shard->collect(oldest - analysis.lookBack());
+                shard->collect(needless);
             }
-            analysis.collect(oldest - analysis.lookBack());
+            analysis.collect(needless);
         });
     Texts texts;
     for (std::size_t row = 0; row < found.table.size(); ++row) {
