@@ -1,18 +1,41 @@
-# Install rules, in three parts: the library, what hosts are built with (headers, CMake package, a
-# .pc file that moves with its prefix), and the program.
+# Install rules: each of the libraries, what hosts are built with (headers, CMake package, a .pc file
+# that moves with its prefix), and the program.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qorvel)
 
-install(
-    TARGETS qorvel
-    EXPORT qorvel-targets
-    RUNTIME COMPONENT library
-    LIBRARY COMPONENT library NAMELINK_COMPONENT development
-    ARCHIVE COMPONENT development
-    FILE_SET HEADERS COMPONENT development
-    FILE_SET generated_headers COMPONENT development)
-install(EXPORT qorvel-targets NAMESPACE qorvel:: DESTINATION ${package_dir} COMPONENT development)
+# qorvel_install_library(TARGET COMPONENT DEVELOPMENT_COMPONENT): its CMake targets stand in files of
+# their own, since it may be installed without the other.
+function(qorvel_install_library target component development)
+    string(REPLACE _ - name ${target})
+    install(
+        TARGETS ${target}
+        EXPORT ${name}-targets
+        RUNTIME COMPONENT ${component}
+        LIBRARY COMPONENT ${component} NAMELINK_COMPONENT ${development}
+        ARCHIVE COMPONENT ${development}
+        FILE_SET HEADERS COMPONENT ${development}
+        FILE_SET generated_headers COMPONENT ${development})
+    install(
+        EXPORT ${name}-targets
+        NAMESPACE qorvel::
+        DESTINATION ${package_dir}
+        COMPONENT ${development})
+    configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
+    install(
+        FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT ${development})
+endfunction()
+
+cmake_path(
+    RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+    OUTPUT_VARIABLE prefix_from_pc_dir)
+qorvel_install_library(qorvel library development)
+if(TARGET qorvel_engine)
+    set_target_properties(qorvel_engine PROPERTIES EXPORT_NAME engine INSTALL_RPATH "$ORIGIN")
+    qorvel_install_library(qorvel_engine engine engine_development)
+endif()
 
 configure_package_config_file(cmake/qorvel-config.cmake.in qorvel-config.cmake
                               INSTALL_DESTINATION ${package_dir})
@@ -24,23 +47,12 @@ install(
     DESTINATION ${package_dir}
     COMPONENT development)
 
-cmake_path(
-    RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
-    OUTPUT_VARIABLE prefix_from_pc_dir)
-configure_file(cmake/qorvel.pc.in qorvel.pc @ONLY)
-install(
-    FILES ${CMAKE_CURRENT_BINARY_DIR}/qorvel.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-    COMPONENT development)
-
 if(QORVEL_BUILD_TOOLS)
     cmake_path(
         RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
         OUTPUT_VARIABLE lib_from_bin_dir)
     set_target_properties(qorvel_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin_dir}")
     install(TARGETS qorvel_cli COMPONENT program)
-    set_target_properties(qorvel_engine PROPERTIES INSTALL_RPATH "$ORIGIN")
-    install(TARGETS qorvel_engine LIBRARY COMPONENT program NAMELINK_SKIP)
     if(QORVEL_COMPLETION_FILE)
         install(
             FILES ${QORVEL_COMPLETION_FILE}

@@ -1,4 +1,4 @@
-# Debian packages: the library under its binary interface's number, so that two of them can stand
+# Debian packages: each library under its binary interface's number, so that two of them can stand
 # side by side, what hosts are built with, and the program. `scripts/package` makes them.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME qorvel)
@@ -9,6 +9,9 @@ set(CPACK_STRIP_FILES ON)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL library development)
+if(TARGET qorvel_engine)
+    list(APPEND CPACK_COMPONENTS_ALL engine engine_development)
+endif()
 if(QORVEL_BUILD_TOOLS)
     list(APPEND CPACK_COMPONENTS_ALL program)
 endif()
@@ -27,10 +30,24 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} ${exact_version}")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers, CMake package and pkg-config file.")
 
+set(CPACK_DEBIAN_ENGINE_PACKAGE_NAME libqorvel-engine${QORVEL_ENGINE_ABI_VERSION})
+set(CPACK_DEBIAN_ENGINE_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_ENGINE_PACKAGE_GENERATE_SHLIBS ON)
+# It leans on insides of the library, which are no part of that one's binary interface.
+set(CPACK_DEBIAN_ENGINE_PACKAGE_DEPENDS "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} ${exact_version}")
+set(CPACK_COMPONENT_ENGINE_DESCRIPTION "The engine: tables of observations in, tables of results out.")
+
+set(CPACK_DEBIAN_ENGINE_DEVELOPMENT_PACKAGE_NAME libqorvel-engine-dev)
+set(CPACK_DEBIAN_ENGINE_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_ENGINE_DEVELOPMENT_PACKAGE_DEPENDS
+    "${CPACK_DEBIAN_ENGINE_PACKAGE_NAME} ${exact_version}, libqorvel-dev ${exact_version}")
+set(CPACK_COMPONENT_ENGINE_DEVELOPMENT_DESCRIPTION
+    "The engine's headers, CMake package and pkg-config file.")
+
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME qorvel)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION science)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS
-    "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} ${exact_version}")
+    "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} ${exact_version}, ${CPACK_DEBIAN_ENGINE_PACKAGE_NAME} ${exact_version}")
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "The command line over files of tracks.")
 
 # The program's package must find the library in the build tree, whose folder is known only when
