@@ -1,6 +1,9 @@
 #include "engine/analysis/makeAnalysis.h"
 
+#include "engine/analysis/BoxResult.h"
+#include "engine/analysis/MeetingResult.h"
 #include "engine/analysis/RecordResult.h"
+#include "engine/analysis/StayResult.h"
 #include "engine/analysis/detail/BoxesAnalysis.h"
 #include "engine/analysis/detail/FirstRecordsAnalysis.h"
 #include "engine/analysis/detail/LastRecordsAnalysis.h"
@@ -41,6 +44,22 @@ ProcessorKind processorKindOf(Question question) {
     default:
         return ProcessorKind::boxes;
     }
+}
+
+const ResultSchema& schemaOf(Question question) {
+    switch (question) {
+    case Question::boxes:
+        return BoxResult::layout().schema();
+    case Question::presence:
+        return PresenceResult::layout().schema();
+    case Question::hangouts:
+        return HangoutResult::layout().schema();
+    case Question::stays:
+        return StayResult::layout().schema();
+    case Question::meetings:
+        return MeetingResult::layout().schema();
+    }
+    throw Fault(FaultCode::misuse, "there is no such question");
 }
 
 std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options, const Tables& tables) {

@@ -28,6 +28,9 @@ struct AnalysisOptions {
 /// The kind of specs that a question needs of its configuration.
 QORVEL_ENGINE_EXPORT ProcessorKind processorKindOf(Question question);
 
+/// What the columns of its results are.
+QORVEL_ENGINE_EXPORT const ResultSchema& schemaOf(Question question);
+
 /// The tables are for that kind, and outlive the analysis. Throws the Fault `misuse` for tables of
 /// another kind, and for fewer than two entities in a box.
 QORVEL_ENGINE_EXPORT std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options,

@@ -136,6 +136,8 @@ public:
 
     const ResultSchema& schema() const { return empty_.schema(); }
 
+    bool looksBack() const noexcept { return analysis_->lookBack() >= 0; }
+
     std::shared_ptr<const EntityNames> names() const noexcept { return intake_.names(); }
 
 private:
@@ -217,6 +219,10 @@ std::vector<std::string> Session::remarks() const {
 
 const ResultSchema& Session::schema() const {
     return state_->schema();
+}
+
+bool Session::looksBack() const noexcept {
+    return state_->looksBack();
 }
 
 std::shared_ptr<const EntityNames> Session::names() const noexcept {

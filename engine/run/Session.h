@@ -90,6 +90,10 @@ public:
     /// What the columns of results are.
     const ResultSchema& schema() const;
 
+    /// Do results hang on earlier rows, too? If not, it is of no use to know how old rows to come
+    /// are.
+    bool looksBack() const noexcept;
+
     /// What entities are called; null before the first push.
     std::shared_ptr<const EntityNames> names() const noexcept;
 
