@@ -1,7 +1,9 @@
+#include "engine/columns/EntityDictionary.h"
+#include "engine/columns/ResultLayout.h"
 #include "tools/Failure.h"
+#include "tools/commands/Progress.h"
 #include "tools/output/ResultWriter.h"
 #include "tools/output/cellShape.h"
-#include "tools/run/Progress.h"
 
 #include <algorithm>
 #include <csignal>
@@ -9,13 +11,19 @@
 #include <fstream>
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <ogrsf_frmts.h>
+#include <optional>
 #include <random>
 #include <simdjson.h>
+#include <string>
+#include <string_view>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace fs = std::filesystem;
 
@@ -24,43 +32,113 @@ namespace {
 using namespace host;
 using Texts = std::vector<std::string>;
 
-const std::vector<Column> kColumns = {{"entity", ColumnKind::text},
-                                      {"total", ColumnKind::whole},
-                                      {"lat", ColumnKind::degrees},
-                                      {"time", ColumnKind::time},
-                                      {"end", ColumnKind::boxEnd}};
 [[maybe_unused]] const mode_t kBefore = umask(027);
-const Schema kSingle{"found", kColumns, false};
-const Schema kSeveral{"found", kColumns, true};
 
 struct Sample {
-    ResultRow row;
+    std::string name;
+    std::int64_t total;
+    double lat;
+    std::optional<double> off; ///< metres
+    std::int64_t time;
+    std::int64_t end;
+    SpaceBox cell;
     Texts read; ///< what comes out of a file: fields and corners
+
+    std::uint64_t entity = 0;
 };
 
-Sample sample(const char* entity, std::int64_t total, double lat, std::int64_t time,
-              std::int64_t end, const char* cell, Texts read) {
-    return {{{{entity}, {"", total}, {"", 0, lat}, {"", time}, {"", end}}, {SpaceBox(cell)}}, read};
+using Layout = ResultLayout<Sample>;
+
+/// A shape without columns.
+Layout makeLayout(bool hasSeveralCells) {
+    return Layout("found", "for tests",
+                  {Layout::entity<&Sample::entity>("entity", ""),
+                   Layout::whole<&Sample::total>("total", "", ""),
+                   Layout::degrees<&Sample::lat>("lat", ""),
+                   Layout::metres<&Sample::off>("off", ""),
+                   Layout::time<&Sample::time>("time", ""),
+                   Layout::boxEnd<&Sample::end>("end", ""),
+                   {{},
+                    [](const Sample& sample, RowAppender& to) { to.shape(sample.cell); },
+                    hasSeveralCells}});
 }
+const Layout kSingle = makeLayout(false);
+const Layout kSeveral = makeLayout(true);
 
 constexpr std::int64_t kLast = 253402300799999;
 const char kLastText[] = "9999-12-31T23:59:59.999Z";
 const std::string kBad = "\xEF\xBF\xBD";
 const Sample kSamples[] = {
-    sample(
-        "", 7, 1e-6, 1, kLast, "u",
-        {"", "7", "0.000001", "1970-01-01T00:00:00.001Z", kLastText, "0 45,45 45,45 90,0 90,0 45"}),
-    sample("a \"b\",\nc", -1, -0.5, -1, kLast + 1, "h",
-           {"a \"b\",\nc", "-1", "-0.500000", "1969-12-31T23:59:59.999Z", "ever",
-            "0 -90,45 -90,45 -45,0 -45,0 -90"}),
-    sample("\x01\x1f\\/\r\xc3\xab", 9007199254740993, 89.25, kLast, 1, "",
-           {"\x01\x1f\\/\r\xc3\xab", "9007199254740993", "89.250000", kLastText,
-            "1970-01-01T00:00:00.001Z", "-180 -90,180 -90,180 90,-180 90,-180 -90"}),
-    sample("\xff\xc3(\xed\xa0\x80o\xe2\x82", -9007199254740993, -90.0, 1355831610250, INT64_MAX,
-           "s3",
-           {kBad + kBad + "(" + kBad + kBad + kBad + "o" + kBad + kBad, "-9007199254740993",
-            "-90.000000", "2012-12-18T11:53:30.250Z", "ever",
-            "11.25 5.625,22.5 5.625,22.5 11.25,11.25 11.25,11.25 5.625"})};
+    {"",
+     7,
+     1e-6,
+     0.01,
+     1,
+     kLast,
+     SpaceBox("u"),
+     {"", "7", "0.000001", "0.010000", "1970-01-01T00:00:00.001Z", kLastText,
+      "0 45,45 45,45 90,0 90,0 45"}},
+    {"a \"b\",\nc",
+     -1,
+     -0.5,
+     {},
+     -1,
+     kLast + 1,
+     SpaceBox("h"),
+     {"a \"b\",\nc", "-1", "-0.500000", "none", "1969-12-31T23:59:59.999Z", "ever",
+      "0 -90,45 -90,45 -45,0 -45,0 -90"}},
+    {"\x01\x1f\\/\r\xc3\xab",
+     9007199254740993,
+     89.25,
+     1234.5,
+     kLast,
+     1,
+     SpaceBox(""),
+     {"\x01\x1f\\/\r\xc3\xab", "9007199254740993", "89.250000", "1234.500000", kLastText,
+      "1970-01-01T00:00:00.001Z", "-180 -90,180 -90,180 90,-180 90,-180 -90"}},
+    {"\xff\xc3(\xed\xa0\x80o\xe2\x82",
+     -9007199254740993,
+     -90.0,
+     0.0,
+     1355831610250,
+     INT64_MAX,
+     SpaceBox("s3"),
+     {kBad + kBad + "(" + kBad + kBad + kBad + "o" + kBad + kBad, "-9007199254740993", "-90.000000",
+      "0.000000", "2012-12-18T11:53:30.250Z", "ever",
+      "11.25 5.625,22.5 5.625,22.5 11.25,11.25 11.25,11.25 5.625"}}};
+
+/// The samples from one to before another.
+ResultTable tableOf(const Layout& layout, const Sample* begin, const Sample* end) {
+    const auto names = std::make_shared<EntityDictionary>(EntityKind::text);
+    ResultTable table = layout.makeTable(names);
+    for (Sample sample : std::vector<Sample>(begin, end)) {
+        sample.entity = names->numberOf(std::string_view(sample.name));
+        layout.append(sample, table);
+    }
+    return table;
+}
+
+/// As a session hands them on to that writer.
+ResultBatch batchOf(const ResultWriter& writer, ResultTable table) {
+    ResultBatch batch{std::move(table), {}, 0};
+    batch.size = batch.table.size();
+    if (const auto renderer = writer.renderer()) {
+        for (std::size_t row = 0; row < batch.table.size(); ++row) {
+            renderer->append(batch.text, batch.table, row);
+        }
+        batch.table.clear();
+    }
+    return batch;
+}
+
+/// Writes the samples so many times.
+void writeSamples(ResultWriter& writer, const Layout& layout, std::size_t times = 1) {
+    const ResultBatch batch =
+        batchOf(writer, tableOf(layout, std::begin(kSamples), std::end(kSamples)));
+    for (; times > 0; --times) {
+        writer.write(batch);
+    }
+}
 
 std::string contents(const fs::path& file) {
     std::ifstream in(file, std::ios::binary);
@@ -69,6 +147,9 @@ std::string contents(const fs::path& file) {
 
 std::string fieldText(const OGRFeature& feature, int field) {
     const OGRFieldType type = feature.GetFieldDefnRef(field)->GetType();
+    if (type == OFTReal && !feature.IsFieldSetAndNotNull(field)) {
+        return "none";
+    }
     if (type == OFTReal) {
         return std::to_string(feature.GetFieldAsDouble(field));
     }
@@ -109,13 +190,10 @@ struct Output : testing::Test {
     fs::path file(const std::string& ending) const { return folder / ("out" + ending); }
 
     /// Writes the samples so many times; not finished.
-    std::unique_ptr<ResultWriter> write(const std::string& ending, int times,
-                                        const Schema& schema = kSingle) const {
-        auto writer = openResultWriter({file(ending)}, schema);
-        for (int i = 0; i < times; ++i) {
-            std::for_each(std::begin(kSamples), std::end(kSamples),
-                          [&](const Sample& each) { writer->writeRow(each.row); });
-        }
+    std::unique_ptr<ResultWriter> write(const std::string& ending, std::size_t times,
+                                        const Layout& layout = kSingle) const {
+        auto writer = openResultWriter({file(ending)}, layout.schema());
+        writeSamples(*writer, layout, times);
         return writer;
     }
     std::ptrdiff_t fileCount() const {
@@ -129,18 +207,19 @@ struct Output : testing::Test {
 
 TEST_F(Output, MapsAreReadBack) {
     for (const std::string ending : {".geojson", ".GPKG", ".fgb"}) {
-        for (const Schema& schema : {kSingle, kSeveral}) {
+        for (const Layout* layout : {&kSingle, &kSeveral}) {
             std::vector<Texts> expected;
             for (const Sample& each : kSamples) {
                 const std::string ring = "((" + each.read.back() + "))";
                 expected.push_back(each.read);
-                expected.back().back() =
-                    schema.hasSeveralCells ? "MULTIPOLYGON (" + ring + ")" : "POLYGON " + ring;
+                expected.back().back() = layout->schema().hasSeveralCells
+                                             ? "MULTIPOLYGON (" + ring + ")"
+                                             : "POLYGON " + ring;
             }
             std::sort(expected.begin(), expected.end());
-            write(ending, 1, schema)->finish();
+            write(ending, 1, *layout)->finish();
             EXPECT_EQ(readMap(file(ending)), expected) << ending;
-            write(ending, 0, schema)->finish();
+            write(ending, 0, *layout)->finish();
             EXPECT_EQ(readMap(file(ending)), std::vector<Texts>()) << ending;
         }
     }
@@ -150,24 +229,29 @@ TEST_F(Output, MapsAreReadBack) {
 TEST_F(Output, TextsAreExact) {
     write(".csv", 1)->finish();
     EXPECT_TRUE(contents(file(".csv"))
-                    .starts_with("entity,total,lat,time,end\n"
-                                 ",7,0.0000010,1970-01-01T00:00:00.001Z,9999-12-31T23:59:59.999Z\n"
-                                 "\"a \"\"b\"\",\nc\",-1,-0.5000000,1969-12-31T23:59:59.999Z,ever\n"
-                                 "\"\x01\x1f\\/\r\xc3\xab\",9007199254740993,"));
+                    .starts_with("entity,total,lat,off,time,end\n,7,0.0000010,0.01,"
+                                 "1970-01-01T00:00:00.001Z,9999-12-31T23:59:59.999Z\n"
+                                 "\"a \"\"b\"\",\nc\",-1,-0.5000000,,"
+                                 "1969-12-31T23:59:59.999Z,ever\n\"\x01\x1f\\/\r\xc3\xab\","
+                                 "9007199254740993,89.2500000,1234.50,"));
     write(".jsonl", 1)->finish();
     simdjson::dom::parser parser;
     const Sample* next = kSamples;
     for (const auto line : parser.load_many(file(".jsonl").string())) {
         EXPECT_EQ(line["entity"].get_string().value(), next->read[0]);
         EXPECT_EQ(simdjson::to_string(line["total"]), next->read[1]);
-        EXPECT_EQ(line["end"].get_string().value(), next->read[4]);
+        EXPECT_EQ(line["off"].is_null(), !next->off);
+        EXPECT_EQ(line["end"].get_string().value(), next->read[5]);
         ++next;
     }
     EXPECT_EQ(next, std::end(kSamples));
-    const Schema names{"found", {kColumns[0], kColumns[1]}, false};
-    const auto safe = openResultWriter({file(".csv"), OutputFormat::csv, true}, names);
+    const Layout names("found", "for tests",
+                       {Layout::entity<&Sample::entity>("entity", ""),
+                        Layout::whole<&Sample::total>("total", "", "")});
+    const auto safe = openResultWriter({file(".csv"), OutputFormat::csv, true}, names.schema());
     for (const char* name : {"=1", "+1", "-1", "@a", "\ta", "\ra", "\na", "'a", "1=", "", " -1"}) {
-        safe->writeRow({{{name}, {"", -1}}, {}});
+        const Sample sample{name, -1, 0.0, {}, 0, 0, {}, {}};
+        safe->write(batchOf(*safe, tableOf(names, &sample, &sample + 1)));
     }
     safe->finish();
     EXPECT_EQ(contents(file(".csv")),
@@ -180,18 +264,19 @@ TEST_F(Output, TextsAreExact) {
 TEST_F(Output, ThreadsAppendTheSame) {
     for (const std::string ending : {".csv", ".ndjson", ".geojson"}) {
         const auto writer = write(ending, 0, kSeveral);
+        const ResultTable table = tableOf(kSeveral, std::begin(kSamples), std::end(kSamples));
         Texts texts(4);
         std::vector<std::thread> threads;
         for (std::string& text : texts) {
             threads.emplace_back([&] {
-                for (const Sample& each : kSamples) {
-                    writer->append(text, each.row);
+                for (std::size_t row = 0; row < table.size(); ++row) {
+                    writer->renderer()->append(text, table, row);
                 }
             });
         }
         for (std::size_t i = 0; i < texts.size(); ++i) {
             threads[i].join();
-            writer->writeText(texts[i]);
+            writer->write({tableOf(kSeveral, nullptr, nullptr), texts[i], table.size()});
         }
         writer->finish();
         const std::string parallel = contents(file(ending));
@@ -219,8 +304,8 @@ TEST_F(Output, RefusesWhatItCannotWrite) {
         {{"/dev/null", OutputFormat::flatgeobuf}, ExitCode::usage, "/dev/null"}};
     for (const auto& [options, code, words] : cases) {
         try {
-            const auto writer = openResultWriter(options, kSingle);
-            writer->writeRow(kSamples[0].row);
+            const auto writer = openResultWriter(options, kSingle.schema());
+            writeSamples(*writer, kSingle);
             writer->finish();
             ADD_FAILURE() << options.file;
         } catch (const Failure& failure) {
@@ -289,14 +374,12 @@ TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
     constexpr std::size_t kRows = 12000;
     std::unique_ptr<ResultWriter> writer;
     for (const std::string ending : {".csv", ".ndjson", ".geojson", ".gpkg", ".fgb"}) {
-        const auto writeAll = [&] {
-            writer = openResultWriter({file(ending)}, kSingle);
-            for (std::size_t i = 0; i < kRows; ++i) {
-                writer->writeRow(kSamples[i % 4].row);
-            }
+        const auto writeRows = [&] {
+            writer = openResultWriter({file(ending)}, kSingle.schema());
+            writeSamples(*writer, kSingle, kRows / std::size(kSamples));
             writer->finish();
         };
-        writeAll();
+        writeRows();
         const std::string whole = contents(file(ending));
         fs::remove(file(ending));
         const bool isMap = ending == ".geojson" || ending == ".gpkg";
@@ -307,7 +390,7 @@ TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
             const std::uintmax_t room = rooms[i];
             limit.rlim_cur = room;
             setrlimit(RLIMIT_FSIZE, &limit);
-            EXPECT_THROW(writeAll(), Failure) << ending << ' ' << room;
+            EXPECT_THROW(writeRows(), Failure) << ending << ' ' << room;
             const fs::path kept = writer ? writer->abandon() : "";
             writer.reset();
             setrlimit(RLIMIT_FSIZE, &before);

@@ -412,9 +412,9 @@ TEST(Program, TakesLateRowsAsTheyComeAndCountsThem) {
     const std::string all = "5 rows read, 5 processed, 0 rejected";
     const Outcome file = run("hangouts -", rows); // read twice: any order
     EXPECT_TRUE(has(file.err, all) && !has(file.err, "came later")) << file.err;
-    EXPECT_TRUE(has(file.err, "at least 3 rows are older than one of their entity")) << file.err;
+    EXPECT_TRUE(has(file.err, ": 3 rows are older than one of their entity")) << file.err;
     EXPECT_FALSE(has(run("meet -", rows).err, "older")); // the order is nothing to it
-    for (const auto& [late, count] : {std::pair("", "1 rows came later"),
+    for (const auto& [late, count] : {std::pair("", "1 rows came later than --late allows"),
                                       {"--late '6399 seconds'", "3 rows came later"},
                                       {"--late '6400 seconds'", "2 rows came later"}}) {
         const Outcome piped =
@@ -447,6 +447,7 @@ TEST(Program, OutputDoesNotDependOnThreads) {
         const Outcome one = shell("$Q " + command + " --threads 1 " + town);
         EXPECT_EQ(one.code, 0) << one.err;
         EXPECT_GT(lineCount(one.out), 20) << command;
+        EXPECT_EQ(has(one.err, "(--max-per-box)"), has(command, "max-per-box")) << one.err;
         EXPECT_EQ(shell("$Q " + command + " --threads 5 " + town).out, one.out) << command;
         if (has(command, "late")) { // with which a pipe gives what a file does
             const std::string pipe = "cat " + town + " | $Q " + command + " --threads 2 -";

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdint>
 #include <ctime>
 #include <poll.h>
@@ -51,14 +50,6 @@ sigset_t allInterrupts() {
     return all;
 }
 
-/// Of the calling thread. Returns what was blocked before.
-sigset_t blockInterrupts() {
-    const sigset_t blocked = allInterrupts();
-    sigset_t before;
-    pthread_sigmask(SIG_BLOCK, &blocked, &before);
-    return before;
-}
-
 bool isIgnored(int number) {
     struct sigaction current {};
     return sigaction(number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN;
@@ -89,17 +80,21 @@ int interruptedExitCode() {
     return 128 + gFirst;
 }
 
-void leaveInterruptsToOthers() {
-    blockInterrupts();
+InterruptsBlocked::InterruptsBlocked() {
+    const sigset_t blocked = allInterrupts();
+    pthread_sigmask(SIG_BLOCK, &blocked, &before_);
+}
+
+InterruptsBlocked::~InterruptsBlocked() {
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
 bool waitReadable(int file) {
-    const sigset_t before = blockInterrupts();
+    const InterruptsBlocked blocked;
     pollfd wait{file, POLLIN, 0};
     // An interrupt can only arrive inside ppoll, which then ends. Others are waited through.
-    while (!interrupted() && ppoll(&wait, 1, nullptr, &before) < 0 && errno == EINTR) {
+    while (!interrupted() && ppoll(&wait, 1, nullptr, &blocked.before()) < 0 && errno == EINTR) {
     }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return !interrupted();
 }
 

@@ -1,6 +1,8 @@
 #ifndef QORVEL_TOOLS_INTERRUPT_H
 #define QORVEL_TOOLS_INTERRUPT_H
 
+#include <csignal>
+
 namespace host {
 
 /// To be called by the main thread, the one that waits for input. From now on the first SIGINT,
@@ -15,8 +17,21 @@ bool interrupted();
 /// What a shell makes of a process that such a signal killed: 128 and the number of the first one.
 int interruptedExitCode();
 
-/// Called by a thread that does not wait for input: it is not disturbed by an interrupt.
-void leaveInterruptsToOthers();
+/// As long as it lives, its thread is not disturbed by interrupts, nor ever are those that it
+/// starts meanwhile.
+class InterruptsBlocked {
+public:
+    InterruptsBlocked();
+    ~InterruptsBlocked();
+    InterruptsBlocked(const InterruptsBlocked&) = delete;
+    InterruptsBlocked& operator=(const InterruptsBlocked&) = delete;
+
+    /// Those that were blocked before.
+    const sigset_t& before() const { return before_; }
+
+private:
+    sigset_t before_;
+};
 
 /// Waits until the file can be read without blocking, or until an interrupt: none is missed,
 /// however it falls between the check of the flag and the wait. True when there is something to

@@ -2,9 +2,6 @@
 #include "tools/Failure.h"
 #include "tools/Interrupt.h"
 #include "tools/cli/CommandLine.h"
-#include "tools/commands/MeetAnalysis.h"
-#include "tools/commands/StaysAnalysis.h"
-#include "tools/commands/findings.h"
 #include "tools/tell.h"
 
 #include "qorvel/facade/StbThreadException.h"
@@ -14,7 +11,6 @@
 #include <exception>
 #include <fcntl.h>
 #include <functional>
-#include <memory>
 #include <new>
 #include <unistd.h>
 #include <variant>
@@ -32,35 +28,6 @@ void occupyStandardStreams() {
             open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }
     }
-}
-
-/// The configuration's warnings; its errors end the run when the library is set up.
-void warn(const CommandLine& line) {
-    for (const host::ConfigFault& fault : host::checkConfig(line.config, line.use())) {
-        if (!fault.isError && !line.run.isQuiet) {
-            host::tell(host::describe(fault, line.config.file));
-        }
-    }
-}
-
-std::unique_ptr<host::Analysis> makeAnalysis(const CommandLine& line, const host::Tables& library) {
-    switch (line.command) {
-    case Command::boxes:
-        return host::makeBoxesAnalysis(library);
-    case Command::stays:
-        return std::make_unique<host::StaysAnalysis>(library);
-    case Command::meet:
-        return std::make_unique<host::MeetAnalysis>(library, line.maxEntitiesPerBox);
-    default:
-        return line.lastFigures ? host::makeLastFindings(library)
-                                : host::makeFirstFindings(library);
-    }
-}
-
-host::ExitCode runAnalysis(const CommandLine& line) {
-    const host::Tables library(line.config, line.use());
-    warn(line);
-    return host::run(line.run, *makeAnalysis(line, library));
 }
 
 /// What is said of an input that an interrupt cut off counts for nothing.
@@ -94,7 +61,7 @@ host::ExitCode run(int argc, const char* const* argv) {
     case Command::explain:
         return unlessInterrupted([&line] { return host::runExplain(line.explain); });
     default:
-        return runAnalysis(line);
+        return host::runAnalysis(line.run);
     }
 }
 

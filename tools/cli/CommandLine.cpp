@@ -369,12 +369,18 @@ private:
 
     Request& last() { return *requests_.back().second; }
 
+    CLI::App& add(Question question, const char* name, const char* what) {
+        CLI::App& command = add(Command::analyse, name, what);
+        last().line.run.analysis.question = question;
+        return command;
+    }
+
     void addAnalyses() {
-        CLI::App& boxes = add(Command::boxes, "boxes", "the cells and time boxes of every fix");
+        CLI::App& boxes = add(Question::boxes, "boxes", "the cells and time boxes of every fix");
         addRun(boxes, last().line.run);
         addSetup(boxes, last(), nullptr);
 
-        CLI::App& presence = add(Command::presence, "presence",
+        CLI::App& presence = add(Question::presence, "presence",
                                  "who was seen often enough in which cell and time box");
         last().spec.ratio = kPresenceRatio;
         addDetection(presence, "share of the fixes that a box must have, 0 to 1");
@@ -382,25 +388,24 @@ private:
 
         constexpr char kShareOfCount[] =
             "share of --min-count that a box must have in fixes, 0 to 1";
-        CLI::App& hangouts = add(Command::hangouts, "hangouts",
+        CLI::App& hangouts = add(Question::hangouts, "hangouts",
                                  "who stayed without a break in which cell and time box");
         addDetection(hangouts, kShareOfCount);
         addFinal(hangouts);
 
         CLI::App& stays =
-            add(Command::stays, "stays",
+            add(Question::stays, "stays",
                 "who stayed where, from when to when: the hangouts of one stop as one row");
         addDetection(stays, kShareOfCount);
 
-        CLI::App& meet = add(Command::meet, "meet",
+        CLI::App& meet = add(Question::meetings, "meet",
                              "who was with whom: pairs of entities that share space-time boxes");
         last().master.cellLength = 8;
         last().master.box = {15, "minutes"};
-        last().line.maxEntitiesPerBox = 1000;
         addRun(meet, last().line.run);
         addSetup(meet, last(), nullptr);
         addLate(meet, last().line.run);
-        addValue(meet, "--max-per-box", last().line.maxEntitiesPerBox,
+        addValue(meet, "--max-per-box", last().line.run.analysis.maxEntitiesPerBox,
                  "entities of one box that are paired with each other; more are left out, which "
                  "is told")
             ->check(CLI::Range(2U, 1000000U));
@@ -414,7 +419,7 @@ private:
 
     void addFinal(CLI::App& command) {
         command.add_flag(
-            "--final", last().line.lastFigures,
+            "--final", last().line.run.analysis.lastFigures,
             "the last figures of each entity, cell and box, not those of its first report");
     }
 
@@ -475,11 +480,11 @@ private:
     static CommandLine finished(Request& request) {
         CommandLine& line = request.line;
         refuseSenseless(line);
-        line.config = configOf(request);
+        line.run.config = configOf(request);
         for (InputOptions* input : {&line.run.input, &line.explain.input, &line.check.tracks}) {
-            ignoreKeysWithoutConfig(*input, line.config);
+            ignoreKeysWithoutConfig(*input, line.run.config);
         }
-        line.explain.config = line.check.config = line.config;
+        line.explain.config = line.check.config = line.run.config;
         line.explain.events = line.check.events = line.run.events;
         return line;
     }
@@ -501,6 +506,11 @@ private:
         }
     }
 
+    static ProcessorKind processorKindFor(const CommandLine& line) {
+        return line.command == Command::explain ? line.explain.use
+                                                : processorKindOf(line.run.analysis.question);
+    }
+
     static Config configOf(const Request& request) {
         if (!request.configFile.empty()) {
             refuseBoth(request);
@@ -509,7 +519,7 @@ private:
         Config config;
         config.masters = {request.master};
         config.assignments = {request.assignment};
-        switch (request.line.use()) {
+        switch (processorKindFor(request.line)) {
         case ProcessorKind::boxes:
             break;
         case ProcessorKind::presence:
@@ -529,20 +539,6 @@ private:
 };
 
 } // namespace
-
-ProcessorKind CommandLine::use() const {
-    switch (command) {
-    case Command::presence:
-        return ProcessorKind::presence;
-    case Command::hangouts:
-    case Command::stays:
-        return ProcessorKind::hangouts;
-    case Command::explain:
-        return explain.use;
-    default:
-        return ProcessorKind::boxes;
-    }
-}
 
 std::variant<CommandLine, ExitCode> readCommandLine(int argc, const char* const* argv) {
     Parser parser;

@@ -1,14 +1,13 @@
 #include "tools/output/OgrWriter.h"
 
-#include "tools/isoTime.h"
 #include "tools/output/GdalErrors.h"
 #include "tools/output/cellShape.h"
 #include "tools/output/jsonText.h"
+#include "tools/output/valueText.h"
 #include "tools/output/writeFailure.h"
 
 #include <algorithm>
 #include <ogrsf_frmts.h>
-#include <stdexcept>
 #include <unistd.h>
 
 namespace host {
@@ -18,22 +17,24 @@ namespace {
 /// Commits cost, and what is not committed is lost when the disk fills up.
 constexpr std::int64_t kRowsPerTransaction = 10000;
 
-OGRFieldType typeOf(ColumnKind kind) {
+OGRFieldType typeOf(ResultKind kind) {
     switch (kind) {
-    case ColumnKind::text:
+    case ResultKind::entity:
+    case ResultKind::text:
         return OFTString;
-    case ColumnKind::whole:
+    case ResultKind::whole:
         return OFTInteger64;
-    case ColumnKind::degrees:
+    case ResultKind::degrees:
+    case ResultKind::metres:
         return OFTReal;
-    case ColumnKind::time:
-    case ColumnKind::boxEnd:
+    case ResultKind::time:
+    case ResultKind::boxEnd:
         return OFTDateTime;
     }
     return OFTString;
 }
 
-OGRwkbGeometryType shapeType(const Schema& schema) {
+OGRwkbGeometryType shapeType(const ResultSchema& schema) {
     return schema.hasSeveralCells ? wkbMultiPolygon : wkbPolygon;
 }
 
@@ -45,18 +46,20 @@ OGRSpatialReference wgs84() {
     return reference;
 }
 
-std::unique_ptr<OGRGeometry> shapeOf(const ResultRow& row, bool hasSeveralCells) {
-    if (row.cells.empty()) {
+std::unique_ptr<OGRGeometry> shapeOf(const ResultTable& table, std::size_t row) {
+    const SpaceBox* const cells = table.cells(row);
+    const std::size_t count = table.cellCount(row);
+    if (count == 0) {
         return nullptr;
     }
-    if (hasSeveralCells) {
-        return cellUnion(row.cells);
+    if (table.schema().hasSeveralCells) {
+        return cellUnion({cells, cells + count});
     }
-    return cellPolygon(row.cells.front());
+    return cellPolygon(*cells);
 }
 
 /// A text field ends at a NUL.
-std::string fieldText(const std::string& text) {
+std::string fieldText(std::string_view text) {
     std::string field = asUtf8(text);
     for (std::size_t at = field.find('\0'); at != std::string::npos; at = field.find('\0', at)) {
         field.replace(at, 1, "\xEF\xBF\xBD");
@@ -81,7 +84,7 @@ OgrFormat flatGeobufFormat() {
 }
 
 OgrWriter::OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
-                     const Schema& schema)
+                     const ResultSchema& schema)
     : name_(file), format_(format), schema_(schema), file_(file, extension) {
     const GdalErrors errors;
     create();
@@ -114,29 +117,28 @@ void OgrWriter::create() {
     dataset_.reset(driver->Create(file_.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
     if (dataset_) {
         OGRSpatialReference reference = wgs84();
-        layer_ = dataset_->CreateLayer(schema_.layer, &reference, shapeType(schema_), nullptr);
+        layer_ =
+            dataset_->CreateLayer(schema_.name.c_str(), &reference, shapeType(schema_), nullptr);
     }
 }
 
 bool OgrWriter::addFields() {
-    const auto add = [this](const Column& column) {
-        OGRFieldDefn field(column.name, typeOf(column.kind));
+    const auto add = [this](const ResultColumn& column) {
+        OGRFieldDefn field(column.name.c_str(), typeOf(column.kind));
         return layer_->CreateField(&field) == OGRERR_NONE;
     };
     return std::all_of(schema_.columns.begin(), schema_.columns.end(), add);
 }
 
-void OgrWriter::append(std::string&, const ResultRow&) const {
-    throw std::logic_error("not a text format");
+void OgrWriter::write(const ResultBatch& results) {
+    for (std::size_t row = 0; row < results.table.size(); ++row) {
+        writeRow(results.table, row);
+    }
 }
 
-void OgrWriter::writeText(std::string_view) {
-    throw std::logic_error("not a text format");
-}
-
-void OgrWriter::writeRow(const ResultRow& row) {
+void OgrWriter::writeRow(const ResultTable& table, std::size_t row) {
     const GdalErrors errors;
-    if (!writeFeature(row)) {
+    if (!writeFeature(table, row)) {
         fail(errors);
     }
     ++rows_;
@@ -146,26 +148,28 @@ void OgrWriter::writeRow(const ResultRow& row) {
     }
 }
 
-bool OgrWriter::writeFeature(const ResultRow& row) {
+bool OgrWriter::writeFeature(const ResultTable& table, std::size_t row) {
     feature_->SetFID(OGRNullFID);
-    for (std::size_t i = 0; i < schema_.columns.size(); ++i) {
-        setField(static_cast<int>(i), schema_.columns[i].kind, row.values[i]);
+    for (std::size_t column = 0; column < schema_.columns.size(); ++column) {
+        setField(table, row, column);
     }
-    feature_->SetGeometryDirectly(shapeOf(row, schema_.hasSeveralCells).release());
+    feature_->SetGeometryDirectly(shapeOf(table, row).release());
     return layer_->CreateFeature(feature_.get()) == OGRERR_NONE;
 }
 
-void OgrWriter::setField(int index, ColumnKind kind, const Value& value) {
-    switch (kind) {
-    case ColumnKind::text:
-        return feature_->SetField(index, fieldText(value.text).c_str());
-    case ColumnKind::whole:
-        return feature_->SetField(index, static_cast<GIntBig>(value.whole));
-    case ColumnKind::degrees:
-        return feature_->SetField(index, value.real);
-    case ColumnKind::time:
-    case ColumnKind::boxEnd:
-        return setTime(index, value.whole);
+void OgrWriter::setField(const ResultTable& table, std::size_t row, std::size_t column) {
+    const int index = static_cast<int>(column);
+    const ResultKind kind = schema_.columns[column].kind;
+    if (table.isNull(row, column)) {
+        feature_->SetFieldNull(index);
+    } else if (isText(kind)) {
+        feature_->SetField(index, fieldText(textOf(table, row, column)).c_str());
+    } else if (isTime(kind)) {
+        setTime(index, table.whole(row, column));
+    } else if (kind == ResultKind::whole) {
+        feature_->SetField(index, static_cast<GIntBig>(table.whole(row, column)));
+    } else {
+        feature_->SetField(index, table.real(row, column));
     }
 }
 

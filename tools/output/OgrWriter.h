@@ -4,6 +4,7 @@
 #include "tools/output/PartialFile.h"
 #include "tools/output/ResultWriter.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -29,20 +30,19 @@ OgrFormat flatGeobufFormat();
 /// A file of a GIS: one layer, in WGS 84, with a typed field for each column.
 ///
 /// A time outside the years 0 to 9999, and with it the far end of a box, is null: such files have
-/// no way to say it. Text is made UTF-8, see asUtf8, and a NUL in it becomes U+FFFD.
+/// no way to say it; a missing value is null, too. Text is made UTF-8, see asUtf8, and a NUL in it
+/// becomes U+FFFD.
 ///
 /// A GeoPackage has the time of its making inside, and so is never the same twice, unless GDAL's
 /// variable OGR_CURRENT_DATE sets that time.
 class OgrWriter : public ResultWriter {
 public:
     OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
-              const Schema& schema);
+              const ResultSchema& schema);
     ~OgrWriter() override;
 
-    bool isText() const override { return false; }
-    void append(std::string& text, const ResultRow& row) const override;
-    void writeText(std::string_view rows) override;
-    void writeRow(const ResultRow& row) override;
+    std::shared_ptr<const Renderer> renderer() const override { return nullptr; }
+    void write(const ResultBatch& results) override;
     void flush() override {}
     void finish() override;
     std::string abandon() noexcept override;
@@ -54,14 +54,15 @@ private:
     void close();
     void correctCount() const;
     bool isReadable() const;
-    bool writeFeature(const ResultRow& row);
-    void setField(int index, ColumnKind kind, const Value& value);
+    void writeRow(const ResultTable& table, std::size_t row);
+    bool writeFeature(const ResultTable& table, std::size_t row);
+    void setField(const ResultTable& table, std::size_t row, std::size_t column);
     void setTime(int index, std::int64_t time);
     [[noreturn]] void fail(const GdalErrors& errors) const;
 
     std::string name_;
     OgrFormat format_;
-    const Schema& schema_;
+    const ResultSchema& schema_;
     PartialFile file_;
     std::unique_ptr<GDALDataset> dataset_;
     OGRLayer* layer_ = nullptr;

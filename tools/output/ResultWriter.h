@@ -1,11 +1,12 @@
 #ifndef QORVEL_TOOLS_OUTPUT_RESULTWRITER_H
 #define QORVEL_TOOLS_OUTPUT_RESULTWRITER_H
 
-#include "tools/output/ResultRow.h"
+#include "engine/run/Renderer.h"
+#include "engine/run/ResultBatch.h"
+#include "tools/setup/engineNames.h"
 
 #include <memory>
 #include <string>
-#include <string_view>
 
 namespace host {
 
@@ -27,26 +28,18 @@ struct OutputOptions {
 /// Writes results in one format. A file is written under a temporary name beside its own and
 /// renamed when complete.
 ///
-/// All take rows by `writeRow`. A text format (CSV, NDJSON, GeoJSON) also turns rows into text with
-/// `append`, which only reads the writer and may be called from several threads; the texts are then
-/// written in order by `writeText`.
-///
 /// Every operation that writes throws Failure(broken) when it cannot (a full disk, a reader that
 /// went away).
 class ResultWriter {
 public:
     virtual ~ResultWriter() = default;
 
-    virtual bool isText() const = 0;
+    /// What makes the texts that a text format (CSV, NDJSON, GeoJSON) wants, in whichever threads;
+    /// null for a format that wants tables.
+    virtual std::shared_ptr<const Renderer> renderer() const = 0;
 
-    /// Appends a row as text; only for a text format.
-    virtual void append(std::string& text, const ResultRow& row) const = 0;
-
-    /// Writes texts of whole rows; only for a text format.
-    virtual void writeText(std::string_view rows) = 0;
-
-    /// Writes a row.
-    virtual void writeRow(const ResultRow& row) = 0;
+    /// Writes results: the texts that the renderer made of them, or the table.
+    virtual void write(const ResultBatch& results) = 0;
 
     /// What is written so far reaches whoever reads standard output or a named pipe; nothing for a
     /// file that has a temporary name.
@@ -63,8 +56,10 @@ public:
 
 /// Standard output, devices and named pipes are written directly, CSV where the name tells nothing.
 /// Throws Failure(usage) for a format that the name does not tell or a direct file cannot take,
-/// Failure(broken) when the file cannot be made. The schema must outlive the writer.
-std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options, const Schema& schema);
+/// Failure(broken) when the file cannot be made. The schema must outlive the writer and its
+/// renderer.
+std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
+                                               const ResultSchema& schema);
 
 } // namespace host
 

@@ -1,21 +1,27 @@
 #include "tools/output/TextWriter.h"
 
+#include <string_view>
+#include <utility>
+
 namespace host {
 
-TextWriter::TextWriter(const std::string& file, const std::string& extension, std::string_view head,
-                       std::string_view end)
-    : file_(file, extension), end_(end) {
-    file_.write(head);
+TextWriter::TextWriter(const std::string& file, const std::string& extension,
+                       std::shared_ptr<const TextFormat> format)
+    : format_(std::move(format)), file_(file, extension) {
+    file_.write(format_->head());
 }
 
-void TextWriter::writeRow(const ResultRow& row) {
-    std::string text;
-    append(text, row);
-    writeText(text);
+void TextWriter::write(const ResultBatch& results) {
+    std::string_view rows = results.text;
+    if (isEmpty_ && !rows.empty()) {
+        rows.remove_prefix(format_->separator().size());
+        isEmpty_ = false;
+    }
+    file_.write(rows);
 }
 
 void TextWriter::finish() {
-    file_.write(end_);
+    file_.write(format_->end());
     file_.finish();
 }
 

@@ -3,30 +3,29 @@
 
 #include "tools/output/ResultWriter.h"
 #include "tools/output/TextFile.h"
+#include "tools/output/TextFormat.h"
 
+#include <memory>
 #include <string>
-#include <string_view>
 
 namespace host {
 
-/// What the text formats have in common: a head, rows, an end.
+/// Writes a text format. Also an abandoned file has its end.
 class TextWriter : public ResultWriter {
 public:
-    bool isText() const final { return true; }
-    void writeText(std::string_view rows) override { file_.write(rows); }
-    void writeRow(const ResultRow& row) final;
-    void flush() final { file_.flush(); }
-    void finish() final;
-    std::string abandon() noexcept final { return file_.abandon(end_); }
+    TextWriter(const std::string& file, const std::string& extension,
+               std::shared_ptr<const TextFormat> format);
 
-protected:
-    /// `end` must outlive the writer.
-    TextWriter(const std::string& file, const std::string& extension, std::string_view head,
-               std::string_view end);
+    std::shared_ptr<const Renderer> renderer() const override { return format_; }
+    void write(const ResultBatch& results) override;
+    void flush() override { file_.flush(); }
+    void finish() override;
+    std::string abandon() noexcept override { return file_.abandon(format_->end()); }
 
 private:
+    std::shared_ptr<const TextFormat> format_;
     TextFile file_;
-    std::string_view end_;
+    bool isEmpty_ = true;
 };
 
 } // namespace host

@@ -1,8 +1,6 @@
 #include "tools/output/jsonText.h"
 
-#include "tools/csvText.h"
-#include "tools/isoTime.h"
-#include "tools/output/degreesText.h"
+#include "tools/output/valueText.h"
 
 #include <algorithm>
 #include <simdjson.h>
@@ -57,25 +55,18 @@ void appendUtf8(std::string& out, std::string_view text) {
     out += '"';
 }
 
-template <typename Append>
-void appendQuotedTime(std::string& out, Append append, std::int64_t time) {
-    out += '"';
-    append(out, time);
-    out += '"';
-}
-
-void appendValue(std::string& out, ColumnKind kind, const Value& value) {
-    switch (kind) {
-    case ColumnKind::text:
-        return appendJsonString(out, value.text);
-    case ColumnKind::whole:
-        return csv::appendInteger(out, value.whole);
-    case ColumnKind::degrees:
-        return appendDegrees(out, value.real);
-    case ColumnKind::time:
-        return appendQuotedTime(out, appendTime, value.whole);
-    case ColumnKind::boxEnd:
-        return appendQuotedTime(out, appendBoxEnd, value.whole);
+void appendJsonValue(std::string& out, ResultKind kind, const ResultTable& table, std::size_t row,
+                     std::size_t column) {
+    if (table.isNull(row, column)) {
+        out += "null";
+    } else if (isText(kind)) {
+        appendJsonString(out, textOf(table, row, column));
+    } else if (isTime(kind)) {
+        out += '"';
+        appendValue(out, table, row, column);
+        out += '"';
+    } else {
+        appendValue(out, table, row, column);
     }
 }
 
@@ -99,18 +90,18 @@ void appendJsonString(std::string& out, std::string_view text) {
     }
 }
 
-JsonObject::JsonObject(const std::vector<Column>& columns) {
-    for (const Column& column : columns) {
+JsonObject::JsonObject(const std::vector<ResultColumn>& columns) {
+    for (const ResultColumn& column : columns) {
         std::string key = members_.empty() ? "{" : ",";
         appendJsonString(key, column.name);
         members_.push_back({key + ':', column.kind});
     }
 }
 
-void JsonObject::append(std::string& out, const ResultRow& row) const {
+void JsonObject::append(std::string& out, const ResultTable& table, std::size_t row) const {
     for (std::size_t i = 0; i < members_.size(); ++i) {
         out += members_[i].key;
-        appendValue(out, members_[i].kind, row.values[i]);
+        appendJsonValue(out, members_[i].kind, table, row, i);
     }
     out += '}';
 }

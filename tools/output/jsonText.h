@@ -1,8 +1,10 @@
 #ifndef QORVEL_TOOLS_OUTPUT_JSONTEXT_H
 #define QORVEL_TOOLS_OUTPUT_JSONTEXT_H
 
-#include "tools/output/ResultRow.h"
+#include "engine/columns/ResultTable.h"
+#include "tools/setup/engineNames.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,13 +20,13 @@ void appendJsonString(std::string& out, std::string_view text);
 /// Turns rows into JSON objects, "{"entity":"a","total":3}": numbers as such, times as in CSV.
 class JsonObject {
 public:
-    explicit JsonObject(const std::vector<Column>& columns);
-    void append(std::string& out, const ResultRow& row) const;
+    explicit JsonObject(const std::vector<ResultColumn>& columns);
+    void append(std::string& out, const ResultTable& table, std::size_t row) const;
 
 private:
     struct Member {
         std::string key; ///< with all that stands in front of the value
-        ColumnKind kind;
+        ResultKind kind;
     };
     std::vector<Member> members_;
 };

@@ -1,15 +1,17 @@
 #include "tools/Failure.h"
-#include "tools/output/CsvWriter.h"
-#include "tools/output/GeoJsonWriter.h"
-#include "tools/output/NdjsonWriter.h"
+#include "tools/output/CsvFormat.h"
+#include "tools/output/GeoJsonFormat.h"
+#include "tools/output/NdjsonFormat.h"
 #include "tools/output/OgrWriter.h"
 #include "tools/output/ResultWriter.h"
 #include "tools/output/TextFile.h"
+#include "tools/output/TextWriter.h"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <filesystem>
+#include <utility>
 
 namespace host {
 
@@ -65,7 +67,7 @@ std::string extensionOf(OutputFormat format) {
 }
 
 std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::string& extension,
-                                            const OgrFormat& format, const Schema& schema) {
+                                            const OgrFormat& format, const ResultSchema& schema) {
     if (isWrittenDirectly(file)) {
         throw Failure(ExitCode::usage, "a " + extension + " file must be a real file, which " +
                                            (file == "-" ? "standard output" : file) + " is not");
@@ -75,19 +77,23 @@ std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::
 
 } // namespace
 
-std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options, const Schema& schema) {
+std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
+                                               const ResultSchema& schema) {
     const std::string& file = options.file;
     const OutputFormat format =
         options.format == OutputFormat::byName ? formatByName(file) : options.format;
     const std::string extension = extensionOf(format);
+    const auto text = [&](std::shared_ptr<const TextFormat> textFormat) {
+        return std::make_unique<TextWriter>(file, extension, std::move(textFormat));
+    };
     switch (format) {
     case OutputFormat::byName:
     case OutputFormat::csv:
-        return std::make_unique<CsvWriter>(file, extension, schema, options.isCsvSafe);
+        return text(std::make_shared<CsvFormat>(schema, options.isCsvSafe));
     case OutputFormat::ndjson:
-        return std::make_unique<NdjsonWriter>(file, extension, schema);
+        return text(std::make_shared<NdjsonFormat>(schema));
     case OutputFormat::geojson:
-        return std::make_unique<GeoJsonWriter>(file, extension, schema);
+        return text(std::make_shared<GeoJsonFormat>(schema));
     case OutputFormat::geopackage:
         return openOgrWriter(file, extension, geoPackageFormat(), schema);
     case OutputFormat::flatgeobuf:

@@ -1,5 +1,5 @@
-#ifndef QORVEL_TOOLS_RUN_PROGRESS_H
-#define QORVEL_TOOLS_RUN_PROGRESS_H
+#ifndef QORVEL_TOOLS_COMMANDS_PROGRESS_H
+#define QORVEL_TOOLS_COMMANDS_PROGRESS_H
 
 #include <chrono>
 #include <cstdint>

@@ -1,5 +1,5 @@
-#ifndef QORVEL_TOOLS_RUN_REJECTS_H
-#define QORVEL_TOOLS_RUN_REJECTS_H
+#ifndef QORVEL_TOOLS_COMMANDS_REJECTS_H
+#define QORVEL_TOOLS_COMMANDS_REJECTS_H
 
 #include "tools/output/TextFile.h"
 

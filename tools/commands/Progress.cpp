@@ -1,4 +1,4 @@
-#include "tools/run/Progress.h"
+#include "tools/commands/Progress.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "tools/run/Rejects.h"
+#include "tools/commands/Rejects.h"
 
 #include "tools/csvText.h"
 #include "tools/input/FixSource.h"

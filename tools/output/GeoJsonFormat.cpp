@@ -1,4 +1,4 @@
-#include "tools/output/GeoJsonWriter.h"
+#include "tools/output/GeoJsonFormat.h"
 
 #include "tools/output/cellShape.h"
 
@@ -8,12 +8,6 @@
 namespace host {
 
 namespace {
-
-std::string head(const Schema& schema) {
-    std::string text = R"({"type":"FeatureCollection","name":)";
-    appendJsonString(text, schema.layer);
-    return text + R"(,"features":[)";
-}
 
 /// The shortest text that is read as the same double: common corners stay common.
 void appendCoordinate(std::string& text, double degrees) {
@@ -71,52 +65,48 @@ void appendCell(std::string& text, const SpaceBox& cell) {
     text += "]]";
 }
 
-void appendCells(std::string& text, const std::vector<SpaceBox>& cells) {
-    if (cells.size() == 1) {
-        appendList(text, cells, appendCell);
+void appendCells(std::string& text, const SpaceBox* cells, std::size_t count) {
+    if (count == 1) {
+        text += '[';
+        appendCell(text, *cells);
+        text += ']';
     } else {
-        appendList(text, *cellUnion(cells), appendPolygon);
+        appendList(text, *cellUnion({cells, cells + count}), appendPolygon);
     }
 }
 
-void appendGeometry(std::string& text, const std::vector<SpaceBox>& cells, bool hasSeveralCells) {
-    if (cells.empty()) {
+void appendGeometry(std::string& text, const SpaceBox* cells, std::size_t count,
+                    bool hasSeveralCells) {
+    if (count == 0) {
         text += "null";
         return;
     }
     if (hasSeveralCells) {
         text += R"({"type":"MultiPolygon","coordinates":)";
-        appendCells(text, cells);
+        appendCells(text, cells, count);
     } else {
         text += R"({"type":"Polygon","coordinates":)";
-        appendCell(text, cells.front());
+        appendCell(text, *cells);
     }
     text += '}';
 }
 
 } // namespace
 
-GeoJsonWriter::GeoJsonWriter(const std::string& file, const std::string& extension,
-                             const Schema& schema)
-    : TextWriter(file, extension, head(schema), "\n]}\n"), properties_(schema.columns),
-      hasSeveralCells_(schema.hasSeveralCells) {}
-
-/// With a comma in front of every feature: which is the first is known only when it is written.
-void GeoJsonWriter::append(std::string& text, const ResultRow& row) const {
-    text += ",\n";
-    text += R"({"type":"Feature","properties":)";
-    properties_.append(text, row);
-    text += R"(,"geometry":)";
-    appendGeometry(text, row.cells, hasSeveralCells_);
-    text += '}';
+std::string GeoJsonFormat::head() const {
+    std::string text = R"({"type":"FeatureCollection","name":)";
+    appendJsonString(text, schema_.name);
+    return text + R"(,"features":[)";
 }
 
-void GeoJsonWriter::writeText(std::string_view rows) {
-    if (isEmpty_ && !rows.empty()) {
-        rows.remove_prefix(1);
-        isEmpty_ = false;
-    }
-    TextWriter::writeText(rows);
+void GeoJsonFormat::append(std::string& out, const ResultTable& table, std::size_t row) const {
+    out += separator();
+    out += "\n"
+           R"({"type":"Feature","properties":)";
+    properties_.append(out, table, row);
+    out += R"(,"geometry":)";
+    appendGeometry(out, table.cells(row), table.cellCount(row), schema_.hasSeveralCells);
+    out += '}';
 }
 
 } // namespace host
