@@ -1,14 +1,18 @@
 #include "tools/csvText.h"
 
 #include <charconv>
+#include <cstddef>
+#include <iterator>
 
 namespace csv {
 
 namespace {
 
+constexpr std::size_t kMostDigits = 20; ///< of 64 bits
+
 template <typename Integer>
 void appendNumber(std::string& out, Integer value) {
-    char digits[24];
+    char digits[kMostDigits + 1]; // with a sign
     const auto result = std::to_chars(digits, digits + sizeof digits, value);
     out.append(digits, result.ptr);
 }
@@ -53,20 +57,25 @@ void appendUnsigned(std::string& out, std::uint64_t value) {
 
 void appendDecimal(std::string& out, std::int64_t units, std::uint32_t decimals) {
     const auto bits = static_cast<std::uint64_t>(units);
-    const std::uint64_t magnitude = units < 0 ? 0 - bits : bits;
-    std::uint64_t scale = 1;
+    std::uint64_t magnitude = units < 0 ? 0 - bits : bits;
+    char digits[kMostDigits + 3]; // with a sign, a dot and a zero before it
+    char* const end = std::end(digits);
+    char* begin = end;
+    const auto takeDigit = [&] {
+        *--begin = static_cast<char>('0' + magnitude % 10);
+        magnitude /= 10;
+    };
     for (std::uint32_t i = 0; i < decimals; ++i) {
-        scale *= 10;
+        takeDigit();
     }
+    *--begin = '.';
+    do {
+        takeDigit();
+    } while (magnitude > 0);
     if (units < 0) {
-        out += '-';
+        *--begin = '-';
     }
-    appendUnsigned(out, magnitude / scale);
-    out += '.';
-    // One more power of ten in front keeps the leading zeros of the fraction.
-    const std::size_t dot = out.size() - 1;
-    appendUnsigned(out, scale + magnitude % scale);
-    out.erase(dot + 1, 1);
+    out.append(begin, end);
 }
 
 } // namespace csv

@@ -22,7 +22,7 @@ void appendSafeField(std::string& out, std::string_view text);
 void appendInteger(std::string& out, std::int64_t value);
 void appendUnsigned(std::string& out, std::uint64_t value);
 
-/// Appends units / 10^decimals with exactly that many decimals (at least 1): (-5, 2) gives "-0.05".
+/// Appends units / 10^decimals with exactly that many decimals (1 to 19): (-5, 2) gives "-0.05".
 void appendDecimal(std::string& out, std::int64_t units, std::uint32_t decimals);
 
 } // namespace csv

@@ -1,13 +1,14 @@
 #include "tools/isoTime.h"
 
-#include "tools/csvText.h"
+#include "engine/columns/ResultSchema.h"
+
+#include <iterator>
 
 namespace host {
 
 namespace {
 
 constexpr std::int64_t kMsPerDay = 86400000;
-constexpr std::int64_t kYear10000 = 253402300800000; // 10000-01-01T00:00:00Z
 
 struct Date {
     std::int64_t year;
@@ -31,13 +32,15 @@ Date toDate(std::int64_t daysSince1970) {
 }
 
 /// With leading zeros up to the width; the value is not negative.
-void appendPadded(std::string& out, std::int64_t value, std::size_t width) {
-    const std::size_t begin = out.size();
-    csv::appendInteger(out, value);
-    const std::size_t digits = out.size() - begin;
-    if (digits < width) {
-        out.insert(begin, width - digits, '0');
-    }
+void appendPadded(std::string& out, std::int64_t value, std::ptrdiff_t width) {
+    char digits[20]; // as many as 64 bits may have
+    char* const end = std::end(digits);
+    char* begin = end;
+    do {
+        *--begin = static_cast<char>('0' + value % 10);
+        value /= 10;
+    } while (value > 0 || begin > end - width);
+    out.append(begin, end);
 }
 
 /// The way back (days_from_civil), by the same source.
@@ -195,7 +198,7 @@ void appendTime(std::string& out, std::int64_t time) {
 }
 
 void appendBoxEnd(std::string& out, std::int64_t time) {
-    if (time >= kYear10000) {
+    if (qorvel_engine::isEver(time)) {
         out += "ever";
     } else {
         appendTime(out, time);

@@ -1,7 +1,6 @@
 #include "engine/columns/ResultTable.h"
 
 #include "engine/columns/Fault.h"
-#include "engine/columns/Values.h"
 
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
 
@@ -9,16 +8,6 @@
 #include <utility>
 
 namespace qorvel_engine {
-
-namespace {
-
-void expect(bool holds, const char* otherwise) {
-    if (!holds) {
-        throw Fault(FaultCode::misuse, otherwise);
-    }
-}
-
-} // namespace
 
 ResultTable::ResultTable(std::shared_ptr<const ResultSchema> schema,
                          std::shared_ptr<const EntityNames> names)
@@ -53,54 +42,12 @@ void ResultTable::truncate() noexcept {
     cut(cells_, cellEnds_.empty() ? 0 : cellEnds_.back());
 }
 
-const ResultTable::Column& ResultTable::columnOf(std::size_t row, std::size_t column,
-                                                 ResultKind first, ResultKind last) const {
-    expect(row < size_ && column < columns_.size(), "The table has no such row or column.");
-    const ResultKind kind = schema_->columns[column].kind;
-    expect(first <= kind && kind <= last, "The column is of another kind.");
-    return columns_[column];
-}
-
-bool ResultTable::isNull(std::size_t row, std::size_t column) const {
-    const Column& values = columnOf(row, column, ResultKind::entity, ResultKind::boxEnd);
-    return schema_->columns[column].isNullable &&
-           !Validity{values.validity.data(), 0}.has(static_cast<std::int64_t>(row));
-}
-
-std::uint64_t ResultTable::entity(std::size_t row, std::size_t column) const {
-    return static_cast<std::uint64_t>(
-        columnOf(row, column, ResultKind::entity, ResultKind::entity).wholes[row]);
-}
-
-std::string_view ResultTable::text(std::size_t row, std::size_t column) const {
-    const Column& values = columnOf(row, column, ResultKind::text, ResultKind::text);
-    const auto endOf = [&values](std::size_t which) {
-        return static_cast<std::size_t>(values.wholes[which]);
-    };
-    const std::size_t begin = row == 0 ? 0 : endOf(row - 1);
-    return {values.bytes.data() + begin, endOf(row) - begin};
-}
-
-std::int64_t ResultTable::whole(std::size_t row, std::size_t column) const {
-    return columnOf(row, column, ResultKind::whole, ResultKind::boxEnd).wholes[row];
-}
-
-double ResultTable::real(std::size_t row, std::size_t column) const {
-    return columnOf(row, column, ResultKind::degrees, ResultKind::metres).reals[row];
-}
-
-const qorvel::SpaceBox* ResultTable::cells(std::size_t row) const {
-    expect(row < size_, "The table has no such row or column.");
-    return cells_.data() + firstCell(row);
-}
-
-std::size_t ResultTable::cellCount(std::size_t row) const {
-    expect(row < size_, "The table has no such row or column.");
-    return cellEnds_[row] - firstCell(row);
+void ResultTable::refuse(const char* why) {
+    throw Fault(FaultCode::misuse, why);
 }
 
 RowAppender::RowAppender(ResultTable& table, const ResultSchema& schema) : table_(table) {
-    expect(&schema == table.schema_.get(), "The table is for other results.");
+    ResultTable::expect(&schema == table.schema_.get(), "The table is for other results.");
 }
 
 RowAppender::~RowAppender() {

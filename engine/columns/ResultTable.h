@@ -4,6 +4,7 @@
 #include "engine/columns/AlignedVector.h"
 #include "engine/columns/EntityNames.h"
 #include "engine/columns/ResultSchema.h"
+#include "engine/columns/Values.h"
 #include "engine/export.h"
 
 #include "qorvel/geohash/SpaceBox.h"
@@ -53,19 +54,39 @@ public:
     void clear() noexcept;
 
     /// Is the value missing? Only columns that say so have such.
-    bool isNull(std::size_t row, std::size_t column) const;
+    bool isNull(std::size_t row, std::size_t column) const {
+        const Column& values = columnOf(row, column, ResultKind::entity, ResultKind::boxEnd);
+        return schema_->columns[column].isNullable &&
+               !Validity{values.validity.data(), 0}.has(static_cast<std::int64_t>(row));
+    }
     /// The number of an entity.
-    std::uint64_t entity(std::size_t row, std::size_t column) const;
+    std::uint64_t entity(std::size_t row, std::size_t column) const {
+        return static_cast<std::uint64_t>(
+            columnOf(row, column, ResultKind::entity, ResultKind::entity).wholes[row]);
+    }
     /// A text; empty where it is missing. It stays until the table is changed.
-    std::string_view text(std::size_t row, std::size_t column) const;
+    std::string_view text(std::size_t row, std::size_t column) const {
+        const Column& values = columnOf(row, column, ResultKind::text, ResultKind::text);
+        const auto endOf = [&values](std::size_t which) {
+            return static_cast<std::size_t>(values.wholes[which]);
+        };
+        const std::size_t begin = row == 0 ? 0 : endOf(row - 1);
+        return {values.bytes.data() + begin, endOf(row) - begin};
+    }
     /// An integer, or a time in ms since 1970 UTC; 0 where it is missing.
-    std::int64_t whole(std::size_t row, std::size_t column) const;
+    std::int64_t whole(std::size_t row, std::size_t column) const {
+        return columnOf(row, column, ResultKind::whole, ResultKind::boxEnd).wholes[row];
+    }
     /// Degrees or metres; 0 where it is missing.
-    double real(std::size_t row, std::size_t column) const;
+    double real(std::size_t row, std::size_t column) const {
+        return columnOf(row, column, ResultKind::degrees, ResultKind::metres).reals[row];
+    }
 
     /// The cells of a row, `cellCount` of them, until the table is changed.
-    const qorvel::SpaceBox* cells(std::size_t row) const;
-    std::size_t cellCount(std::size_t row) const;
+    const qorvel::SpaceBox* cells(std::size_t row) const {
+        return cells_.data() + firstCell(known(row));
+    }
+    std::size_t cellCount(std::size_t row) const { return cellEnds_[known(row)] - firstCell(row); }
 
 private:
     friend class RowAppender;
@@ -81,7 +102,25 @@ private:
 
     /// The column, if there is such a value and its kind is from the first to the last.
     const Column& columnOf(std::size_t row, std::size_t column, ResultKind first,
-                           ResultKind last) const;
+                           ResultKind last) const {
+        expect(row < size_ && column < columns_.size(), kNoSuch);
+        const ResultKind kind = schema_->columns[column].kind;
+        expect(first <= kind && kind <= last, "The column is of another kind.");
+        return columns_[column];
+    }
+    std::size_t known(std::size_t row) const {
+        expect(row < size_, kNoSuch);
+        return row;
+    }
+
+    static constexpr char kNoSuch[] = "The table has no such row or column.";
+    static void expect(bool holds, const char* otherwise) {
+        if (!holds) {
+            refuse(otherwise);
+        }
+    }
+    [[noreturn]] static void refuse(const char* why);
+
     std::size_t firstCell(std::size_t row) const { return row == 0 ? 0 : cellEnds_[row - 1]; }
     void truncate() noexcept;
 

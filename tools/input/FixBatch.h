@@ -31,7 +31,9 @@ private:
             bytes_.clear();
         }
         void append(std::string_view text) {
-            bytes_ += text;
+            if (!text.empty()) { // as keys mostly are
+                bytes_ += text;
+            }
             ends_.push_back(static_cast<std::int64_t>(bytes_.size()));
         }
         qorvel_engine::TextValues values() const {

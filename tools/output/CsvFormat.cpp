@@ -22,9 +22,12 @@ void CsvFormat::append(std::string& out, const ResultTable& table, std::size_t r
         if (i > 0) {
             out += ',';
         }
+        if (isMissing(table, row, i)) {
+            continue;
+        }
         if (isText(schema_.columns[i].kind)) {
             appendText(out, textOf(table, row, i));
-        } else if (!table.isNull(row, i)) {
+        } else {
             appendValue(out, table, row, i);
         }
     }

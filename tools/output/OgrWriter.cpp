@@ -160,7 +160,7 @@ bool OgrWriter::writeFeature(const ResultTable& table, std::size_t row) {
 void OgrWriter::setField(const ResultTable& table, std::size_t row, std::size_t column) {
     const int index = static_cast<int>(column);
     const ResultKind kind = schema_.columns[column].kind;
-    if (table.isNull(row, column)) {
+    if (isMissing(table, row, column)) {
         feature_->SetFieldNull(index);
     } else if (isText(kind)) {
         feature_->SetField(index, fieldText(textOf(table, row, column)).c_str());

@@ -57,7 +57,7 @@ void appendUtf8(std::string& out, std::string_view text) {
 
 void appendJsonValue(std::string& out, ResultKind kind, const ResultTable& table, std::size_t row,
                      std::size_t column) {
-    if (table.isNull(row, column)) {
+    if (isMissing(table, row, column)) {
         out += "null";
     } else if (isText(kind)) {
         appendJsonString(out, textOf(table, row, column));

@@ -13,6 +13,11 @@
 
 namespace host {
 
+/// Is there no such value? Most columns have one in every row, and need not be asked.
+inline bool isMissing(const ResultTable& table, std::size_t row, std::size_t column) {
+    return table.schema().columns[column].isNullable && table.isNull(row, column);
+}
+
 /// The text in a column of texts or entities, whom the program knows by names.
 inline std::string_view textOf(const ResultTable& table, std::size_t row, std::size_t column) {
     return table.schema().columns[column].kind == ResultKind::entity

@@ -2,25 +2,29 @@
 
 #include "engine/run/detail/appendRows.h"
 
+#include <utility>
+
 namespace qorvel_engine::detail {
 
 void Findings::endEntry() {
-    const std::uint64_t before = results_.size;
+    const std::uint64_t before = std::exchange(results_.size, results_.table.size());
+    if (results_.size == before) {
+        return;
+    }
     if (maker_->makesTexts()) {
-        results_.size += results_.table.size();
-        maker_->render(results_.table, results_.text);
-        results_.table.clear();
-    } else {
-        results_.size = results_.table.size();
+        maker_->render(results_.table, static_cast<std::size_t>(before), results_.text);
     }
-    if (results_.size != before) {
-        ends_.push_back({entry_, results_.text.size(), results_.size});
-    }
+    ends_.push_back({entry_, results_.text.size(), results_.size});
 }
 
 ResultBatch Findings::takeAll() {
     ResultBatch fresh = maker_->makeBatch();
-    std::swap(fresh, results_);
+    if (maker_->makesTexts()) {
+        std::swap(fresh.text, results_.text);
+        std::swap(fresh.size, results_.size);
+    } else {
+        std::swap(fresh, results_);
+    }
     ends_.clear();
     return fresh;
 }

@@ -48,7 +48,7 @@ private:
 
     const ResultMaker* maker_;
     std::size_t entry_ = 0;
-    ResultBatch results_;   ///< where they become texts, the table has those of the entry alone
+    ResultBatch results_;   ///< as texts too, where they become such
     std::vector<End> ends_; ///< of the entries that have results
     std::size_t nextEnd_ = 0;
     std::vector<std::pair<std::size_t, SeenBox>> boxes_; ///< by entry

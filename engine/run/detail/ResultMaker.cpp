@@ -4,8 +4,8 @@
 
 namespace qorvel_engine::detail {
 
-void ResultMaker::render(const ResultTable& table, std::string& out) const {
-    for (std::size_t row = 0; row < table.size(); ++row) {
+void ResultMaker::render(const ResultTable& table, std::size_t from, std::string& out) const {
+    for (std::size_t row = from; row < table.size(); ++row) {
         renderer_->append(out, table, row);
     }
 }

@@ -28,8 +28,8 @@ public:
 
     bool makesTexts() const { return renderer_ != nullptr; }
 
-    /// Appends the texts of all rows. Where texts are made.
-    void render(const ResultTable& table, std::string& out) const;
+    /// Appends the texts of the rows from one on. Where texts are made.
+    void render(const ResultTable& table, std::size_t from, std::string& out) const;
 
     /// Appends a row of a table as what the session hands on.
     void append(const ResultTable& table, std::size_t row, ResultBatch& to) const;
