@@ -1,6 +1,6 @@
 #include "bench/Peer.h"
 #include "bench/goals.h"
-#include "tools/world/Random.h"
+#include "testing/world/Random.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 // What an event is made of: cells, texts, distances, and events by name.
 
-#include "tools/world/Random.h"
+#include "testing/world/Random.h"
 
 #include "qorvel/qorvel.h"
 

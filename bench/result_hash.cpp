@@ -1,9 +1,9 @@
 // Prints a hash of all results of each kind, bit for bit, over fixed inputs: equal hashes on two
 // platforms are equal results. The inputs are made with exact arithmetic, the same everywhere.
 
-#include "bench/model/compare.h"
-#include "tools/world/Random.h"
-#include "tools/world/World.h"
+#include "testing/model/compare.h"
+#include "testing/world/Random.h"
+#include "testing/world/World.h"
 
 #include "qorvel/qorvel.h"
 

@@ -1,6 +1,6 @@
 #include "bench/scenarios.h"
 
-#include "tools/world/Random.h"
+#include "testing/world/Random.h"
 
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
 #include "qorvel/geohash/SpaceBox.h"

@@ -1,7 +1,7 @@
 #include "bench/sideBySide.h"
 
-#include "bench/model/compare.h"
 #include "bench/sides.h"
+#include "testing/model/compare.h"
 
 namespace sides {
 

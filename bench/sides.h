@@ -1,8 +1,8 @@
 #ifndef QORVEL_BENCH_SIDES_H
 #define QORVEL_BENCH_SIDES_H
 
-#include "bench/model/ModelProcessor.h"
 #include "bench/scenarios.h"
+#include "testing/model/ModelProcessor.h"
 
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
 #include "qorvel/processor/MotionProcessor.h"

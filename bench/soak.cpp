@@ -6,7 +6,7 @@
 
 #include "bench/Report.h"
 #include "bench/measure.h"
-#include "tools/world/World.h"
+#include "testing/world/World.h"
 
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
 

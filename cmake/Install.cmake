@@ -47,7 +47,7 @@ install(
     DESTINATION ${package_dir}
     COMPONENT development)
 
-if(QORVEL_BUILD_TOOLS)
+if(QORVEL_BUILD_PROGRAM)
     cmake_path(
         RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
         OUTPUT_VARIABLE lib_from_bin_dir)

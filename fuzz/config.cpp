@@ -3,28 +3,29 @@
 #include "engine/columns/Fault.h"
 #include "law.h"
 #include "memoryFile.h"
-#include "tools/setup/engineNames.h"
-#include "tools/setup/makeProcessor.h"
+#include "program/commands/makeProcessor.h"
+#include "program/engineNames.h"
 
 #include <algorithm>
 
 namespace {
 
-void judge(const host::Config& config, host::ProcessorKind use) {
-    const auto faults = host::checkConfig(config, use);
-    const bool hasError = std::any_of(faults.begin(), faults.end(),
-                                      [](const host::ConfigFault& fault) { return fault.isError; });
-    for (const host::ConfigFault& fault : faults) {
+void judge(const program::Config& config, program::ProcessorKind use) {
+    const auto faults = program::checkConfig(config, use);
+    const bool hasError =
+        std::any_of(faults.begin(), faults.end(),
+                    [](const program::ConfigFault& fault) { return fault.isError; });
+    for (const program::ConfigFault& fault : faults) {
         LAW(!fault.sentence.empty());
     }
     try {
-        const host::Tables library(config, use);
+        const program::Tables library(config, use);
         LAW(!hasError);
-        const MotionProcessor processor = host::makeProcessor(library);
+        const MotionProcessor processor = program::makeProcessor(library);
         std::stringstream tags;
         LAW(processor.isValid(tags) && tags.str().empty());
-    } catch (const host::Fault& fault) {
-        LAW(hasError && fault.code() == host::FaultCode::badConfiguration);
+    } catch (const program::Fault& fault) {
+        LAW(hasError && fault.code() == program::FaultCode::badConfiguration);
     }
 }
 
@@ -32,15 +33,16 @@ void judge(const host::Config& config, host::ProcessorKind use) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const MemoryFile file(data, size);
-    host::Config config;
+    program::Config config;
     try {
-        config = host::readConfig(file.name());
-    } catch (const host::Fault& fault) {
-        LAW(fault.code() == host::FaultCode::badConfiguration && fault.what()[0] != '\0');
+        config = program::readConfig(file.name());
+    } catch (const program::Fault& fault) {
+        LAW(fault.code() == program::FaultCode::badConfiguration && fault.what()[0] != '\0');
         return 0;
     }
-    for (const host::ProcessorKind use : {host::ProcessorKind::boxes, host::ProcessorKind::presence,
-                                          host::ProcessorKind::hangouts}) {
+    for (const program::ProcessorKind use :
+         {program::ProcessorKind::boxes, program::ProcessorKind::presence,
+          program::ProcessorKind::hangouts}) {
         judge(config, use);
     }
     return 0;

@@ -2,8 +2,8 @@
 
 #include "Bytes.h"
 #include "access.h"
-#include "bench/model/cells.h"
 #include "law.h"
+#include "testing/model/cells.h"
 
 #include "qorvel/geodesy/PointGeodetic128.h"
 #include "qorvel/geodesy/distanceByMetric.h"

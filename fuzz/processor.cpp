@@ -2,10 +2,10 @@
 // results, every field of every record and the counts of the state must agree after every event.
 
 #include "Bytes.h"
-#include "bench/model/ModelDetector.h"
-#include "bench/model/ModelProcessor.h"
-#include "bench/model/compare.h"
 #include "law.h"
+#include "testing/model/ModelDetector.h"
+#include "testing/model/ModelProcessor.h"
+#include "testing/model/compare.h"
 
 #include "qorvel/base/bits.h"
 #include "qorvel/qorvel.h"

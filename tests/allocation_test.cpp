@@ -2,7 +2,7 @@
 // made to fail once. The exception comes out as it is, what was being worked on stays usable,
 // nothing is lost, and a lock stays with the thread that failed exactly where one was held.
 
-#include "bench/model/compare.h"
+#include "testing/model/compare.h"
 
 #include "qorvel/qorvel.h"
 

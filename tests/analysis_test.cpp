@@ -3,10 +3,10 @@
 #include "engine/columns/EntityDictionary.h"
 #include "engine/columns/Fault.h"
 #include "engine/run/Session.h"
-#include "tools/input/FixBatch.h"
-#include "tools/setup/EventMaker.h"
-#include "tools/setup/makeProcessor.h"
-#include "tools/world/World.h"
+#include "program/commands/EventMaker.h"
+#include "program/commands/makeProcessor.h"
+#include "program/input/FixBatch.h"
+#include "testing/world/World.h"
 
 #include "qorvel/processor/detail/FigureProcessor.h"
 
@@ -27,7 +27,7 @@
 namespace {
 
 using namespace qorvel_engine;
-using host::Fix;
+using program::Fix;
 using Texts = std::vector<std::string>;
 
 constexpr std::int64_t kMinute = 60000;
@@ -72,7 +72,7 @@ std::vector<Texts> ask(const AnalysisOptions& options, const Config& config,
         oldest[i] = std::min(oldest[i + 1], fixes[i].time);
     }
     for (std::size_t row = 0; row < fixes.size();) {
-        const auto batch = std::make_shared<host::FixBatch>();
+        const auto batch = std::make_shared<program::FixBatch>();
         for (std::size_t count = pick({1U, 30U, 999U}); count > 0 && row < fixes.size(); --count) {
             batch->append(fixes[row++]);
         }
@@ -105,7 +105,7 @@ Config simpleConfig() {
 
 template <typename Visit>
 void forEachEvent(const std::vector<Fix>& fixes, Visit visit) {
-    host::EventMaker events({30.0, kTimeTolerance});
+    program::EventMaker events({30.0, kTimeTolerance});
     Event event;
     for (const Fix& fix : fixes) {
         ASSERT_EQ(events.make(fix, event), "");
@@ -224,7 +224,7 @@ std::multiset<Texts> meetingsOf(const Tables& tables, const std::vector<Fix>& fi
              std::map<std::string, std::int64_t>>
         visitors;
     std::set<decltype(visitors)::key_type> cut;
-    const MotionProcessor processor = host::makeProcessor(tables);
+    const MotionProcessor processor = program::makeProcessor(tables);
     forEachEvent(fixes, [&](const Fix& fix, const Event& event) {
         std::list<SpaceTimeBox> boxes;
         processor.getSTB(event, boxes);

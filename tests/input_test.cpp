@@ -1,7 +1,7 @@
 // The program's input: every format, time, header and kind of damage.
-#include "tools/Failure.h"
-#include "tools/input/FixSource.h"
-#include "tools/isoTime.h"
+#include "program/Failure.h"
+#include "program/input/FixSource.h"
+#include "program/isoTime.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,7 +20,7 @@
 
 namespace {
 
-using namespace host;
+using namespace program;
 using namespace std::string_literals;
 
 /// A file in a folder that goes when the test ends.

@@ -4,10 +4,10 @@
 // QORVEL_SEED sets the seed of the first stream (a failure names its stream's seed), QORVEL_EVENTS
 // how many events each kind of stream gets.
 
-#include "bench/model/ModelDetector.h"
-#include "bench/model/ModelProcessor.h"
-#include "bench/model/compare.h"
-#include "tools/world/Random.h"
+#include "testing/model/ModelDetector.h"
+#include "testing/model/ModelProcessor.h"
+#include "testing/model/compare.h"
+#include "testing/world/Random.h"
 
 #include "qorvel/base/bits.h"
 #include "qorvel/hangout/HangoutDetector.h"

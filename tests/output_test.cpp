@@ -1,9 +1,9 @@
 #include "engine/columns/EntityDictionary.h"
 #include "engine/columns/ResultLayout.h"
-#include "tools/Failure.h"
-#include "tools/commands/Progress.h"
-#include "tools/output/ResultWriter.h"
-#include "tools/output/cellShape.h"
+#include "program/Failure.h"
+#include "program/commands/Progress.h"
+#include "program/output/ResultWriter.h"
+#include "program/output/cellShape.h"
 
 #include <algorithm>
 #include <csignal>
@@ -29,7 +29,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using namespace host;
+using namespace program;
 using Texts = std::vector<std::string>;
 
 [[maybe_unused]] const mode_t kBefore = umask(027);

@@ -1,9 +1,9 @@
 // From a configuration to the library: what is read, what is objected to, and what becomes of rows.
 #include "engine/columns/Fault.h"
-#include "tools/commands/explainCommand.h"
-#include "tools/commands/geohashCommand.h"
-#include "tools/setup/checkTracks.h"
-#include "tools/setup/makeProcessor.h"
+#include "program/commands/checkTracks.h"
+#include "program/commands/explainCommand.h"
+#include "program/commands/geohashCommand.h"
+#include "program/commands/makeProcessor.h"
 
 #include <filesystem>
 #include <fstream>
@@ -16,7 +16,7 @@
 
 namespace {
 
-using namespace host;
+using namespace program;
 
 /// A file that goes with its owner.
 struct Scratch {

@@ -2,7 +2,7 @@
 // detector or processor take turns, first uses may come all at once, and an abandoned lock reaches
 // everyone who waits.
 
-#include "bench/model/compare.h"
+#include "testing/model/compare.h"
 
 #include "qorvel/qorvel.h"
 

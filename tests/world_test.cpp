@@ -1,6 +1,6 @@
 // The sample world: the same bytes everywhere, a truth that its fixes keep to, and a truth that the
 // library finds.
-#include "tools/world/World.h"
+#include "testing/world/World.h"
 
 #include "qorvel/qorvel.h"
 

@@ -1,0 +1,61 @@
+#ifndef QORVEL_PROGRAM_COMMANDS_BATCHREADER_H
+#define QORVEL_PROGRAM_COMMANDS_BATCHREADER_H
+
+#include "program/Failure.h"
+#include "program/commands/OldestTimes.h"
+#include "program/input/Fix.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace program {
+
+class FixBatch;
+class FixSource;
+class Progress;
+class Rejects;
+
+/// Reads the input batch by batch and sorts out bad rows: what is in a batch the engine takes.
+class BatchReader {
+public:
+    /// All must outlive the reader.
+    /// @param isStrict  a bad row ends the input
+    BatchReader(FixSource& source, const OldestTimes& oldest, Rejects& rejects, Progress& progress,
+                bool isStrict)
+        : source_(source), oldest_(oldest), rejects_(rejects), progress_(progress),
+          isStrict_(isStrict) {}
+
+    /// Reads the next rows into a batch that is empty; false when there are none, also after a
+    /// SIGINT. What ends the input early is kept for trouble(), so that the rows before it count.
+    bool fill(FixBatch& batch);
+
+    /// Would whoever reads the results wait for those of the last batch while the input waits, as
+    /// at a pipe or a terminal?
+    bool isLive() const { return isLive_; }
+
+    /// No row to come has an earlier time, ms since 1970 UTC; none where that is not known.
+    std::optional<std::int64_t> oldestToCome() const;
+
+    const std::optional<Failure>& trouble() const { return trouble_; }
+
+    std::uint64_t rowsRead() const { return rows_; }
+
+private:
+    void readRows(FixBatch& batch);
+    void readRow(FixBatch& batch);
+
+    FixSource& source_;
+    const OldestTimes& oldest_;
+    Rejects& rejects_;
+    Progress& progress_;
+    bool isStrict_;
+    bool isLive_ = false;
+    bool hasEnded_ = false;
+    std::optional<Failure> trouble_;
+    std::uint64_t rows_ = 0;
+    Fix fix_; ///< the current one, kept for its memory
+};
+
+} // namespace program
+
+#endif

@@ -1,0 +1,42 @@
+#ifndef QORVEL_PROGRAM_COMMANDS_REJECTS_H
+#define QORVEL_PROGRAM_COMMANDS_REJECTS_H
+
+#include "program/output/TextFile.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace program {
+
+class FixSource;
+
+/// The rows that could not be used. The first ten are told on standard error; all go, if wanted, to
+/// a CSV file with the line, the reason and the row as it stood.
+class Rejects {
+public:
+    /// Throws Failure(broken) when the file cannot be made.
+    /// @param file       empty: none
+    /// @param isCsvSafe  reasons and rows by csv::appendSafeField
+    Rejects(const std::string& file, bool isCsvSafe);
+
+    /// The row on which the source stands.
+    void add(const FixSource& source, const std::string& reason);
+
+    std::uint64_t count() const { return count_; }
+
+    /// Gives the file its name, also after a run that failed: what it holds is whole.
+    void finish();
+
+private:
+    void write(const FixSource& source, const std::string& reason);
+
+    std::unique_ptr<TextFile> file_;
+    bool isCsvSafe_;
+    std::string row_;
+    std::uint64_t count_ = 0;
+};
+
+} // namespace program
+
+#endif

@@ -1,0 +1,232 @@
+#include "program/commands/analysisCommand.h"
+
+#include "engine/run/Session.h"
+#include "program/Interrupt.h"
+#include "program/commands/BatchReader.h"
+#include "program/commands/OldestTimes.h"
+#include "program/commands/Progress.h"
+#include "program/commands/Rejects.h"
+#include "program/input/FixBatch.h"
+#include "program/input/FixSource.h"
+#include "program/output/TextFile.h"
+#include "program/tell.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+#include <sys/resource.h>
+#include <vector>
+
+namespace program {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double peakMemoryMiB() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024.0;
+}
+
+unsigned long long printable(std::uint64_t value) {
+    return value;
+}
+
+/// The engine knows no options of a command line.
+std::string withOptions(std::string remark) {
+    constexpr std::pair<std::string_view, std::string_view> kWords[] = {
+        {"than promised", "than --late allows"},
+        {"made no pairs there", "made no pairs there (--max-per-box)"}};
+    for (const auto& [engines, own] : kWords) {
+        const std::size_t at = remark.find(engines);
+        if (at != std::string::npos) {
+            remark.replace(at, engines.size(), own);
+        }
+    }
+    return remark;
+}
+
+/// Batches of fixes for a session, which may hold several at once.
+class BatchPool {
+public:
+    /// An empty one. That a session has let go of another is seen in the thread that pushes.
+    std::shared_ptr<FixBatch> take() {
+        const auto free = std::find_if(batches_.begin(), batches_.end(),
+                                       [](const auto& batch) { return batch.use_count() == 1; });
+        if (free == batches_.end()) {
+            return batches_.emplace_back(std::make_shared<FixBatch>());
+        }
+        (*free)->clear();
+        return *free;
+    }
+
+private:
+    std::vector<std::shared_ptr<FixBatch>> batches_;
+};
+
+/// What is wrong with the configuration ends the run, what is only odd is told.
+void check(const RunOptions& options) {
+    const std::vector<ConfigFault> faults =
+        checkConfig(options.config, processorKindOf(options.analysis.question));
+    throwErrors(faults, options.config.file);
+    for (const ConfigFault& fault : faults) {
+        if (!options.isQuiet) {
+            tell(describe(fault, options.config.file));
+        }
+    }
+}
+
+class Run {
+public:
+    explicit Run(const RunOptions& options)
+        : options_(options), progress_(!options.isQuiet), source_(openFixSource(options.input)),
+          writer_(openResultWriter(options.output, schemaOf(options.analysis.question))),
+          rejects_(options.rejectsFile, options.output.isCsvSafe),
+          session_(openSession(options, writer_->renderer())), oldest_(readTimes()),
+          reader_(*source_, oldest_, rejects_, progress_, options.isStrict) {}
+
+    ExitCode operator()() {
+        try {
+            process();
+        } catch (const Failure& failure) {
+            saveWhatWasFound();
+            throw judge(failure);
+        } catch (...) {
+            session_.reset(); // which gives memory back, if that is what is missing
+            saveWhatWasFound();
+            throw;
+        }
+        summarize();
+        if (reader_.trouble()) {
+            throw Failure(*reader_.trouble());
+        }
+        return isCutOff_              ? ExitCode::interrupted
+               : rejects_.count() > 0 ? ExitCode::someRejected
+                                      : ExitCode::done;
+    }
+
+private:
+    /// Its threads leave interrupts to this one, which may wait for input.
+    static std::unique_ptr<Session> openSession(const RunOptions& options,
+                                                std::shared_ptr<const Renderer> renderer) {
+        SessionOptions session;
+        session.threads = options.threads;
+        session.defaultTolerance = options.events.defaultTolerance;
+        session.timeTolerance = options.events.timeTolerance;
+        session.late = options.late;
+        session.renderer = std::move(renderer);
+        const InterruptsBlocked blocked;
+        return std::make_unique<Session>(options.analysis, options.config, session);
+    }
+
+    OldestTimes readTimes() {
+        const bool isWanted = session_->looksBack() && !options_.late && source_->isRepeatable();
+        return isWanted ? OldestTimes(*source_, progress_) : OldestTimes();
+    }
+
+    void process() {
+        progress_.begin("processing");
+        pushAll();
+        session_->finish();
+        writeResults();
+        isCutOff_ = interrupted(); // one that comes later has nothing left to cut off
+        progress_.clear();
+        rejects_.finish();
+        if (!reader_.trouble() && !isCutOff_) {
+            writer_->finish();
+        } else {
+            abandonOutput();
+        }
+    }
+
+    void pushAll() {
+        BatchPool pool;
+        for (;;) {
+            const std::shared_ptr<FixBatch> batch = pool.take();
+            if (!reader_.fill(*batch)) {
+                return;
+            }
+            session_->push(batch->observations(), batch, reader_.oldestToCome());
+            if (reader_.isLive()) {
+                session_->flush();
+            }
+            writeResults();
+            if (reader_.isLive()) {
+                writer_->flush();
+            }
+        }
+    }
+
+    void writeResults() {
+        while (const std::optional<ResultBatch> results = session_->take()) {
+            writer_->write(*results);
+        }
+    }
+
+    /// After a failure that is still to be told.
+    void saveWhatWasFound() {
+        progress_.clear();
+        abandonOutput();
+        try {
+            rejects_.finish();
+        } catch (const Failure&) { // one is enough
+        }
+    }
+
+    void abandonOutput() {
+        const std::string partial = reader_.rowsRead() > 0 ? writer_->abandon() : "";
+        if (!partial.empty()) {
+            tell("what was found up to there is in " + partial);
+        }
+    }
+
+    /// That nobody reads standard output on is a fault when results go elsewhere.
+    Failure judge(const Failure& failure) const {
+        const bool isFault =
+            failure.code() == ExitCode::readerGone && !isStandardOutput(options_.output.file);
+        return isFault ? Failure(ExitCode::broken, failure.what()) : failure;
+    }
+
+    void summarize() const {
+        if (options_.isQuiet) {
+            return;
+        }
+        for (const std::string& remark : source_->remarks()) {
+            tell(remark);
+        }
+        for (const std::string& remark : session_->remarks()) {
+            tell(withOptions(remark));
+        }
+        const RunFigures figures = session_->figures();
+        const std::chrono::duration<double> seconds = Clock::now() - start_;
+        std::fprintf(stderr,
+                     "qorvel: %s%llu rows read, %llu processed, %llu rejected, %llu results, "
+                     "%.3f seconds, peak memory %.1f MiB\n",
+                     isCutOff_ ? "interrupted: " : "", printable(reader_.rowsRead()),
+                     printable(figures.processed), printable(rejects_.count()),
+                     printable(figures.results), seconds.count(), peakMemoryMiB());
+    }
+
+    const Clock::time_point start_ = Clock::now();
+    const RunOptions& options_;
+    Progress progress_;
+    const std::unique_ptr<FixSource> source_;
+    const std::unique_ptr<ResultWriter> writer_;
+    Rejects rejects_;
+    std::unique_ptr<Session> session_; ///< none after a fault of it
+    const OldestTimes oldest_;
+    BatchReader reader_;
+    bool isCutOff_ = false; ///< by an interrupt
+};
+
+} // namespace
+
+ExitCode runAnalysis(const RunOptions& options) {
+    check(options);
+    return Run(options)();
+}
+
+} // namespace program

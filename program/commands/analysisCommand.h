@@ -1,0 +1,41 @@
+#ifndef QORVEL_PROGRAM_COMMANDS_ANALYSISCOMMAND_H
+#define QORVEL_PROGRAM_COMMANDS_ANALYSISCOMMAND_H
+
+#include "engine/analysis/makeAnalysis.h"
+#include "engine/setup/Config.h"
+#include "program/Failure.h"
+#include "program/commands/EventMaker.h"
+#include "program/input/InputOptions.h"
+#include "program/output/ResultWriter.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace program {
+
+/// A question to one input.
+struct RunOptions {
+    AnalysisOptions analysis;
+    Config config; ///< of a file, or made of options
+    InputOptions input;
+    OutputOptions output;
+    EventOptions events;
+    std::string rejectsFile; ///< empty: not wanted
+    bool isStrict = false;   ///< a bad row ends the run
+    bool isQuiet = false;    ///< neither progress nor summary
+    unsigned threads = 1;    ///< at least 1
+
+    /// How far a row may lie behind the newest one before it, ms; none: not said. Then a file is
+    /// read twice to know it, and other input has what the engine takes for it.
+    std::optional<std::int64_t> late;
+};
+
+/// Takes the input through a session and writes what it finds. Throws Failure when the input or the
+/// output fails, and what the engine throws; what was found up to there is written first, but a
+/// file does not get its name.
+ExitCode runAnalysis(const RunOptions& options);
+
+} // namespace program
+
+#endif

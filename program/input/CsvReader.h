@@ -1,0 +1,80 @@
+#ifndef QORVEL_PROGRAM_INPUT_CSVREADER_H
+#define QORVEL_PROGRAM_INPUT_CSVREADER_H
+
+#include "program/input/LineBuffer.h"
+
+#include <cstdint>
+#include <csv.h>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace program {
+
+/// Reads CSV row by row, by the rules of RFC 4180 with these leniencies: any line end, blanks
+/// around unquoted fields dropped, blank lines skipped, a stray quote inside a field kept.
+/// Holds one piece of the input at a time.
+class CsvReader {
+public:
+    /// Reads from where the source stands. The source must outlive the reader.
+    CsvReader(ByteSource& source, char delimiter);
+    ~CsvReader();
+    CsvReader(const CsvReader&) = delete;
+    CsvReader& operator=(const CsvReader&) = delete;
+
+    /// Goes to the next row; false at the end of the input, or when SIGINT ended it early.
+    /// Throws Failure(broken) when reading fails, when the input ends inside a quoted field, or
+    /// when a row is longer than 1 MiB (most likely a quote that nobody closed).
+    bool next();
+
+    std::size_t fieldCount() const { return rows_[row_].endField - rows_[row_].firstField; }
+    /// One field of the current row, without its quotes; valid until next().
+    std::string_view field(std::size_t index) const;
+    /// The current row as it stands in the input, without its line end; valid until next().
+    std::string_view verbatim() const;
+    /// The line on which the current row begins, the first of the input being 1.
+    std::uint64_t line() const { return rows_[row_].line; }
+    /// Whether the input ends behind the current row, without a line end.
+    bool isUnended() const { return isUnended_ && row_ + 1 == rows_.size(); }
+
+    /// Whether the next call of next() has to wait for the input.
+    bool isDrained() const { return row_ + 1 >= rows_.size(); }
+
+    /// Ends the run: what is wrong with the current row.
+    [[noreturn]] void fail(const std::string& what) const;
+
+private:
+    struct Row {
+        std::uint64_t line;
+        std::size_t firstField;
+        std::size_t endField;
+        std::size_t begin; ///< in the buffer
+        std::size_t end;   ///< behind its line end
+    };
+
+    static void onField(void* text, std::size_t size, void* self);
+    static void onRowEnd(int terminator, void* self);
+    void fill();
+    void parse(std::string_view line);
+    void parseEnd();
+    void endRow();
+    void dropFinishedRows();
+
+    const std::string& name_;
+    LineBuffer lines_;
+    csv_parser parser_{};
+    std::string text_;                   ///< the fields of the piece's rows, one after another
+    std::vector<std::size_t> fieldEnds_; ///< fieldEnds_[i] is where field i ends in text_
+    std::vector<Row> rows_;              ///< the rows that the piece has ended
+    std::size_t row_ = 0;                ///< the current one of them
+    std::size_t openField_ = 0;          ///< the first field of the row that is being read
+    bool lineEndsRow_ = false;
+    bool ended_ = false;
+    bool isUnended_ = false;
+    std::exception_ptr trouble_; ///< thrown once the rows before it have been taken
+};
+
+} // namespace program
+
+#endif

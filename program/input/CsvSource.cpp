@@ -1,0 +1,68 @@
+#include "program/input/CsvSource.h"
+
+#include "program/Interrupt.h"
+
+namespace program {
+
+bool CsvSource::next() {
+    if ((!reader_ && !readHeader()) || !reader_->next()) {
+        return false;
+    }
+    if (reader_->isUnended() && reader_->fieldCount() < fieldCount_) {
+        reader_->fail(kCutOff);
+    }
+    return true;
+}
+
+std::string CsvSource::read(Fix& fix) {
+    if (!isComplete()) {
+        return std::to_string(reader_->fieldCount()) + " fields where the header has " +
+               std::to_string(fieldCount_);
+    }
+    return fixes_.read(texts(), fix);
+}
+
+std::optional<std::int64_t> CsvSource::readTime() {
+    return isComplete() ? fixes_.readTime(text(FixField::time)) : std::nullopt;
+}
+
+void CsvSource::rewind() {
+    TextSource::rewind();
+    reader_.reset();
+}
+
+bool CsvSource::readHeader() {
+    reader_.emplace(bytes_, delimiter_);
+    if (!reader_->next()) {
+        if (interrupted()) {
+            return false;
+        }
+        failEmpty();
+    }
+    fieldCount_ = reader_->fieldCount();
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < fieldCount_; ++i) {
+        names.emplace_back(reader_->field(i));
+        if (names.back().find('\0') != std::string::npos) {
+            reader_->fail("the header holds a NUL: the file is no text, or its text is UTF-16, "
+                          "where UTF-8 is wanted");
+        }
+    }
+    fixes_.find(names, name() + ": the header");
+    return true;
+}
+
+std::string_view CsvSource::text(FixField field) const {
+    const std::size_t column = fixes_.columns().index(field);
+    return column == FixColumns::kAbsent ? std::string_view() : reader_->field(column);
+}
+
+FixTexts CsvSource::texts() const {
+    FixTexts texts;
+    for (std::size_t i = 0; i < kFixFields; ++i) {
+        texts[i] = text(static_cast<FixField>(i));
+    }
+    return texts;
+}
+
+} // namespace program

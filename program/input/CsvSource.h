@@ -1,0 +1,36 @@
+#ifndef QORVEL_PROGRAM_INPUT_CSVSOURCE_H
+#define QORVEL_PROGRAM_INPUT_CSVSOURCE_H
+
+#include "program/input/CsvReader.h"
+#include "program/input/TextSource.h"
+
+namespace program {
+
+/// Rows of CSV, or of its kin with another delimiter, behind a header.
+class CsvSource : public TextSource {
+public:
+    CsvSource(const InputOptions& options, char delimiter)
+        : TextSource(options), delimiter_(delimiter) {}
+
+    bool next() override;
+    std::string read(Fix& fix) override;
+    std::optional<std::int64_t> readTime() override;
+    std::uint64_t line() const override { return reader_->line(); }
+    std::string verbatim() const override { return std::string(reader_->verbatim()); }
+    bool isDrained() const override { return !reader_ || reader_->isDrained(); }
+    void rewind() override;
+
+private:
+    bool readHeader();
+    bool isComplete() const { return reader_->fieldCount() == fieldCount_; }
+    std::string_view text(FixField field) const;
+    FixTexts texts() const;
+
+    char delimiter_;
+    std::optional<CsvReader> reader_; ///< none before the header
+    std::size_t fieldCount_ = 0;
+};
+
+} // namespace program
+
+#endif

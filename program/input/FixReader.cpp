@@ -1,0 +1,158 @@
+#include "program/input/FixReader.h"
+
+#include "program/input/number.h"
+
+#include <limits>
+#include <simdjson.h>
+
+namespace program {
+
+namespace {
+
+/// The dilution of precision says how the satellites' places stretch the error of one range, not
+/// how large that is. 5 m is what a common receiver has under an open sky; a stricter reading would
+/// trust a position more than it deserves.
+constexpr double kMetresPerHdop = 5.0;
+
+std::string_view at(const FixTexts& texts, FixField field) {
+    return texts[indexOf(field)];
+}
+
+std::string quoted(std::string_view text) {
+    constexpr std::size_t kMost = 40;
+    std::string result(1, '"');
+    result += text.substr(0, kMost);
+    result += text.size() > kMost ? "...\"" : "\"";
+    return result;
+}
+
+std::string counted(std::uint64_t count, const char* one, const char* many) {
+    return std::to_string(count) + (count == 1 ? one : many);
+}
+
+} // namespace
+
+FixReader::FixReader(const InputOptions& options) : columns_(options), time_(options.timeUnit) {}
+
+void FixReader::find(const std::vector<std::string>& names, const std::string& where,
+                     bool hasPlace) {
+    columns_.find(names, where, hasPlace);
+    time_.heed(columns_.name(FixField::time));
+}
+
+std::string FixReader::read(const FixTexts& texts, Fix& fix) {
+    // The time comes first even where more is wrong: what counts as the first number of the input,
+    // which tells the unit, must not depend on the rest of its row.
+    const std::string timeFault = checkTime(at(texts, FixField::time), fix.time);
+    fix.entity = at(texts, FixField::entity);
+    if (fix.entity.empty()) {
+        return says(FixField::entity, "is missing");
+    }
+    std::string fault = checkNames(texts);
+    if (fault.empty()) {
+        fault = readPlace(texts, fix);
+    }
+    if (fault.empty()) {
+        fault = timeFault;
+    }
+    if (fault.empty()) {
+        fault = readAccuracy(at(texts, FixField::accuracy), fix.accuracyM);
+    }
+    fix.primaryKey = at(texts, FixField::primaryKey);
+    fix.secondaryKey = at(texts, FixField::secondaryKey);
+    if (fault.empty()) {
+        asUtc_ += time_.assumption() == TimeReader::Assumption::utc ? 1U : 0U;
+        asSeconds_ += time_.assumption() == TimeReader::Assumption::seconds ? 1U : 0U;
+    }
+    return fault;
+}
+
+std::optional<std::int64_t> FixReader::readTime(std::string_view text) {
+    std::int64_t time = 0;
+    if (text.empty() || time_.read(text, time) != nullptr) {
+        return std::nullopt;
+    }
+    return time;
+}
+
+void FixReader::restart() {
+    asUtc_ = 0;
+    asSeconds_ = 0;
+}
+
+std::vector<std::string> FixReader::remarks() const {
+    std::vector<std::string> sentences;
+    if (asUtc_ > 0) {
+        sentences.push_back(counted(asUtc_, " time has no offset and was read as UTC",
+                                    " times have no offset and were read as UTC"));
+    }
+    if (asSeconds_ > 0) {
+        sentences.push_back(counted(asSeconds_, " time is a plain number and was read as seconds",
+                                    " times are plain numbers and were read as seconds"));
+    }
+    return sentences;
+}
+
+/// Names go into every kind of output, and not all of them can hold everything.
+std::string FixReader::checkNames(const FixTexts& texts) const {
+    for (const FixField field : {FixField::entity, FixField::primaryKey, FixField::secondaryKey}) {
+        const std::string_view name = at(texts, field);
+        if (name.find('\0') != std::string_view::npos) {
+            return says(field, "holds a NUL, which no name has");
+        }
+        if (!simdjson::validate_utf8(name)) {
+            return says(field, "is not UTF-8; iconv converts texts");
+        }
+    }
+    return {};
+}
+
+std::string FixReader::checkTime(std::string_view text, std::int64_t& time) {
+    if (text.empty()) {
+        return says(FixField::time, "is missing");
+    }
+    const char* fault = time_.read(text, time);
+    return fault == nullptr ? "" : says(FixField::time, fault) + ": " + quoted(text);
+}
+
+std::string FixReader::readPlace(const FixTexts& texts, Fix& fix) const {
+    std::string fault =
+        readReal(FixField::latitude, at(texts, FixField::latitude), -90.0, 90.0, fix.latitude);
+    if (fault.empty()) {
+        fault = readReal(FixField::longitude, at(texts, FixField::longitude), -180.0, 180.0,
+                         fix.longitude);
+    }
+    return fault;
+}
+
+std::string FixReader::readAccuracy(std::string_view text, std::optional<double>& accuracy) const {
+    accuracy.reset();
+    if (text.empty()) {
+        return {};
+    }
+    const double unit =
+        isSameName(columns_.name(FixField::accuracy), "hdop") ? kMetresPerHdop : 1.0;
+    double value = 0.0;
+    std::string fault =
+        readReal(FixField::accuracy, text, 0.0, std::numeric_limits<double>::max() / unit, value);
+    accuracy = value * unit;
+    return fault;
+}
+
+std::string FixReader::readReal(FixField field, std::string_view text, double low, double high,
+                                double& value) const {
+    if (text.empty()) {
+        return says(field, "is missing");
+    }
+    if (!readNumber(text, value)) {
+        return says(field, "is not a number: ") + quoted(text);
+    }
+    // Written so that a NaN fails.
+    return value >= low && value <= high ? "" : says(field, "is out of range: ") + quoted(text);
+}
+
+std::string FixReader::says(FixField field, std::string_view what) const {
+    return columns_.name(field) + ' ' + std::string(what);
+}
+
+} // namespace program

@@ -1,0 +1,103 @@
+#include "engine/columns/Fault.h"
+#include "program/Failure.h"
+#include "program/Interrupt.h"
+#include "program/cli/CommandLine.h"
+#include "program/tell.h"
+
+#include "qorvel/facade/StbThreadException.h"
+#include "qorvel/geodesy/STException.h"
+
+#include <cerrno>
+#include <exception>
+#include <fcntl.h>
+#include <functional>
+#include <new>
+#include <unistd.h>
+#include <variant>
+
+namespace {
+
+using program::Command;
+using program::CommandLine;
+
+/// The number of a standard stream that is closed would go to the next file that is opened, and
+/// what is told into the results. To use such a stream still fails.
+void occupyStandardStreams() {
+    for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(file, F_GETFD) < 0 && errno == EBADF) {
+            open("/dev/null", file == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+/// What is said of an input that an interrupt cut off counts for nothing.
+program::ExitCode unlessInterrupted(const std::function<program::ExitCode()>& command) {
+    program::ExitCode code = program::ExitCode::interrupted;
+    try {
+        code = command();
+    } catch (const program::Failure&) {
+        if (!program::interrupted()) {
+            throw;
+        }
+    }
+    return program::interrupted() ? program::ExitCode::interrupted : code;
+}
+
+program::ExitCode run(int argc, const char* const* argv) {
+    occupyStandardStreams();
+    program::installSignalHandlers();
+    const auto read = program::readCommandLine(argc, argv);
+    if (const auto* code = std::get_if<program::ExitCode>(&read)) {
+        return *code;
+    }
+    const auto& line = std::get<CommandLine>(read);
+    switch (line.command) {
+    case Command::synth:
+        return program::runSynth(line.synth);
+    case Command::geohash:
+        return program::runGeohash(line.geohash);
+    case Command::check:
+        return unlessInterrupted([&line] { return program::runCheck(line.check); });
+    case Command::explain:
+        return unlessInterrupted([&line] { return program::runExplain(line.explain); });
+    default:
+        return program::runAnalysis(line.run);
+    }
+}
+
+program::ExitCode complain(const char* what, program::ExitCode code = program::ExitCode::broken) {
+    if (code != program::ExitCode::readerGone) {
+        program::tell(what);
+    }
+    return code;
+}
+
+program::ExitCode guardedRun(int argc, const char* const* argv) {
+    try {
+        return run(argc, argv);
+    } catch (const program::Failure& failure) {
+        return complain(failure.what(), failure.code());
+    } catch (const qorvel_engine::Fault& fault) {
+        return complain(fault.what(), fault.code() == qorvel_engine::FaultCode::badConfiguration
+                                          ? program::ExitCode::usage
+                                          : program::ExitCode::broken);
+    } catch (const StbThreadException&) { // not a std::exception
+        return complain("the library's lock failed");
+    } catch (const std::bad_alloc&) {
+        return complain(
+            "there is not enough memory; a shorter --late makes do with less, and so do "
+            "fewer --threads");
+    } catch (const std::exception& error) {
+        return complain(error.what());
+    } catch (...) {
+        return complain("the library failed");
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const program::ExitCode code = guardedRun(argc, argv);
+    return code == program::ExitCode::interrupted ? program::interruptedExitCode()
+                                                  : static_cast<int>(code);
+}

@@ -1,0 +1,258 @@
+#include "program/output/OgrWriter.h"
+
+#include "program/GdalErrors.h"
+#include "program/output/cellShape.h"
+#include "program/output/jsonText.h"
+#include "program/output/valueText.h"
+#include "program/output/writeFailure.h"
+
+#include <algorithm>
+#include <ogrsf_frmts.h>
+#include <unistd.h>
+
+namespace program {
+
+namespace {
+
+/// Commits cost, and what is not committed is lost when the disk fills up.
+constexpr std::int64_t kRowsPerTransaction = 10000;
+
+OGRFieldType typeOf(ResultKind kind) {
+    switch (kind) {
+    case ResultKind::entity:
+    case ResultKind::text:
+        return OFTString;
+    case ResultKind::whole:
+        return OFTInteger64;
+    case ResultKind::degrees:
+    case ResultKind::metres:
+        return OFTReal;
+    case ResultKind::time:
+    case ResultKind::boxEnd:
+        return OFTDateTime;
+    }
+    return OFTString;
+}
+
+OGRwkbGeometryType shapeType(const ResultSchema& schema) {
+    return schema.hasSeveralCells ? wkbMultiPolygon : wkbPolygon;
+}
+
+/// Longitude first, as everywhere here.
+OGRSpatialReference wgs84() {
+    OGRSpatialReference reference;
+    reference.SetWellKnownGeogCS("WGS84");
+    reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    return reference;
+}
+
+std::unique_ptr<OGRGeometry> shapeOf(const ResultTable& table, std::size_t row) {
+    const SpaceBox* const cells = table.cells(row);
+    const std::size_t count = table.cellCount(row);
+    if (count == 0) {
+        return nullptr;
+    }
+    if (table.schema().hasSeveralCells) {
+        return cellUnion({cells, cells + count});
+    }
+    return cellPolygon(*cells);
+}
+
+/// A text field ends at a NUL.
+std::string fieldText(std::string_view text) {
+    std::string field = asUtf8(text);
+    for (std::size_t at = field.find('\0'); at != std::string::npos; at = field.find('\0', at)) {
+        field.replace(at, 1, "\xEF\xBF\xBD");
+    }
+    return field;
+}
+
+/// SQLite names a full disk; others tell only that they could not write.
+std::string reasonOf(const GdalErrors& errors) {
+    const std::string reason = errors.first().empty() ? "its end is missing" : errors.first();
+    return reason.ends_with("is full") ? reason : reason + "; is the disk full?";
+}
+
+} // namespace
+
+OgrFormat geoPackageFormat() {
+    return {"GPKG", RegisterOGRGeoPackage, 1};
+}
+
+OgrFormat flatGeobufFormat() {
+    return {"FlatGeobuf", RegisterOGRFlatGeobuf, 0};
+}
+
+OgrWriter::OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
+                     const ResultSchema& schema)
+    : name_(file), format_(format), schema_(schema), file_(file, extension) {
+    const GdalErrors errors;
+    create();
+    // Counting has the table made now: made in the first transaction, it would go when that fails.
+    if (layer_ == nullptr || !addFields() || layer_->GetFeatureCount() != 0 ||
+        layer_->StartTransaction() != OGRERR_NONE || !errors.first().empty()) {
+        close();
+        fail(errors);
+    }
+    feature_.reset(OGRFeature::CreateFeature(layer_->GetLayerDefn()));
+}
+
+OgrWriter::~OgrWriter() {
+    const GdalErrors quiet;
+    close();
+}
+
+/// GDAL takes no file that is there already, not even an empty one.
+void OgrWriter::create() {
+    format_.registerDriver();
+    // The file counts only when it is complete, and then PartialFile has it on the disk. (Without
+    // any journal, or one in memory, nothing could be read after a commit that failed.)
+    const CPLConfigOptionSetter synchronous("OGR_SQLITE_SYNCHRONOUS", "OFF", false);
+    const CPLConfigOptionSetter journal("OGR_SQLITE_JOURNAL", "DELETE", false);
+    unlink(file_.path().c_str());
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format_.driver);
+    if (driver == nullptr) {
+        return;
+    }
+    dataset_.reset(driver->Create(file_.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+    if (dataset_) {
+        OGRSpatialReference reference = wgs84();
+        layer_ =
+            dataset_->CreateLayer(schema_.name.c_str(), &reference, shapeType(schema_), nullptr);
+    }
+}
+
+bool OgrWriter::addFields() {
+    const auto add = [this](const ResultColumn& column) {
+        OGRFieldDefn field(column.name.c_str(), typeOf(column.kind));
+        return layer_->CreateField(&field) == OGRERR_NONE;
+    };
+    return std::all_of(schema_.columns.begin(), schema_.columns.end(), add);
+}
+
+void OgrWriter::write(const ResultBatch& results) {
+    for (std::size_t row = 0; row < results.table.size(); ++row) {
+        writeRow(results.table, row);
+    }
+}
+
+void OgrWriter::writeRow(const ResultTable& table, std::size_t row) {
+    const GdalErrors errors;
+    if (!writeFeature(table, row)) {
+        fail(errors);
+    }
+    ++rows_;
+    if (rows_ - committed_ >= kRowsPerTransaction &&
+        (!commit() || layer_->StartTransaction() != OGRERR_NONE)) {
+        fail(errors);
+    }
+}
+
+bool OgrWriter::writeFeature(const ResultTable& table, std::size_t row) {
+    feature_->SetFID(OGRNullFID);
+    for (std::size_t column = 0; column < schema_.columns.size(); ++column) {
+        setField(table, row, column);
+    }
+    feature_->SetGeometryDirectly(shapeOf(table, row).release());
+    return layer_->CreateFeature(feature_.get()) == OGRERR_NONE;
+}
+
+void OgrWriter::setField(const ResultTable& table, std::size_t row, std::size_t column) {
+    const int index = static_cast<int>(column);
+    const ResultKind kind = schema_.columns[column].kind;
+    if (isMissing(table, row, column)) {
+        feature_->SetFieldNull(index);
+    } else if (isText(kind)) {
+        feature_->SetField(index, fieldText(textOf(table, row, column)).c_str());
+    } else if (isTime(kind)) {
+        setTime(index, table.whole(row, column));
+    } else if (kind == ResultKind::whole) {
+        feature_->SetField(index, static_cast<GIntBig>(table.whole(row, column)));
+    } else {
+        feature_->SetField(index, table.real(row, column));
+    }
+}
+
+/// GDAL reads what appendTime prints, but for years with a sign.
+void OgrWriter::setTime(int index, std::int64_t time) {
+    std::string text;
+    appendTime(text, time);
+    if (text.front() == '+' || text.front() == '-') {
+        feature_->SetFieldNull(index);
+    } else {
+        feature_->SetField(index, text.c_str());
+    }
+}
+
+/// FlatGeobuf has nothing to commit: it is written when closed.
+void OgrWriter::finish() {
+    const GdalErrors errors;
+    if (!commit()) {
+        fail(errors);
+    }
+    close();
+    if (!errors.first().empty() || !isReadable()) {
+        fail(errors);
+    }
+    file_.complete();
+}
+
+std::string OgrWriter::abandon() noexcept {
+    const GdalErrors quiet;
+    try {
+        commit();
+        close();
+        correctCount();
+        const bool isWorthIt = committed_ > 0 || rows_ == 0;
+        return isWorthIt && isReadable() ? file_.keep() : std::string();
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+bool OgrWriter::commit() {
+    const bool isDone = layer_ != nullptr && layer_->CommitTransaction() == OGRERR_NONE;
+    committed_ = isDone ? rows_ : committed_;
+    return isDone;
+}
+
+/// The feature goes first: it leans on the layer's fields.
+void OgrWriter::close() {
+    feature_.reset();
+    layer_ = nullptr;
+    dataset_.reset();
+}
+
+/// After a commit that failed, GDAL notes down the rows that it was given, not those that are
+/// there.
+void OgrWriter::correctCount() const {
+    if (committed_ == rows_) {
+        return;
+    }
+    const GDALDatasetUniquePtr dataset(
+        GDALDataset::Open(file_.path().c_str(), GDAL_OF_VECTOR | GDAL_OF_UPDATE));
+    if (dataset) {
+        const std::string count = std::to_string(committed_);
+        dataset->ReleaseResultSet(dataset->ExecuteSQL(
+            ("UPDATE gpkg_ogr_contents SET feature_count = " + count).c_str(), nullptr, nullptr));
+    }
+}
+
+/// A disk that fills up with the very last piece goes unnoticed when the file is closed: is the
+/// last feature there?
+bool OgrWriter::isReadable() const {
+    const GDALDatasetUniquePtr dataset(
+        GDALDataset::Open(file_.path().c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
+    OGRLayer* layer = dataset ? dataset->GetLayer(0) : nullptr;
+    if (layer == nullptr || layer->GetFeatureCount() != committed_) {
+        return false;
+    }
+    return committed_ == 0 ||
+           OGRFeatureUniquePtr(layer->GetFeature(format_.firstId + committed_ - 1)) != nullptr;
+}
+
+void OgrWriter::fail(const GdalErrors& errors) const {
+    throw writeFailure(name_, reasonOf(errors));
+}
+
+} // namespace program

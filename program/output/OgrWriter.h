@@ -1,0 +1,76 @@
+#ifndef QORVEL_PROGRAM_OUTPUT_OGRWRITER_H
+#define QORVEL_PROGRAM_OUTPUT_OGRWRITER_H
+
+#include "program/output/PartialFile.h"
+#include "program/output/ResultWriter.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+class GDALDataset;
+class OGRFeature;
+class OGRLayer;
+
+namespace program {
+
+class GdalErrors;
+
+/// One of GDAL's vector drivers.
+struct OgrFormat {
+    const char* driver; ///< GDAL's name
+    void (*registerDriver)();
+    std::int64_t firstId; ///< of a feature
+};
+
+OgrFormat geoPackageFormat();
+OgrFormat flatGeobufFormat();
+
+/// A file of a GIS: one layer, in WGS 84, with a typed field for each column.
+///
+/// A time outside the years 0 to 9999, and with it the far end of a box, is null: such files have
+/// no way to say it; a missing value is null, too. Text is made UTF-8, see asUtf8, and a NUL in it
+/// becomes U+FFFD.
+///
+/// A GeoPackage has the time of its making inside, and so is never the same twice, unless GDAL's
+/// variable OGR_CURRENT_DATE sets that time.
+class OgrWriter : public ResultWriter {
+public:
+    OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
+              const ResultSchema& schema);
+    ~OgrWriter() override;
+
+    std::shared_ptr<const Renderer> renderer() const override { return nullptr; }
+    void write(const ResultBatch& results) override;
+    void flush() override {}
+    void finish() override;
+    std::string abandon() noexcept override;
+
+private:
+    void create();
+    bool addFields();
+    bool commit();
+    void close();
+    void correctCount() const;
+    bool isReadable() const;
+    void writeRow(const ResultTable& table, std::size_t row);
+    bool writeFeature(const ResultTable& table, std::size_t row);
+    void setField(const ResultTable& table, std::size_t row, std::size_t column);
+    void setTime(int index, std::int64_t time);
+    [[noreturn]] void fail(const GdalErrors& errors) const;
+
+    std::string name_;
+    OgrFormat format_;
+    const ResultSchema& schema_;
+    PartialFile file_;
+    std::unique_ptr<GDALDataset> dataset_;
+    OGRLayer* layer_ = nullptr;
+    std::unique_ptr<OGRFeature> feature_; ///< used again for every row
+    std::int64_t rows_ = 0;
+    std::int64_t committed_ = 0;
+};
+
+} // namespace program
+
+#endif

@@ -1,0 +1,160 @@
+#include "program/output/TextFile.h"
+
+#include "program/output/writeFailure.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace program {
+
+namespace {
+
+constexpr std::size_t kPiece = std::size_t{1} << 18;
+
+bool isDescriptor(const std::string& name) {
+    return name == "/dev/stderr" || name.starts_with("/dev/fd/") ||
+           name.starts_with("/proc/self/fd/");
+}
+
+/// A descriptor's name may stand for a file that has been written to, which is continued.
+int openDirectly(const std::string& name) {
+    return isStandardOutput(name) ? STDOUT_FILENO
+                                  : open(name.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+}
+
+} // namespace
+
+bool isStandardOutput(const std::string& name) {
+    return name == "-" || name == "/dev/stdout";
+}
+
+bool isWrittenDirectly(const std::string& name) {
+    struct stat status {};
+    return isStandardOutput(name) || isDescriptor(name) ||
+           (stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode) &&
+            !S_ISDIR(status.st_mode));
+}
+
+TextFile::TextFile(const std::string& name, const std::string& extension)
+    : name_(isStandardOutput(name) ? "standard output" : name) {
+    if (isWrittenDirectly(name)) {
+        file_ = openDirectly(name);
+    } else {
+        partial_.emplace(name, extension);
+        file_ = open(partial_->path().c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC);
+    }
+    if (file_ < 0) {
+        throw writeFailure(name_, errno);
+    }
+    buffer_.reserve(kPiece + kPiece / 4);
+}
+
+TextFile::~TextFile() {
+    if (file_ >= 0 && file_ != STDOUT_FILENO) {
+        close(file_);
+    }
+}
+
+void TextFile::write(std::string_view rows) {
+    buffer_ += rows;
+    if (buffer_.size() >= kPiece) {
+        drain();
+    }
+}
+
+void TextFile::flush() {
+    if (!partial_) {
+        drain();
+    }
+}
+
+void TextFile::finish() {
+    if (failure_ != 0) {
+        throw failure();
+    }
+    drain();
+    closeFile();
+    if (partial_) {
+        partial_->complete();
+    }
+}
+
+std::string TextFile::abandon(std::string_view end) noexcept {
+    const bool isWhole = failure_ == 0 && tryDrain();
+    buffer_ = end;
+    if (!partial_) {
+        isWhole&& tryDrain();
+        return {};
+    }
+    if (!tryDrain() && cutTo(lastDrained_)) { // which makes room for the end
+        buffer_ = end;
+        tryDrain();
+    }
+    return drained_ > static_cast<std::int64_t>(end.size()) ? partial_->keep() : std::string();
+}
+
+bool TextFile::tryDrain() noexcept {
+    try {
+        drain();
+        return true;
+    } catch (const Failure&) {
+        return false;
+    }
+}
+
+void TextFile::drain() {
+    std::string_view rest = buffer_;
+    while (!rest.empty()) {
+        const ssize_t written = ::write(file_, rest.data(), rest.size());
+        if (written >= 0) {
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno != EINTR) {
+            fail(errno);
+        }
+    }
+    lastDrained_ = drained_;
+    drained_ += static_cast<std::int64_t>(buffer_.size());
+    buffer_.clear();
+}
+
+/// Takes back the piece that was written in part, so that the file ends with a whole row and
+/// abandon can put its end behind it.
+void TextFile::fail(int reason) {
+    failure_ = reason;
+    buffer_.clear();
+    if (partial_) {
+        cutTo(drained_);
+    }
+    throw failure();
+}
+
+bool TextFile::cutTo(std::int64_t size) noexcept {
+    drained_ = size;
+    return ftruncate(file_, size) == 0 && lseek(file_, size, SEEK_SET) == size;
+}
+
+Failure TextFile::failure() const {
+    const Failure failure = writeFailure(name_, failure_);
+    return failure_ == EPIPE && file_ == STDOUT_FILENO
+               ? Failure(ExitCode::readerGone, failure.what())
+               : failure;
+}
+
+/// Some file systems tell only now that the disk is full.
+void TextFile::closeFile() {
+    const int file = file_;
+    file_ = -1;
+    if (file >= 0 && file != STDOUT_FILENO && close(file) != 0 && errno != EINTR) {
+        throw writeFailure(name_, errno);
+    }
+}
+
+void print(std::string_view text) {
+    TextFile output("-", "");
+    output.write(text);
+    output.finish();
+}
+
+} // namespace program

@@ -1,0 +1,105 @@
+#include "program/Failure.h"
+#include "program/output/CsvFormat.h"
+#include "program/output/GeoJsonFormat.h"
+#include "program/output/NdjsonFormat.h"
+#include "program/output/OgrWriter.h"
+#include "program/output/ResultWriter.h"
+#include "program/output/TextFile.h"
+#include "program/output/TextWriter.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <utility>
+
+namespace program {
+
+namespace {
+
+struct Extension {
+    const char* text;
+    OutputFormat format;
+};
+
+/// The first of a format is that of its temporary files.
+constexpr std::array kExtensions = {
+    Extension{".csv", OutputFormat::csv},        Extension{".ndjson", OutputFormat::ndjson},
+    Extension{".jsonl", OutputFormat::ndjson},   Extension{".geojson", OutputFormat::geojson},
+    Extension{".json", OutputFormat::geojson},   Extension{".gpkg", OutputFormat::geopackage},
+    Extension{".fgb", OutputFormat::flatgeobuf},
+};
+
+std::string lowerExtension(const std::string& file) {
+    std::string extension = std::filesystem::path(file).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+Failure unknownFormat(const std::string& file) {
+    std::string known;
+    for (const Extension& extension : kExtensions) {
+        known += known.empty() ? "" : " ";
+        known += extension.text;
+    }
+    return {ExitCode::usage,
+            "the name of " + file + " does not tell its format; known endings: " + known};
+}
+
+OutputFormat formatByName(const std::string& file) {
+    const std::string wanted = lowerExtension(file);
+    const auto* found = std::find_if(kExtensions.begin(), kExtensions.end(),
+                                     [&](const Extension& known) { return wanted == known.text; });
+    if (found != kExtensions.end()) {
+        return found->format;
+    }
+    if (isWrittenDirectly(file)) {
+        return OutputFormat::csv;
+    }
+    throw unknownFormat(file);
+}
+
+std::string extensionOf(OutputFormat format) {
+    return std::find_if(kExtensions.begin(), kExtensions.end(),
+                        [&](const Extension& known) { return known.format == format; })
+        ->text;
+}
+
+std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::string& extension,
+                                            const OgrFormat& format, const ResultSchema& schema) {
+    if (isWrittenDirectly(file)) {
+        throw Failure(ExitCode::usage, "a " + extension + " file must be a real file, which " +
+                                           (file == "-" ? "standard output" : file) + " is not");
+    }
+    return std::make_unique<OgrWriter>(file, extension, format, schema);
+}
+
+} // namespace
+
+std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
+                                               const ResultSchema& schema) {
+    const std::string& file = options.file;
+    const OutputFormat format =
+        options.format == OutputFormat::byName ? formatByName(file) : options.format;
+    const std::string extension = extensionOf(format);
+    const auto text = [&](std::shared_ptr<const TextFormat> textFormat) {
+        return std::make_unique<TextWriter>(file, extension, std::move(textFormat));
+    };
+    switch (format) {
+    case OutputFormat::byName:
+    case OutputFormat::csv:
+        return text(std::make_shared<CsvFormat>(schema, options.isCsvSafe));
+    case OutputFormat::ndjson:
+        return text(std::make_shared<NdjsonFormat>(schema));
+    case OutputFormat::geojson:
+        return text(std::make_shared<GeoJsonFormat>(schema));
+    case OutputFormat::geopackage:
+        return openOgrWriter(file, extension, geoPackageFormat(), schema);
+    case OutputFormat::flatgeobuf:
+        return openOgrWriter(file, extension, flatGeobufFormat(), schema);
+    }
+    return nullptr;
+}
+
+} // namespace program
