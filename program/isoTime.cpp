@@ -2,8 +2,6 @@
 
 #include "engine/columns/ResultSchema.h"
 
-#include <iterator>
-
 namespace program {
 
 namespace {
@@ -31,16 +29,13 @@ Date toDate(std::int64_t daysSince1970) {
             dayOfYear - (153 * marchMonth + 2) / 5 + 1};
 }
 
-/// With leading zeros up to the width; the value is not negative.
-void appendPadded(std::string& out, std::int64_t value, std::ptrdiff_t width) {
-    char digits[20]; // as many as 64 bits may have
-    char* const end = std::end(digits);
-    char* begin = end;
-    do {
-        *--begin = static_cast<char>('0' + value % 10);
-        value /= 10;
-    } while (value > 0 || begin > end - width);
-    out.append(begin, end);
+/// Puts so many digits there, with leading zeros; the value is not negative and has no more.
+template <int kDigits>
+void put(char* at, std::int64_t value) {
+    auto rest = static_cast<std::uint32_t>(value);
+    for (int i = kDigits; i-- > 0; rest /= 10) {
+        at[i] = static_cast<char>('0' + rest % 10);
+    }
 }
 
 /// The way back (days_from_civil), by the same source.
@@ -167,10 +162,15 @@ const char* faultOf(const Date& date, const TimeOfDay& time) {
 }
 
 void appendYear(std::string& out, std::int64_t year) {
-    if (year < 0 || year > 9999) {
-        out += year < 0 ? '-' : '+';
+    if (0 <= year && year <= 9999) {
+        char digits[4];
+        put<4>(digits, year);
+        out.append(digits, sizeof digits);
+        return;
     }
-    appendPadded(out, year < 0 ? -year : year, 4);
+    const std::string digits = std::to_string(year < 0 ? -year : year);
+    out += year < 0 ? '-' : '+';
+    out.append(digits.size() < 4 ? 4 - digits.size() : 0, '0') += digits;
 }
 
 } // namespace
@@ -180,21 +180,20 @@ void appendTime(std::string& out, std::int64_t time) {
     const std::int64_t msOfDay = rest < 0 ? rest + kMsPerDay : rest;
     const Date date = toDate(time / kMsPerDay - (rest < 0 ? 1 : 0));
     appendYear(out, date.year);
-    out += '-';
-    appendPadded(out, date.month, 2);
-    out += '-';
-    appendPadded(out, date.day, 2);
-    out += 'T';
-    appendPadded(out, msOfDay / 3600000, 2);
-    out += ':';
-    appendPadded(out, msOfDay / 60000 % 60, 2);
-    out += ':';
-    appendPadded(out, msOfDay / 1000 % 60, 2);
-    if (msOfDay % 1000 != 0) {
-        out += '.';
-        appendPadded(out, msOfDay % 1000, 3);
+    char text[] = "-00-00T00:00:00.000Z";
+    put<2>(text + 1, date.month);
+    put<2>(text + 4, date.day);
+    put<2>(text + 7, msOfDay / 3600000);
+    put<2>(text + 10, msOfDay / 60000 % 60);
+    put<2>(text + 13, msOfDay / 1000 % 60);
+    const std::int64_t ms = msOfDay % 1000;
+    if (ms != 0) {
+        put<3>(text + 16, ms);
+        out.append(text, 20);
+    } else {
+        text[15] = 'Z';
+        out.append(text, 16);
     }
-    out += 'Z';
 }
 
 void appendBoxEnd(std::string& out, std::int64_t time) {
