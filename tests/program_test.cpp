@@ -1,4 +1,4 @@
-// The host program as its users see it: standard output, standard error and exit code.
+// The program as its users see it: standard output, standard error and exit code.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
