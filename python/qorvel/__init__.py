@@ -1,0 +1,34 @@
+"""Where moving things stay, and who was where with whom: answers on tables.
+
+Tables of observations come in, from pyarrow, polars, pandas, DuckDB or numpy; tables of results
+go out to any of them::
+
+    import qorvel
+
+    stays = qorvel.stays(table)
+    stays.to_polars()
+"""
+
+from importlib.metadata import version as _version
+
+from qorvel import geohash
+from qorvel._analyses import Run, Session, boxes, hangouts, meet, presence, stays
+from qorvel._errors import Code, Error
+from qorvel._table import Table
+from qorvel._tables import guess
+
+__version__ = _version("qorvel")
+__all__ = [
+    "Code",
+    "Error",
+    "Run",
+    "Session",
+    "Table",
+    "boxes",
+    "geohash",
+    "guess",
+    "hangouts",
+    "meet",
+    "presence",
+    "stays",
+]

@@ -1,0 +1,1 @@
+../../../examples/tagSentences.cpp

@@ -1,0 +1,257 @@
+#include "src/PySession.h"
+
+#include "engine/run/Reject.h"
+#include "src/faults.h"
+#include "src/settings.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <exception>
+#include <functional>
+#include <limits>
+#include <mutex>
+#include <nanobind/stl/string.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace nb = nanobind;
+
+namespace qorvel_python {
+
+namespace {
+
+using namespace qorvel_engine; // NOLINT(google-build-using-namespace): whose session this is
+
+/// Few enough that a wish to end is heard in time, also where a dictionary of entities has to be
+/// looked through for each slice.
+constexpr std::int64_t kSliceRows = 16384;
+constexpr std::int64_t kRowsPerEntry = 4;
+
+constexpr std::chrono::milliseconds kBetweenLooks{40};
+
+std::int64_t sliceRows(const InputBatch& batch) {
+    return std::max(kSliceRows, batch.longestDictionary() / kRowsPerEntry);
+}
+
+/// The least time of rows that can be used.
+std::int64_t oldestOf(const Observations& observations) {
+    std::int64_t oldest = std::numeric_limits<std::int64_t>::max();
+    for (std::int64_t row = 0; row < observations.size(); ++row) {
+        if (observations.check(row) == RowReason::none) {
+            oldest = std::min(oldest, observations.timeMs(row));
+        }
+    }
+    return oldest;
+}
+
+/// Calls with each slice of a batch, with the first even of a batch without rows, whose columns are
+/// checked nevertheless.
+template <class Work>
+void eachSlice(const ObservationSchema& schema, const InputBatch& batch, const Work& work) {
+    const std::int64_t rows = sliceRows(batch);
+    std::int64_t from = 0;
+    do {
+        const std::int64_t size = std::min(rows, batch.size() - from);
+        const ArrowArray slice = batch.slice(from, size);
+        work(schema.bind(slice));
+        from += rows;
+    } while (from < batch.size());
+}
+
+} // namespace
+
+/// The right to use the session, of one thread at a time, without Python's lock.
+class PySession::Turn {
+public:
+    Turn(PySession& session, const nb::object& tell) : session_(session) {
+        if (session.process_ != getpid()) {
+            refuseCall("A session cannot be used in a process forked off after it was made.");
+        }
+        if (session.isBusy_.exchange(true)) {
+            refuseCall("Another thread is using this session.");
+        }
+        session.tell_ = tell;
+        session.nextLook_ = std::chrono::steady_clock::now() + kBetweenLooks;
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() {
+        session_.tell_ = nb::object();
+        session_.isBusy_ = false;
+    }
+
+private:
+    PySession& session_;
+};
+
+PySession::PySession(const std::string& question, const nb::dict& settings) : process_(getpid()) {
+    const Settings read = readSettings(question, settings);
+    forgets_ = !read.session.late && read.analysis.question != Question::boxes;
+    const nb::gil_scoped_release unlocked;
+    session_ = std::make_unique<Session>(read.analysis, read.config, read.session);
+}
+
+PySession::~PySession() {
+    if (process_ != getpid()) {
+        (void)session_.release();
+        return;
+    }
+    const nb::gil_scoped_release unlocked;
+    session_.reset();
+}
+
+void PySession::push(Source& source, bool isWhole, const nb::object& tell) {
+    const Turn turn(*this, tell);
+    const nb::gil_scoped_release unlocked;
+    if (isWhole && forgets_) {
+        pushWhole(source);
+        return;
+    }
+    std::size_t slice = 0;
+    while (const Batch batch = source.next()) {
+        known_ += static_cast<std::uint64_t>(std::max<std::int64_t>(0, batch->size()));
+        pushBatch(source.observations(), batch, nullptr, slice);
+    }
+}
+
+void PySession::pushWhole(Source& source) {
+    std::vector<Batch> batches;
+    std::vector<std::int64_t> oldest;
+    while (Batch batch = source.next()) {
+        eachSlice(source.observations(), *batch, [&](const Observations& observations) {
+            oldest.push_back(oldestOf(observations));
+            attend();
+        });
+        known_ += static_cast<std::uint64_t>(std::max<std::int64_t>(0, batch->size()));
+        batches.push_back(std::move(batch));
+    }
+    // From the oldest of a slice to the oldest of all behind it.
+    std::int64_t behind = std::numeric_limits<std::int64_t>::max();
+    for (auto slice = oldest.rbegin(); slice != oldest.rend(); ++slice) {
+        behind = std::min(behind, std::exchange(*slice, behind));
+    }
+    std::size_t slice = 0;
+    for (Batch& batch : batches) {
+        pushBatch(source.observations(), std::exchange(batch, nullptr), &oldest, slice);
+    }
+}
+
+void PySession::pushBatch(const ObservationSchema& schema, const Batch& batch,
+                          const std::vector<std::int64_t>* oldestToCome, std::size_t& next) {
+    eachSlice(schema, *batch, [&](const Observations& observations) {
+        const std::optional<std::int64_t> oldest =
+            oldestToCome == nullptr ? std::nullopt : std::optional((*oldestToCome)[next++]);
+        session_->push(observations, batch, oldest);
+        takeFinal();
+        attend();
+    });
+}
+
+void PySession::finish(const nb::object& tell) {
+    const Turn turn(*this, tell);
+    const nb::gil_scoped_release unlocked;
+    watch([this] {
+        session_->finish();
+        takeFinal();
+    });
+}
+
+void PySession::takeFinal() {
+    while (std::optional<ResultBatch> results = session_->take()) {
+        final_.push_back(std::move(*results));
+    }
+}
+
+std::unique_ptr<Results> PySession::takeResults() {
+    const Turn turn(*this, nb::none());
+    const std::shared_ptr<const EntityNames> names = session_->names();
+    auto results =
+        std::make_unique<Results>(std::make_shared<const ResultSchema>(session_->schema()),
+                                  names == nullptr ? EntityKind::text : names->kind());
+    for (ResultBatch& batch : std::exchange(final_, {})) {
+        results->add(std::move(batch.table));
+    }
+    return results;
+}
+
+std::unique_ptr<Results> PySession::takeRejects() {
+    const Turn turn(*this, nb::none());
+    auto results = std::make_unique<Results>(std::make_shared<const ResultSchema>(rejectSchema()),
+                                             EntityKind::text);
+    const std::vector<Reject> rejects = session_->takeRejects();
+    if (!rejects.empty()) {
+        results->add(makeRejectTable(rejects));
+    }
+    return results;
+}
+
+std::vector<std::string> PySession::remarks() {
+    const Turn turn(*this, nb::none());
+    return session_->remarks();
+}
+
+nb::dict PySession::figures() const {
+    const RunFigures figures = session_->figures();
+    nb::dict result;
+    result["pushed"] = figures.pushed;
+    result["processed"] = figures.processed;
+    result["rejected"] = figures.rejected;
+    result["late"] = figures.late;
+    result["out_of_order"] = figures.outOfOrder;
+    result["results"] = figures.results;
+    return result;
+}
+
+/// Lets Python look whether it was interrupted, and tells how far the work is.
+void PySession::attend() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now < nextLook_) {
+        return;
+    }
+    nextLook_ = now + kBetweenLooks;
+    const nb::gil_scoped_acquire lock;
+    if (PyErr_CheckSignals() != 0) {
+        session_->cancel();
+        throw nb::python_error();
+    }
+    if (!tell_.is_none()) {
+        tell_(session_->figures().processed, known_);
+    }
+}
+
+/// Works in another thread, so that this one, which may be the one that hears of signals, can look.
+void PySession::watch(const std::function<void()>& work) {
+    std::exception_ptr fault;
+    bool isDone = false;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::thread worker([&] {
+        try {
+            work();
+        } catch (...) {
+            fault = std::current_exception();
+        }
+        const std::lock_guard lock(mutex);
+        isDone = true;
+        changed.notify_one();
+    });
+    try {
+        std::unique_lock lock(mutex);
+        while (!changed.wait_for(lock, kBetweenLooks, [&] { return isDone; })) {
+            lock.unlock();
+            attend();
+            lock.lock();
+        }
+    } catch (...) {
+        session_->cancel();
+        worker.join();
+        throw;
+    }
+    worker.join();
+    if (fault) {
+        std::rethrow_exception(fault);
+    }
+}
+
+} // namespace qorvel_python
