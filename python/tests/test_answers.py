@@ -1,0 +1,144 @@
+"""What comes out is what the program writes, whatever the rows come in."""
+
+import duckdb
+import pandas as pd
+import polars as pl
+import pyarrow as pa
+import pytest
+from conftest import COMMANDS, csv_text, data_files, read
+
+import qorvel
+
+OPTIONS = {"presence": {"final": True}}
+
+
+def answer(command, table, **options):
+    return getattr(qorvel, command)(table, **OPTIONS.get(command, {}), **options)
+
+
+def difference(command, table, wanted, **options):
+    """The first line that is not the program's; none if all are."""
+    got = csv_text(answer(command, table, **options))
+    if got == wanted:
+        return None
+    pairs = zip(got.splitlines(), wanted.splitlines(), strict=False)
+    return next((pair for pair in pairs if pair[0] != pair[1]), "another number of lines")
+
+
+def batched(table, size):
+    """A stream, which can be read once and has no length."""
+    return pa.RecordBatchReader.from_batches(table.schema, table.to_batches(max_chunksize=size))
+
+
+def as_numpy(table):
+    return {name: table[name].to_numpy(zero_copy_only=False) for name in table.column_names}
+
+
+def with_timestamps(table):
+    times = table["time_ms"].cast(pa.timestamp("ms")).cast(pa.timestamp("us", "Europe/Zurich"))
+    names = [name for name in table.column_names if name != "time_ms"]
+    return table.select(names).append_column("time", times)
+
+
+def with_dictionaries(table):
+    return table.set_column(0, "entity", table["entity"].dictionary_encode())
+
+
+FORMS = {
+    "pyarrow": lambda table: table,
+    "polars": lambda table: pl.DataFrame(table),
+    "polars, categories": lambda table: pl.DataFrame(table).cast({"entity": pl.Categorical}),
+    "pandas": lambda table: table.to_pandas(),
+    "duckdb": lambda table: duckdb.sql("FROM table"),
+    "numpy": as_numpy,
+    "timestamps": with_timestamps,
+    "dictionaries": with_dictionaries,
+    "a frame of categories": lambda t: t.to_pandas().astype({"entity": "category"}),
+    "batches of 1": lambda table: batched(table, 1),
+    "batches of 7": lambda table: batched(table, 7),
+    "batches of 1000": lambda table: batched(table, 1000),
+    "chunks of 1000": lambda table: pa.Table.from_batches(table.to_batches(max_chunksize=1000)),
+}
+
+
+@pytest.mark.parametrize("form", FORMS)
+def test_any_form_gives_what_the_program_writes(form, program, world):
+    table = read(world)
+    for command in COMMANDS:
+        wanted = program.answer(command, world)
+        for threads in (1, 2):
+            made = FORMS[form](table)
+            assert difference(command, made, wanted, threads=threads) is None, command
+
+
+@pytest.mark.parametrize("file", data_files(), ids=lambda file: file.name)
+def test_real_movement_gives_what_the_program_writes(file, program):
+    table = read(file)
+    for command in COMMANDS:
+        wanted = program.answer(command, file)
+        threads = 1 if command == "stays" else 2
+        assert difference(command, table, wanted, threads=threads) is None, command
+
+
+@pytest.mark.parametrize("size", [1, 7, 1000, 10**9])
+def test_a_session_gives_the_same_bit_by_bit(size, program, world):
+    table = read(world)
+    session = qorvel.Session("stays", threads=1)
+    parts = [session.push(batch) for batch in table.to_batches(max_chunksize=size)]
+    parts.append(session.finish())
+    # Each part is a table of its own, of the same schema.
+    whole = pa.concat_tables([pa.table(part) for part in parts if len(part)])
+    assert csv_text(whole) == program.answer("stays", world)
+    assert session.figures["processed"] == table.num_rows
+
+
+def test_a_configuration_counts_as_in_the_program(program, world, tmp_path):
+    text = """
+[[master]]
+name = "hours"
+cell_length = 7
+box = "1 hours"
+[[assignment]]
+master = "hours"
+primary_key = "phone"
+[[hangout]]
+master = "hours"
+primary_key = "phone"
+min_count = 3
+window = "10 minutes"
+"""
+    file = tmp_path / "config.toml"
+    file.write_text(text)
+    table = read(world)
+    keys = pa.array(["phone" if row % 3 else None for row in range(table.num_rows)])
+    table = table.append_column("key", keys)
+    tracks = tmp_path / "tracks.csv"
+    pa.csv.write_csv(table, tracks)
+    wanted = program.run("hangouts", "--quiet", "--config", str(file), str(tracks))
+    assert wanted.count("\n") > 10
+    for config in (file, str(file), text):
+        assert difference("hangouts", table, wanted, config=config) is None
+
+
+def test_results_can_be_read_again_and_by_all(world):
+    result = qorvel.stays(read(world))
+    first, second = pa.table(result), result.to_pyarrow()
+    assert first.equals(second)
+    assert first.num_rows == len(result) > 0
+    assert result.to_polars().equals(pl.DataFrame(first))
+    pd.testing.assert_frame_equal(result.to_pandas(), first.to_pandas())
+    assert duckdb.sql("SELECT count(*) FROM first").fetchone()[0] == len(result)
+    rows = [tuple(row.values()) for row in first.cast(times_as_numbers(first.schema)).to_pylist()]
+    assert [tuple(row.values()) for row in result.head(10**9)] == rows
+    assert f"{len(result)} rows" in result._repr_html_()
+    frame = result.to_geopandas()
+    assert str(frame.crs) == "OGC:CRS84"
+    middles = frame.geometry.centroid
+    assert abs(middles.x - frame["lon"]).max() < 1e-9
+    assert abs(middles.y - frame["lat"]).max() < 1e-9
+
+
+def times_as_numbers(schema):
+    return pa.schema(
+        [(f.name, pa.int64() if pa.types.is_timestamp(f.type) else f.type) for f in schema]
+    )
