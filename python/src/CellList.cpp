@@ -40,6 +40,23 @@ std::uint64_t spread(std::uint64_t word) {
     return (word | word << 1) & 0x5555555555555555U;
 }
 
+/// The upper half of the library's code of a fraction of at least kTiny: it cuts off toward the
+/// middle, as a conversion does.
+std::uint64_t upperCode(double fraction) {
+    constexpr std::uint64_t kMiddle = std::uint64_t{1} << 63;
+    return (kMiddle + static_cast<std::uint64_t>(static_cast<std::int64_t>(fraction * 0x1p63))) >>
+           32;
+}
+
+/// Below it the library's codes have oddities of their own.
+constexpr double kTiny = 0x1p-60;
+
+Cell libraryCellAt(double latitude, double longitude, std::uint32_t length) {
+    qorvel::SpaceBox box;
+    qorvel::UtilG2::pointToSpaceBox(latitude, longitude, kBitsPerCharacter * length, box);
+    return Cell{box.getFirst64Bits(), 64}.cutTo(kBitsPerCharacter * length);
+}
+
 Place placeOf(const Cell& cell) {
     const std::uint32_t depth = cell.depth;
     return {static_cast<std::uint32_t>(qorvel_detail::evenBits(cell.bits) >> (32 - rowBits(depth))),
@@ -134,12 +151,16 @@ void appendRow(const Circle& circle, const Cell& middle, std::vector<Cell>& foun
 } // namespace
 
 Cell cellAt(double latitude, double longitude, std::uint32_t length) {
-    qorvel::SpaceBox box;
-    if (std::isnan(latitude) || std::isnan(longitude) ||
-        !qorvel::UtilG2::pointToSpaceBox(latitude, longitude, kBitsPerCharacter * length, box)) {
+    const double north = latitude / 90.0;
+    const double east = longitude / 180.0;
+    if (!(-1.0 <= north && north < 1.0 && -1.0 <= east && east < 1.0)) {
         return {};
     }
-    return Cell{box.getFirst64Bits(), 64}.cutTo(kBitsPerCharacter * length);
+    if (std::fabs(north) < kTiny || std::fabs(east) < kTiny) {
+        return libraryCellAt(latitude, longitude, length);
+    }
+    return Cell{spread(upperCode(east)) << 1 | spread(upperCode(north)), 64}.cutTo(
+        kBitsPerCharacter * length);
 }
 
 Cell cellOf(std::string_view text) {

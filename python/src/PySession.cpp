@@ -11,6 +11,7 @@
 #include <limits>
 #include <mutex>
 #include <nanobind/stl/string.h>
+#include <numeric>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -23,10 +24,16 @@ namespace {
 
 using namespace qorvel_engine; // NOLINT(google-build-using-namespace): whose session this is
 
-/// Few enough that a wish to end is heard in time, also where a dictionary of entities has to be
-/// looked through for each slice.
+/// In such slices it is known how old the rows behind can be. Where a dictionary of entities has to
+/// be looked through for each, they are larger.
 constexpr std::int64_t kSliceRows = 16384;
 constexpr std::int64_t kRowsPerEntry = 4;
+
+/// How many rows are taken in between two looks: as many as go by fast enough.
+constexpr std::int64_t kFewestRows = 16;
+constexpr std::int64_t kFirstRows = 128;
+constexpr std::chrono::milliseconds kFast{20};
+constexpr std::chrono::milliseconds kSlow{60};
 
 constexpr std::chrono::milliseconds kBetweenLooks{40};
 
@@ -45,18 +52,22 @@ std::int64_t oldestOf(const Observations& observations) {
     return oldest;
 }
 
-/// Calls with each slice of a batch, with the first even of a batch without rows, whose columns are
-/// checked nevertheless.
+/// Calls with the bounds of each slice of a batch: with the first even of a batch without rows,
+/// whose columns are checked nevertheless.
 template <class Work>
-void eachSlice(const ObservationSchema& schema, const InputBatch& batch, const Work& work) {
+void eachSlice(const InputBatch& batch, const Work& work) {
     const std::int64_t rows = sliceRows(batch);
     std::int64_t from = 0;
     do {
-        const std::int64_t size = std::min(rows, batch.size() - from);
-        const ArrowArray slice = batch.slice(from, size);
-        work(schema.bind(slice));
+        work(from, std::min(from + rows, batch.size()));
         from += rows;
     } while (from < batch.size());
+}
+
+Observations bind(const ObservationSchema& schema, const InputBatch& batch, std::int64_t from,
+                  std::int64_t to) {
+    const ArrowArray slice = batch.slice(from, to - from);
+    return schema.bind(slice);
 }
 
 } // namespace
@@ -85,7 +96,8 @@ private:
     PySession& session_;
 };
 
-PySession::PySession(const std::string& question, const nb::dict& settings) : process_(getpid()) {
+PySession::PySession(const std::string& question, const nb::dict& settings)
+    : process_(getpid()), pace_(kFirstRows) {
     const Settings read = readSettings(question, settings);
     forgets_ = !read.session.late && read.analysis.question != Question::boxes;
     const nb::gil_scoped_release unlocked;
@@ -119,18 +131,17 @@ void PySession::pushWhole(Source& source) {
     std::vector<Batch> batches;
     std::vector<std::int64_t> oldest;
     while (Batch batch = source.next()) {
-        eachSlice(source.observations(), *batch, [&](const Observations& observations) {
-            oldest.push_back(oldestOf(observations));
+        eachSlice(*batch, [&](std::int64_t from, std::int64_t to) {
+            oldest.push_back(oldestOf(bind(source.observations(), *batch, from, to)));
             attend();
         });
         known_ += static_cast<std::uint64_t>(std::max<std::int64_t>(0, batch->size()));
         batches.push_back(std::move(batch));
     }
-    // From the oldest of a slice to the oldest of all behind it.
-    std::int64_t behind = std::numeric_limits<std::int64_t>::max();
-    for (auto slice = oldest.rbegin(); slice != oldest.rend(); ++slice) {
-        behind = std::min(behind, std::exchange(*slice, behind));
-    }
+    // From the oldest of a slice to the oldest of it and all behind it.
+    std::partial_sum(oldest.rbegin(), oldest.rend(), oldest.rbegin(),
+                     [](std::int64_t a, std::int64_t b) { return std::min(a, b); });
+    oldest.push_back(std::numeric_limits<std::int64_t>::max());
     std::size_t slice = 0;
     for (Batch& batch : batches) {
         pushBatch(source.observations(), std::exchange(batch, nullptr), &oldest, slice);
@@ -139,13 +150,34 @@ void PySession::pushWhole(Source& source) {
 
 void PySession::pushBatch(const ObservationSchema& schema, const Batch& batch,
                           const std::vector<std::int64_t>* oldestToCome, std::size_t& next) {
-    eachSlice(schema, *batch, [&](const Observations& observations) {
-        const std::optional<std::int64_t> oldest =
-            oldestToCome == nullptr ? std::nullopt : std::optional((*oldestToCome)[next++]);
-        session_->push(observations, batch, oldest);
-        takeFinal();
-        attend();
+    eachSlice(*batch, [&](std::int64_t begin, std::int64_t end) {
+        std::int64_t from = begin;
+        do {
+            const std::int64_t to = std::min(from + pace_, end);
+            const Observations observations = bind(schema, *batch, from, to);
+            std::optional<std::int64_t> oldest;
+            if (oldestToCome != nullptr) {
+                oldest = (*oldestToCome)[to < end ? next : next + 1];
+            }
+            pushAtPace(observations, batch, oldest);
+            from = to;
+        } while (from < end);
+        ++next;
     });
+}
+
+void PySession::pushAtPace(const Observations& observations, const Batch& batch,
+                           std::optional<std::int64_t> oldestToCome) {
+    const auto began = std::chrono::steady_clock::now();
+    session_->push(observations, batch, oldestToCome);
+    takeFinal();
+    const auto took = std::chrono::steady_clock::now() - began;
+    if (took > kSlow) {
+        pace_ = std::max(kFewestRows, pace_ / 4);
+    } else if (took < kFast && observations.size() == pace_) {
+        pace_ *= 2;
+    }
+    attend();
 }
 
 void PySession::finish(const nb::object& tell) {

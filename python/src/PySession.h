@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <nanobind/nanobind.h>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -58,6 +59,8 @@ private:
 
     void pushBatch(const qorvel_engine::ObservationSchema& schema, const Batch& batch,
                    const std::vector<std::int64_t>* oldestToCome, std::size_t& next);
+    void pushAtPace(const qorvel_engine::Observations& observations, const Batch& batch,
+                    std::optional<std::int64_t> oldestToCome);
     void pushWhole(Source& source);
     void takeFinal();
     void attend();
@@ -68,6 +71,7 @@ private:
     std::vector<qorvel_engine::ResultBatch> final_;
     std::atomic<bool> isBusy_ = false;
     pid_t process_;
+    std::int64_t pace_;       ///< rows between two looks
     std::uint64_t known_ = 0; ///< rows of which it is known that they come
     std::chrono::steady_clock::time_point nextLook_{};
     nanobind::object tell_;

@@ -58,6 +58,21 @@ struct Block {
     std::unique_ptr<Value[]> values;
 };
 
+Cell cellOfCharacters(const std::uint32_t* characters, std::size_t size) {
+    char text[kMostCharacters];
+    if (size > kMostCharacters) {
+        return {};
+    }
+    for (std::size_t i = 0; i < size; ++i) {
+        constexpr std::uint32_t kFirstBeyondAscii = 128;
+        if (characters[i] >= kFirstBeyondAscii) {
+            return {};
+        }
+        text[i] = static_cast<char>(characters[i]);
+    }
+    return cellOf({text, size});
+}
+
 /// Cells, side by side.
 class Cells {
 public:
@@ -68,15 +83,12 @@ public:
         const std::uint32_t* at = texts.data();
         std::vector<Cell> cells(texts.shape(0));
         const nb::gil_scoped_release unlocked;
-        char text[kMostCharacters + 1];
         for (Cell& cell : cells) {
-            std::size_t size = 0;
-            while (size < width && at[size] != 0 && size <= kMostCharacters) {
-                constexpr std::uint32_t kNoCharacter = '!';
-                text[size] = static_cast<char>(at[size] < 128 ? at[size] : kNoCharacter);
-                ++size;
+            std::size_t size = width;
+            while (size > 0 && at[size - 1] == 0) {
+                --size;
             }
-            cell = cellOf({text, size});
+            cell = cellOfCharacters(at, size);
             at += width;
         }
         return Cells(std::move(cells));
