@@ -237,7 +237,7 @@ void Source::choose(const nb::dict& columns) {
         return columns.contains(field) ? nb::cast<std::string>(columns[field]) : std::string();
     };
     const auto derived = [this](const std::string& from, Part part) {
-        std::string name = from + (part == Part::x ? ".x" : part == Part::y ? ".y" : ".m");
+        std::string name = from + (part == Part::y ? ".y" : ".x");
         while (hasColumn(*schema_, name)) {
             name += '\'';
         }
@@ -255,6 +255,12 @@ void Source::choose(const nb::dict& columns) {
         }
         names.latitude = derived(point, Part::y);
         names.longitude = derived(point, Part::x);
+    }
+    for (std::string* const name : {&names.latitude, &names.longitude, &names.accuracy}) {
+        if (!name->empty() && hasColumn(*schema_, *name) &&
+            isWhole(*schema_->children[placeOf(*schema_, *name)])) {
+            *name = derived(*name, Part::number);
+        }
     }
     if (const std::string hdop = named("hdop"); !hdop.empty()) {
         names.accuracy = derived(hdop, Part::hdop);

@@ -3,8 +3,11 @@
 #include "engine/columns/Values.h"
 #include "src/BinaryReader.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -31,6 +34,29 @@ bool isInterleaved(const ArrowSchema& schema) {
     const std::string_view format = formatOf(schema);
     return format.size() == 4 && format.substr(0, 3) == "+w:" && format[3] >= '2' &&
            format[3] <= '4';
+}
+
+template <class Value>
+double loadAs(const void* values, std::int64_t place) {
+    return static_cast<double>(loadAt<Value>(values, place));
+}
+
+struct NumberType {
+    std::string_view format;
+    double (*load)(const void* values, std::int64_t place);
+};
+/// Real ones first.
+constexpr NumberType kNumbers[] = {{"g", loadAs<double>},       {"f", loadAs<float>},
+                                   {"c", loadAs<std::int8_t>},  {"C", loadAs<std::uint8_t>},
+                                   {"s", loadAs<std::int16_t>}, {"S", loadAs<std::uint16_t>},
+                                   {"i", loadAs<std::int32_t>}, {"I", loadAs<std::uint32_t>},
+                                   {"l", loadAs<std::int64_t>}, {"L", loadAs<std::uint64_t>}};
+constexpr std::ptrdiff_t kRealTypes = 2;
+
+const NumberType* findNumber(const ArrowSchema& schema) {
+    return std::find_if(std::begin(kNumbers), std::end(kNumbers), [&schema](const NumberType& row) {
+        return row.format == formatOf(schema) && schema.dictionary == nullptr;
+    });
 }
 
 template <class T>
@@ -72,9 +98,10 @@ class Numbers {
 public:
     Numbers(const ArrowSchema& schema, const ArrowArray& array, Part part) {
         const bool isY = part == Part::y;
-        if (part == Part::hdop) {
-            isSingle_ = formatOf(schema) == "f";
-            expectColumn(isSingle_ || formatOf(schema) == "g", schema);
+        if (part == Part::number || part == Part::hdop) {
+            const auto* const row = findNumber(schema);
+            expectColumn(row != std::end(kNumbers), schema);
+            load_ = row->load;
             values_ = valuesOf(schema, array, 0);
         } else if (formatOf(schema) == "+s") {
             const ArrowArray& child = coordinates(schema, array, isY ? 1 : 0);
@@ -95,8 +122,7 @@ public:
         if (wkb_) {
             return coordinateOf(wkb_->at(place), isY_);
         }
-        return isSingle_ ? double{loadAt<float>(values_, place)}
-                         : loadAt<double>(values_, first_ + place * step_);
+        return load_(values_, first_ + place * step_);
     }
 
 private:
@@ -122,7 +148,7 @@ private:
     const void* values_ = nullptr;
     std::int64_t first_ = 0;
     std::int64_t step_ = 1;
-    bool isSingle_ = false;
+    double (*load_)(const void* values, std::int64_t place) = loadAs<double>;
     bool isY_ = false;
     std::optional<BinaryReader> wkb_;
 };
@@ -131,6 +157,11 @@ private:
 
 bool isPoint(const ArrowSchema& schema) {
     return formatOf(schema) == "+s" || isInterleaved(schema) || BinaryReader::reads(schema);
+}
+
+bool isWhole(const ArrowSchema& schema) {
+    const NumberType* const row = findNumber(schema);
+    return row != std::end(kNumbers) && row - std::begin(kNumbers) >= kRealTypes;
 }
 
 RealColumn deriveColumn(const ArrowSchema& schema, const ArrowArray& array, Part part) {

@@ -12,9 +12,10 @@ namespace qorvel_python {
 
 /// What a column of real numbers is made of another one for.
 enum class Part : std::uint8_t {
-    x,   ///< the longitude of points
-    y,   ///< the latitude of points
-    hdop ///< metres that a dilution of precision stands for
+    x,      ///< the longitude of points
+    y,      ///< the latitude of points
+    number, ///< integers as they are
+    hdop    ///< metres that a dilution of precision stands for
 };
 
 /// A column that is made of another one.
@@ -32,6 +33,9 @@ struct RealColumn {
 
 /// Are these points that can be read: GeoArrow's, separated or interleaved, or WKB?
 bool isPoint(const ArrowSchema& schema);
+
+/// Are these integers?
+bool isWhole(const ArrowSchema& schema);
 
 /// The rows of `array` from its offset on. A point that cannot be read is NaN. Throws the Fault
 /// `badColumn` for a type that is not read.

@@ -48,7 +48,7 @@ def test_columns_are_found_by_their_usual_names(names, found):
 
 def test_a_dilution_of_precision_stands_for_five_metres_each():
     ten_metres = qorvel.boxes(fixes(accuracy=np.full(60, 10.0)), cell_length=9)
-    for kind in (np.float32, np.float64):
+    for kind in (np.float32, np.float64, np.int8, np.uint64):
         assert rows_of(qorvel.boxes(fixes(hdop=np.full(60, 2, kind)), cell_length=9)) == rows_of(
             ten_metres
         )
@@ -186,6 +186,7 @@ def test_arrays_of_any_kind_are_read():
         {"entity": np.array(["ada"] * 60)},
         {"entity": pa.array(["ada"] * 60)},
         {"accuracy": np.full(60, np.nan)},
+        {"accuracy": np.full(60, 30)},
     ):
         assert rows_of(qorvel.stays(fixes(**changed))) == wanted, changed.keys()
     gaps = np.where(np.arange(60) % 7, times, np.datetime64("NaT"))
