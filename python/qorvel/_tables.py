@@ -158,9 +158,15 @@ def _of_pandas(frame: Any, columns: Mapping[str, str] | None) -> _engine.Source:
     usual = _engine.guess([str(name) for name in frame.columns])
     wanted = {name for names in usual.values() for name in names} | set((columns or {}).values())
     kept = frame[[name for name in frame.columns if str(name) in wanted]]
-    if "pyarrow" in sys.modules or not all(hasattr(kept[n], "to_numpy") for n in kept.columns):
+    try:
         return _engine.Source(kept.__arrow_c_stream__())
-    return _of_mapping({str(name): kept[name] for name in kept.columns})
+    except ImportError:  # pandas leaves it to pyarrow
+        return _of_mapping({str(name): _in_utc(kept[name]) for name in kept.columns})
+
+
+def _in_utc(column: Any) -> Any:  # noqa: ANN401
+    """Take the zone away, which numpy has no times with."""
+    return column.dt.tz_convert(None) if getattr(column.dtype, "tz", None) else column
 
 
 def _of_mapping(table: Mapping[Any, Any]) -> _engine.Source:

@@ -2,9 +2,11 @@
 
 import datetime
 import itertools
+import sys
 
 import geopandas
 import numpy as np
+import pandas
 import pyarrow as pa
 import pytest
 import shapely
@@ -240,3 +242,14 @@ def test_a_fault_of_a_configuration_tells_line_and_tags():
         qorvel.boxes(fixes(), config=config)
     assert caught.value.line == 4
     assert caught.value.tags
+
+
+def test_a_frame_is_read_where_pyarrow_is_not_installed(monkeypatch):
+    frame = pandas.DataFrame(fixes(other=[object()] * 60))
+    frame["time"] = pandas.to_datetime(frame["time"], unit="ms").dt.tz_localize("Asia/Tokyo")
+    wanted = rows_of(qorvel.stays(frame))
+    monkeypatch.setitem(sys.modules, "pyarrow", None)
+    kept = qorvel.stays(frame)
+    monkeypatch.undo()
+    assert rows_of(kept) == wanted
+    assert len(wanted) == 1

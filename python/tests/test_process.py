@@ -66,9 +66,9 @@ def test_several_threads_of_python_work_side_by_side():
     assert all(wanted.equals(one) for one in found)
 
 
-@pytest.mark.parametrize("where", ["rows", "end"])
+@pytest.mark.parametrize("where", ["rows", "pairs"])
 def test_an_interruption_ends_a_call(where):
-    """Of work that would take for ever: rows without end, or pairs at the end."""
+    """Of work that would take for ever: rows without end, or pairs without number."""
     if where == "rows":
         table, options = pa.concat_tables([walk(100_000)] * 1000), {}
     else:
