@@ -9,6 +9,13 @@ import subprocess
 import pyarrow as pa
 import pyarrow.csv
 import pytest
+from hypothesis import HealthCheck, settings
+
+# A busy machine fails no test, and every run looks at the same examples.
+settings.register_profile(
+    "steady", deadline=None, derandomize=True, suppress_health_check=[HealthCheck.too_slow]
+)
+settings.load_profile("steady")
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 COMMANDS = {

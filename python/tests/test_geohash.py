@@ -31,7 +31,7 @@ LATITUDES = st.one_of(st.sampled_from(EDGES), st.floats(-90, 90), st.floats())
 LONGITUDES = st.one_of(st.sampled_from(EDGES), st.floats(-180, 180), st.floats())
 
 
-@settings(max_examples=300, deadline=None)
+@settings(max_examples=200)
 @given(st.lists(st.tuples(LATITUDES, LONGITUDES), max_size=20), st.integers(1, 12))
 def test_cells_are_the_librarys(points, length):
     """The engine's boxes have them, and their centres, from the library."""
@@ -85,7 +85,6 @@ TEXTS = st.one_of(
 )
 
 
-@settings(deadline=None)
 @given(st.lists(TEXTS, max_size=9), st.integers(0, 3), st.integers(1, 12))
 def test_arrow_and_numpy_agree_on_texts_of_any_kind(texts, begin, length):
     kept = texts[begin:]
@@ -104,7 +103,7 @@ def test_arrow_and_numpy_agree_on_texts_of_any_kind(texts, begin, length):
         assert pa.array(geohash.to_wkb(array)).to_pylist() == geohash.to_wkb(kept).tolist()
 
 
-@settings(max_examples=60, deadline=None)
+@settings(max_examples=40)
 @given(st.floats(-90, 89.9), st.floats(-180, 179.9), st.floats(0, 3e6), st.integers(1, 3))
 def test_a_circle_reaches_what_lies_in_it(lat, lon, radius, length):
     """By a slow look at many points: those well within are in a cell that was given, and each cell

@@ -164,7 +164,7 @@ def is_usable(row):
     )
 
 
-@settings(max_examples=150, deadline=None)
+@settings(max_examples=60)
 @given(tables())
 def test_rows_are_what_they_are_however_the_table_is_made(made):
     table, rows = made
