@@ -93,10 +93,15 @@ double nearestLatitude(const Bounds& bounds, double latitude, double degreesAsid
 /// A circle, of which it is asked which cells it reaches.
 class Circle {
 public:
-    Circle(double latitude, double longitude, double radius)
-        : latitude_(latitude), longitude_(longitude), radius_(radius) {}
+    Circle(double latitude, double longitude, double radius, const Cell& own)
+        : latitude_(latitude), longitude_(longitude), radius_(radius), own_(own) {}
 
+    /// The centre's own cell always: by the library's oddities near 0, the centre may lie a hair
+    /// outside of it.
     bool reaches(const Cell& cell) const {
+        if (cell.bits == own_.bits) {
+            return true;
+        }
         const Bounds bounds = boundsOf(cell);
         const double toWest = aside(bounds.west);
         const double toEast = aside(bounds.east);
@@ -119,6 +124,7 @@ private:
     double latitude_;
     double longitude_;
     double radius_;
+    Cell own_;
 };
 
 /// The cells of a row that a circle reaches: from the column of its centre to both sides, as far as
@@ -215,7 +221,7 @@ std::vector<Cell> cellsWithin(double latitude, double longitude, double radius,
         refuseCall("A circle has a centre from -90 to below 90 and from -180 to below 180 degrees, "
                    "and a radius of metres from 0 on.");
     }
-    const Circle circle(latitude, longitude, radius);
+    const Circle circle(latitude, longitude, radius, own);
     std::vector<Cell> found;
     Cell row = own;
     for (Cell south = neighbourOf(row, -1, 0); south && circle.reaches(south);

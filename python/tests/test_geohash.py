@@ -9,7 +9,7 @@ import pyarrow as pa
 import pyarrow.compute as pc
 import pytest
 import shapely
-from hypothesis import given, settings
+from hypothesis import example, given, settings
 from hypothesis import strategies as st
 
 import qorvel
@@ -105,6 +105,7 @@ def test_arrow_and_numpy_agree_on_texts_of_any_kind(texts, begin, length):
 
 @settings(max_examples=40)
 @given(st.floats(-90, 89.9), st.floats(-180, 179.9), st.floats(0, 3e6), st.integers(1, 3))
+@example(-1e-114, 0.0, 0.0, 1)
 def test_a_circle_reaches_what_lies_in_it(lat, lon, radius, length):
     """By a slow look at many points: those well within are in a cell that was given, and each cell
     that was given has a point that is not far off.
