@@ -127,10 +127,29 @@ private:
     Cell own_;
 };
 
+constexpr std::size_t kMostCells = 10000000;
+
+[[noreturn]] void refuseTooMany() {
+    throw qorvel_engine::Fault(qorvel_engine::FaultCode::tooLarge,
+                               "The circle reaches more than ten million cells; want shorter "
+                               "geohashes, or a smaller radius.");
+}
+
+/// Are there surely too many? As many cells as the circle's area takes are the least, if all of
+/// them are as large as those at the equator. The unit is the earth's radius.
+void refuseSurelyTooMany(double radius, std::uint32_t depth) {
+    constexpr double kEarthRadius = 6.44e6; // metres: rather more than it is
+    const double angle = std::min(radius / kEarthRadius, kPi);
+    const double circle = 2.0 * kPi * (1.0 - std::cos(angle));
+    const double cell = std::ldexp(2.0 * kPi * kPi, -static_cast<int>(depth));
+    if (circle / cell > static_cast<double>(kMostCells)) {
+        refuseTooMany();
+    }
+}
+
 /// The cells of a row that a circle reaches: from the column of its centre to both sides, as far as
 /// it does.
 void appendRow(const Circle& circle, const Cell& middle, std::vector<Cell>& found) {
-    constexpr std::size_t kMost = 10000000;
     const std::size_t columns = std::size_t{1} << columnBits(middle.depth);
     const std::size_t begin = found.size();
     std::size_t west = 0;
@@ -138,15 +157,13 @@ void appendRow(const Circle& circle, const Cell& middle, std::vector<Cell>& foun
     while (west + 1 < columns && circle.reaches(neighbourOf(cell, 0, -1))) {
         cell = neighbourOf(cell, 0, -1);
         ++west;
-        if (west > kMost) {
+        if (west > kMostCells) {
             break;
         }
     }
     do {
-        if (found.size() >= kMost) {
-            throw qorvel_engine::Fault(qorvel_engine::FaultCode::tooLarge,
-                                       "The circle reaches more than ten million cells; want "
-                                       "shorter geohashes, or a smaller radius.");
+        if (found.size() >= kMostCells) {
+            refuseTooMany();
         }
         found.push_back(cell);
         cell = neighbourOf(cell, 0, 1);
@@ -221,6 +238,7 @@ std::vector<Cell> cellsWithin(double latitude, double longitude, double radius,
         refuseCall("A circle has a centre from -90 to below 90 and from -180 to below 180 degrees, "
                    "and a radius of metres from 0 on.");
     }
+    refuseSurelyTooMany(radius, own.depth);
     const Circle circle(latitude, longitude, radius, own);
     std::vector<Cell> found;
     Cell row = own;
