@@ -4,13 +4,13 @@
 #include "engine/columns/Fault.h"
 #include "engine/run/Session.h"
 #include "program/commands/EventMaker.h"
-#include "program/commands/makeProcessor.h"
 #include "program/input/FixBatch.h"
 #include "testing/world/World.h"
 
 #include "qorvel/processor/detail/FigureProcessor.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -209,88 +209,195 @@ TEST(Records, AreThoseOfTheLibraryWithFirstOrLastFigures) {
     EXPECT_GT(count, 5000U);
 }
 
-/// By the definition: the figures of all pairs in all boxes, which are kept to the end, with the
-/// cell of the first; and how many boxes had more entities, if any.
-std::multiset<Texts> meetingsOf(const Tables& tables, const std::vector<Fix>& fixes,
-                                std::size_t maxEntities) {
-    struct Meeting {
-        std::size_t boxes = 0;
-        std::set<std::pair<std::int64_t, std::int64_t>> timeBoxes;
-        std::set<std::int64_t> times;
-        std::string cell;
+using Point = std::array<double, 3>;
+
+/// On the ellipsoid WGS-84, metres from its centre.
+Point pointOf(double latitude, double longitude) {
+    constexpr double kRadian = 3.14159265358979323846 / 180.0;
+    constexpr double kAxis = 6378137.0, kSquaredRatio = 0.9933056200098587;
+    const double sine = std::sin(latitude * kRadian), cosine = std::cos(latitude * kRadian);
+    const double normal = kAxis / std::hypot(cosine, std::sqrt(kSquaredRatio) * sine);
+    return {normal * cosine * std::cos(longitude * kRadian),
+            normal * cosine * std::sin(longitude * kRadian), kSquaredRatio * normal * sine};
+}
+
+double lengthOf(const Point& p) {
+    return std::hypot(p[0], p[1], p[2]);
+}
+
+double distance(const Point& p, const Point& q) {
+    return lengthOf({p[0] - q[0], p[1] - q[1], p[2] - q[2]});
+}
+
+/// By the definition: all pairs of entities, all fixes of either, all places of the other.
+class EncounterModel {
+public:
+    struct Row {
+        std::string a, b;
+        std::int64_t from, to, fixes;
+        double least;
     };
-    std::map<std::pair<std::string, std::string>, Meeting> meetings;
-    std::map<std::tuple<std::int64_t, std::int64_t, std::string, std::uint32_t>,
-             std::map<std::string, std::int64_t>>
-        visitors;
-    std::set<decltype(visitors)::key_type> cut;
-    const MotionProcessor processor = program::makeProcessor(tables);
-    forEachEvent(fixes, [&](const Fix& fix, const Event& event) {
-        std::list<SpaceTimeBox> boxes;
-        processor.getSTB(event, boxes);
-        for (const SpaceTimeBox& box : boxes) {
-            const std::string cell = box.toASCIIString();
-            const std::tuple key(box.start, box.end, cell, box.getGeoHashBitDepth());
-            auto& here = visitors[key];
-            if (here.count(fix.entity) == 0 && here.size() == maxEntities) {
-                cut.insert(key);
-            } else if (here.try_emplace(fix.entity, fix.time).second) {
-                for (const auto& [other, time] : here) {
-                    Meeting& meeting = meetings[std::minmax(other, fix.entity)];
-                    meeting.cell = ++meeting.boxes == 1 ? cell : meeting.cell;
-                    meeting.timeBoxes.emplace(box.start, box.end);
-                    meeting.times.insert(std::max(time, fix.time));
+
+    EncounterModel(const EncounterOptions& options, const std::vector<Fix>& fixes)
+        : options_(options) {
+        for (const Fix& fix : fixes) {
+            tracks_[fix.entity].insert({fix.time, fix.latitude, fix.longitude});
+        }
+    }
+
+    std::vector<Row> rows() const {
+        std::vector<Row> rows;
+        for (auto one = tracks_.begin(); one != tracks_.end(); ++one) {
+            for (auto other = std::next(one); other != tracks_.end(); ++other) {
+                std::multimap<std::int64_t, double> moments;
+                look(one->second, other->second, moments);
+                look(other->second, one->second, moments);
+                const std::size_t begin = rows.size();
+                for (const auto& [time, least] : moments) {
+                    if (rows.size() == begin || time - rows.back().to > options_.apart) {
+                        rows.push_back({one->first, other->first, time, time, 0, least});
+                    }
+                    Row& row = rows.back();
+                    row.to = time;
+                    row.least = std::min(row.least, least);
+                    ++row.fixes;
                 }
-                meetings.erase({fix.entity, fix.entity});
             }
         }
-    });
-    std::multiset<Texts> rows;
-    if (!cut.empty()) {
-        rows.insert({std::to_string(cut.size()) + " boxes"});
+        return rows;
     }
-    for (const auto& [names, meeting] : meetings) {
-        rows.insert({names.first, names.second, std::to_string(meeting.boxes),
-                     std::to_string(meeting.timeBoxes.size()),
-                     std::to_string(*meeting.times.begin()),
-                     std::to_string(*meeting.times.rbegin()), meeting.cell});
+
+private:
+    using Track = std::set<std::tuple<std::int64_t, double, double>>;
+
+    static Point pointIn(Track::const_iterator fix) {
+        return pointOf(std::get<1>(*fix), std::get<2>(*fix));
     }
-    return rows;
+
+    void look(const Track& own, const Track& other,
+              std::multimap<std::int64_t, double>& moments) const {
+        for (auto fix = own.begin(); fix != own.end(); ++fix) {
+            const std::int64_t time = std::get<0>(*fix);
+            double least = options_.within;
+            for (const Point& place : placesAt(other, time)) {
+                least = std::min(least, distance(place, pointIn(fix)));
+            }
+            if (least < options_.within) {
+                moments.emplace(time, least);
+            }
+        }
+    }
+
+    std::vector<Point> placesAt(const Track& track, std::int64_t time) const {
+        const auto timeOf = [](auto fix) { return std::get<0>(*fix); };
+        auto after = track.lower_bound({time, -91.0, 0.0});
+        std::vector<Point> places;
+        for (; after != track.end() && timeOf(after) == time; ++after) {
+            places.push_back(pointIn(after));
+        }
+        if (!places.empty()) {
+            return places;
+        }
+        const auto before = after == track.begin() ? track.end() : std::prev(after);
+        const std::int64_t since = before == track.end() ? INT64_MAX : time - timeOf(before);
+        const std::int64_t until = after == track.end() ? INT64_MAX : timeOf(after) - time;
+        if (since <= options_.apart && until <= options_.apart - since) {
+            places.push_back(
+                between(pointIn(before), pointIn(after),
+                        static_cast<double>(since) / static_cast<double>(since + until)));
+        } else if (std::min(since, until) <= options_.apart) {
+            places.push_back(pointIn(since <= until ? before : after));
+        }
+        return places;
+    }
+
+    static Point between(const Point& p, const Point& q, double share) {
+        Point mean;
+        for (std::size_t i = 0; i < mean.size(); ++i) {
+            mean[i] = p[i] + share * (q[i] - p[i]);
+        }
+        const double raise =
+            std::hypot(std::sqrt(1.0 - share) * lengthOf(p), std::sqrt(share) * lengthOf(q)) /
+            lengthOf(mean);
+        return {mean[0] * raise, mean[1] * raise, mean[2] * raise};
+    }
+
+    const EncounterOptions options_;
+    std::map<std::string, Track> tracks_;
+};
+
+/// About a place, with jumps, silences, rows twice and two places at one time.
+std::vector<Fix> wanderers(const EncounterOptions& options, double latitude, double longitude) {
+    std::vector<Fix> fixes;
+    const auto off = [&options](double reach) {
+        return (static_cast<double>(random_() % 2001) / 1000.0 - 1.0) * reach * options.within /
+               111e3;
+    };
+    for (std::size_t entity = 2 + random_() % 8; entity > 0; --entity) {
+        auto time = static_cast<std::int64_t>(random_() % 4) * options.apart;
+        double north = off(5), east = off(5);
+        for (int i = 0; i < 40; ++i) {
+            const bool jumps = random_() % 15 == 0;
+            north += off(jumps ? 500 : 2);
+            east += off(jumps ? 500 : 2);
+            time += static_cast<std::int64_t>(random_() >> 1) % (options.apart * pick({1, 1, 3}));
+            fixes.push_back({"e" + std::to_string(entity * 7),
+                             std::clamp(latitude + north, -90.0, 90.0),
+                             std::remainder(longitude + east, 360.0), time, 10.0, "", ""});
+            if (random_() % 20 == 0) {
+                fixes.push_back(fixes.back());
+                fixes.back().latitude *= pick({1.0, 0.99999});
+            }
+        }
+    }
+    std::shuffle(fixes.begin(), fixes.end(), random_);
+    return fixes;
 }
 
-TEST(Meetings, AreAllPairsThatShareABox) {
-    Config two = simpleConfig();
-    two.masters.push_back({"wide", 5, {3, "hours"}, 0});
-    two.masters.front().cellLength = 7;
-    two.assignments.push_back(two.assignments.front());
-    two.assignments.back().master = "wide";
-    const Tables tables(two, ProcessorKind::boxes);
-    for (int round = 0; round < 30; ++round) {
-        std::vector<Fix> fixes;
-        for (std::int64_t i = 0; i < 400; ++i) {
-            const auto off = [] { return static_cast<double>(random_() % 100) * 2e-4; };
-            const auto late = static_cast<std::int64_t>(random_() % 60) * (round % 2);
-            fixes.push_back({"e" + std::to_string(random_() % 12), off(), off(),
-                             2 * kHour + (2 * i - late) * kMinute, 60.0, "", ""});
+TEST(Encounters, AreAllTimesThatTwoWereNear) {
+    std::size_t count = 0;
+    for (int round = 0; round < 200; ++round) {
+        AnalysisOptions options{Question::meetings};
+        options.encounters.within = pick({5.0, 50.0, 5000.0});
+        options.encounters.apart = pick({1000, 60000, 300000});
+        const std::vector<Fix> fixes = wanderers(
+            options.encounters, pick({0.0, 48.0, 89.9999, -89.9}), pick({0.0, 180.0, -179.9999}));
+        const std::vector<Texts> found = ask(options, {}, fixes);
+        ASSERT_EQ(ask(options, {}, fixes), found) << "in other batches";
+        std::map<std::tuple<std::string, std::string, std::int64_t, std::int64_t, std::int64_t>,
+                 double>
+            byFigures;
+        for (const Texts& row : found) {
+            byFigures.insert(
+                {{row[0], row[1], std::stoll(row[2]), std::stoll(row[3]), std::stoll(row[6])},
+                 std::stod(row[5])});
         }
-        const std::uint32_t most = round % 3 == 0 ? 3 : 12;
-        std::vector<Texts> rows = ask({Question::meetings, false, most}, two, fixes);
-        for (Texts& row : rows) {
-            row.resize(std::min<std::size_t>(row.size(), 7)); // to the cell's text
+        const auto wanted = EncounterModel(options.encounters, fixes).rows();
+        ASSERT_EQ(found.size(), wanted.size()) << "round " << round;
+        std::map<std::pair<std::string, std::string>, std::pair<std::int64_t, std::int64_t>> sums;
+        for (const auto& [a, b, from, to, fixCount, least] : wanted) {
+            const auto row = byFigures.find({std::min(a, b), std::max(a, b), from, to, fixCount});
+            ASSERT_NE(row, byFigures.end()) << "round " << round << ", " << a << ' ' << from;
+            EXPECT_NEAR(row->second, least, 1e-3 + 1e-5 * least);
+            auto& [encounters, duration] = sums[std::minmax(a, b)];
+            ++encounters;
+            duration += to - from;
         }
-        ASSERT_EQ(std::multiset<Texts>(rows.begin(), rows.end()), meetingsOf(tables, fixes, most))
-            << "round " << round;
-        const auto end = std::partition_point(rows.begin(), rows.end(),
-                                              [](const Texts& row) { return row.size() > 1; });
-        EXPECT_TRUE(std::is_sorted(rows.begin(), end, [](const Texts& a, const Texts& b) {
-            return std::tuple(-std::stoi(a[2]), std::stoll(a[4]), a[0]) <
-                   std::tuple(-std::stoi(b[2]), std::stoll(b[4]), b[0]);
-        }));
+        options.encounters.pairs = true;
+        std::int64_t last = INT64_MAX;
+        for (const Texts& row : ask(options, {}, fixes)) {
+            const auto [encounters, duration] = sums.extract({row[0], row[1]}).mapped();
+            EXPECT_EQ(row[2], std::to_string(encounters));
+            EXPECT_EQ(row[3], std::to_string((duration + kMinute / 2) / kMinute));
+            EXPECT_LE(duration, std::exchange(last, duration));
+        }
+        EXPECT_TRUE(sums.empty());
+        count += found.size();
     }
+    EXPECT_GT(count, 2000U);
 }
 
-TEST(Meetings, AreSortedByTheNamesOfEntities) {
-    const Tables tables(simpleConfig(), ProcessorKind::boxes);
+TEST(Encounters, AreSortedByTheNamesOfEntities) {
     const struct {
         EntityKind kind;
         Texts names, pairs;
@@ -305,13 +412,13 @@ TEST(Meetings, AreSortedByTheNamesOfEntities) {
     };
     for (const auto& [kind, entities, pairs] : rows) {
         const auto names = std::make_shared<EntityDictionary>(kind);
-        const auto analysis = makeAnalysis({Question::meetings}, tables);
+        const auto analysis = makeAnalysis({Question::meetings}, nullptr);
         for (const std::string& name : entities) {
             const std::uint64_t number =
                 kind == EntityKind::text
                     ? names->numberOf(std::string_view(name))
                     : names->numberOf(static_cast<std::uint64_t>(std::stoll(name)));
-            analysis->see({number, SpaceTimeBox(SpaceBox("u0q"), TimeBox(0, kHour)), 0, 0});
+            analysis->see({number, kHour, 47.0, 8.0});
         }
         LastResults last(analysis->makeTable(names));
         analysis->finish(*names, last);
@@ -323,8 +430,9 @@ TEST(Meetings, AreSortedByTheNamesOfEntities) {
                       std::pair(INT64_C(0), i));
         }
     }
-    EXPECT_THROW(makeAnalysis({Question::stays}, tables), Fault);
-    EXPECT_THROW(makeAnalysis({Question::meetings, false, 1}, tables), Fault);
+    const Tables tables(simpleConfig(), ProcessorKind::boxes);
+    EXPECT_THROW(makeAnalysis({Question::hangouts}, &tables), Fault);
+    EXPECT_THROW(makeAnalysis({Question::boxes}, nullptr), Fault);
 }
 
 // How much of the time of true stays is found within 600 m of the place, in its cell, how much of
@@ -339,7 +447,7 @@ TEST(Stays, AgreeWithTheTruthOfTheSampleWorld) {
         fixes.push_back({name, fix.lat, fix.lon, fix.timeMs, fix.accuracyM, "", ""});
     }
     const auto place = [](const char* column) {
-        const auto& columns = schemaOf(Question::stays).columns;
+        const auto& columns = schemaOf({Question::stays}).columns;
         const auto isIt = [column](const ResultColumn& other) { return other.name == column; };
         return std::find_if(columns.begin(), columns.end(), isIt) - columns.begin();
     };

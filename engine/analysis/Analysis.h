@@ -2,14 +2,16 @@
 #define QORVEL_ENGINE_ANALYSIS_ANALYSIS_H
 
 #include "engine/analysis/LastResults.h"
+#include "engine/analysis/SeenFix.h"
 #include "engine/columns/EntityNames.h"
 #include "engine/columns/ResultTable.h"
 
 #include "qorvel/model/Event.h"
-#include "qorvel/model/SpaceTimeBox.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,14 +22,11 @@ namespace qorvel_engine {
 struct Observation {
     const qorvel::Event& event;
     std::uint64_t row; ///< its number in the input, from 0, bad rows included
-};
 
-/// A box that an event lies in.
-struct SeenBox {
-    std::uint64_t eid; ///< the entity's number in the session's dictionary
-    qorvel::SpaceTimeBox stb;
-    std::int64_t time; ///< of the event, ms
-    std::uint64_t row; ///< as in Observation
+    /// By what is promised, no row of the entity to come has an earlier time, ms since 1970 UTC. It
+    /// never descends. 0, as the next, where the analysis does not ask for it.
+    std::int64_t oldestToCome = 0;
+    bool isLate = false; ///< later than was promised or known
 };
 
 /// Where a shard puts what it finds in the current row. What is put here is handed on in the order
@@ -39,8 +38,8 @@ public:
     /// Results are appended here.
     virtual ResultTable& results() = 0;
 
-    /// A box, to be handed to Analysis::see.
-    virtual void add(const SeenBox& box) = 0;
+    /// A fix, to be handed to Analysis::see.
+    virtual void add(const SeenFix& fix) = 0;
 };
 
 /// The work on the entities of one shard: all rows of an entity come to the same shard, in the
@@ -51,9 +50,9 @@ public:
 
     virtual void take(const Observation& observation, Found& found) = 0;
 
-    /// Forgets what ended before this time (ms since 1970 UTC). Always at the same places between
-    /// the same rows.
-    virtual void collect(std::int64_t time) = 0;
+    /// Forgets what ended before this time (ms since 1970 UTC); adds what is final by that alone,
+    /// sorted. Always at the same places between the same rows.
+    virtual void collect(std::int64_t time, LastResults& results) = 0;
 
     /// After the last row.
     virtual void finish(LastResults&) {}
@@ -69,19 +68,28 @@ public:
 
     virtual std::unique_ptr<Shard> makeShard() const = 0;
 
+    /// Whether the work is to end soon; before the first row. Calls that may take long look at it,
+    /// and throw the Fault `cancelled`.
+    virtual void watch(const std::atomic<bool>&) {}
+
     /// How far before an event's time it may lean on earlier events, ms; none of it if negative:
     /// then nothing need be collected, ever.
     virtual std::int64_t lookBack() const = 0;
 
+    /// How far a row may lie behind the newest one of its entity, ms, where nothing is promised.
+    /// None: what counts is the newest row of all. Where there is such a time, observations tell
+    /// what is promised, and shards collect what the caller knows.
+    virtual std::optional<std::int64_t> lateInEntity() const { return std::nullopt; }
+
     /// Whether the rows of an entity give other results in another order than that of time.
     virtual bool dependsOnOrder() const { return true; }
 
-    /// Takes the boxes that shards added, one after another in the order of the input, whatever the
+    /// Takes the fixes that shards added, one after another in the order of the input, whatever the
     /// number of threads.
-    virtual void see(const SeenBox&) {}
+    virtual void see(const SeenFix&) {}
 
     /// As Shard::collect, for what `see` keeps; in order with its calls.
-    virtual void collect(std::int64_t) {}
+    virtual void collect(std::int64_t, const EntityNames&, LastResults&) {}
 
     /// After the last row: what `see` has gathered.
     virtual void finish(const EntityNames&, LastResults&) {}

@@ -9,13 +9,18 @@
 
 namespace qorvel_engine {
 
-/// Results that are known only at the end, with what they are sorted by.
+/// Results that no row brings, with what they are sorted by: they are known at the end, or when it
+/// is known how old the oldest row to come is.
 class LastResults {
 public:
     /// What they are sorted by, ascending; equal ones come from one shard, which orders them.
     struct Place {
         std::int64_t order = 0;
         std::uint64_t row = 0;
+
+        bool operator<(const Place& other) const {
+            return order != other.order ? order < other.order : row < other.row;
+        }
     };
 
     explicit LastResults(ResultTable table) : table_(std::move(table)) {}
@@ -28,6 +33,12 @@ public:
 
     const ResultTable& table() const { return table_; }
     const std::vector<Place>& places() const { return places_; }
+
+    /// None again; memory is kept.
+    void clear() {
+        table_.clear();
+        places_.clear();
+    }
 
 private:
     ResultTable table_;

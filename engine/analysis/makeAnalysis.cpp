@@ -1,13 +1,14 @@
 #include "engine/analysis/makeAnalysis.h"
 
 #include "engine/analysis/BoxResult.h"
-#include "engine/analysis/MeetingResult.h"
+#include "engine/analysis/EncounterResult.h"
+#include "engine/analysis/PairResult.h"
 #include "engine/analysis/RecordResult.h"
 #include "engine/analysis/StayResult.h"
 #include "engine/analysis/detail/BoxesAnalysis.h"
+#include "engine/analysis/detail/EncountersAnalysis.h"
 #include "engine/analysis/detail/FirstRecordsAnalysis.h"
 #include "engine/analysis/detail/LastRecordsAnalysis.h"
-#include "engine/analysis/detail/MeetingsAnalysis.h"
 #include "engine/analysis/detail/StaysAnalysis.h"
 #include "engine/columns/Fault.h"
 
@@ -23,13 +24,11 @@ std::unique_ptr<Analysis> makeRecordsAnalysis(const Tables& tables, bool lastFig
     return std::make_unique<detail::FirstRecordsAnalysis<Result>>(tables);
 }
 
-void check(const AnalysisOptions& options, const Tables& tables) {
-    if (tables.kind() != processorKindOf(options.question)) {
+const Tables& checked(const Tables* tables, Question question) {
+    if (tables == nullptr || tables->kind() != processorKindOf(question)) {
         throw Fault(FaultCode::misuse, "the tables are for another question");
     }
-    if (options.maxEntitiesPerBox < 2) {
-        throw Fault(FaultCode::misuse, "a box must have room for two entities at least");
-    }
+    return *tables;
 }
 
 } // namespace
@@ -39,15 +38,14 @@ ProcessorKind processorKindOf(Question question) {
     case Question::presence:
         return ProcessorKind::presence;
     case Question::hangouts:
-    case Question::stays:
         return ProcessorKind::hangouts;
     default:
         return ProcessorKind::boxes;
     }
 }
 
-const ResultSchema& schemaOf(Question question) {
-    switch (question) {
+const ResultSchema& schemaOf(const AnalysisOptions& options) {
+    switch (options.question) {
     case Question::boxes:
         return BoxResult::layout().schema();
     case Question::presence:
@@ -57,24 +55,29 @@ const ResultSchema& schemaOf(Question question) {
     case Question::stays:
         return StayResult::layout().schema();
     case Question::meetings:
-        return MeetingResult::layout().schema();
+        return options.encounters.pairs ? PairResult::layout().schema()
+                                        : EncounterResult::layout().schema();
     }
     throw Fault(FaultCode::misuse, "there is no such question");
 }
 
-std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options, const Tables& tables) {
-    check(options, tables);
+bool needsConfiguration(Question question) {
+    return question != Question::stays && question != Question::meetings;
+}
+
+std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options, const Tables* tables) {
+    const auto configured = [&]() -> const Tables& { return checked(tables, options.question); };
     switch (options.question) {
     case Question::boxes:
-        return std::make_unique<detail::BoxesAnalysis>(tables);
+        return std::make_unique<detail::BoxesAnalysis>(configured());
     case Question::presence:
-        return makeRecordsAnalysis<PresenceResult>(tables, options.lastFigures);
+        return makeRecordsAnalysis<PresenceResult>(configured(), options.lastFigures);
     case Question::hangouts:
-        return makeRecordsAnalysis<HangoutResult>(tables, options.lastFigures);
+        return makeRecordsAnalysis<HangoutResult>(configured(), options.lastFigures);
     case Question::stays:
-        return std::make_unique<detail::StaysAnalysis>(tables);
+        return std::make_unique<detail::StaysAnalysis>(options.stays);
     case Question::meetings:
-        return std::make_unique<detail::MeetingsAnalysis>(tables, options.maxEntitiesPerBox);
+        return std::make_unique<detail::EncountersAnalysis>(options.encounters);
     }
     throw Fault(FaultCode::misuse, "there is no such question");
 }

@@ -2,6 +2,8 @@
 #define QORVEL_ENGINE_ANALYSIS_MAKEANALYSIS_H
 
 #include "engine/analysis/Analysis.h"
+#include "engine/analysis/EncounterOptions.h"
+#include "engine/analysis/StayOptions.h"
 #include "engine/export.h"
 #include "engine/setup/Tables.h"
 
@@ -16,25 +18,31 @@ enum class Question : std::uint8_t {
     presence, ///< who was seen often enough in which cell and time box
     hangouts, ///< who stayed without a break in which cell and time box
     stays,    ///< who stayed where, from when to when
-    meetings  ///< who was with whom
+    meetings  ///< who was with whom, from when to when
 };
 
 struct AnalysisOptions {
     Question question = Question::boxes;
-    bool lastFigures = false; ///< presence and hangouts: the last figures of each record
-    std::uint32_t maxEntitiesPerBox = 1000; ///< meetings: at least 2; more make no pairs
+    bool lastFigures = false;      ///< presence and hangouts: the last figures of each record
+    StayOptions stays{};           ///< stays: what one is
+    EncounterOptions encounters{}; ///< meetings: what one is
 };
 
-/// The kind of specs that a question needs of its configuration.
+/// Does a question need a configuration? All but stays and meetings, which are free of cells and
+/// keys.
+QORVEL_ENGINE_EXPORT bool needsConfiguration(Question question);
+
+/// The kind of specs that a question needs of its configuration, if it needs one.
 QORVEL_ENGINE_EXPORT ProcessorKind processorKindOf(Question question);
 
-/// What the columns of its results are.
-QORVEL_ENGINE_EXPORT const ResultSchema& schemaOf(Question question);
+/// What the columns of the results are.
+QORVEL_ENGINE_EXPORT const ResultSchema& schemaOf(const AnalysisOptions& options);
 
-/// The tables are for that kind, and outlive the analysis. Throws the Fault `misuse` for tables of
-/// another kind, and for fewer than two entities in a box.
+/// The tables are for that kind, and outlive the analysis; null where the question needs none.
+/// Throws the Fault `misuse` for tables of another kind or none; `badConfiguration` for options of
+/// stays and meetings that cannot be.
 QORVEL_ENGINE_EXPORT std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options,
-                                                            const Tables& tables);
+                                                            const Tables* tables);
 
 } // namespace qorvel_engine
 

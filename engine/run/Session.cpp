@@ -27,9 +27,12 @@ void expect(bool holds, FaultCode code, const char* otherwise) {
 }
 
 /// For the library's registries, see RegistryLock.
-Tables makeTables(const Config& config, ProcessorKind kind) {
+std::unique_ptr<const Tables> makeTables(const Config& config, Question question) {
+    if (!needsConfiguration(question)) {
+        return nullptr;
+    }
     const detail::RegistryLock lock;
-    return {config, kind};
+    return std::make_unique<const Tables>(config, processorKindOf(question));
 }
 detail::KeyNumbers makeKeyNumbers(const Config& config) {
     const detail::RegistryLock lock;
@@ -54,11 +57,10 @@ void check(const SessionOptions& options) {
 class Session::State {
 public:
     State(const AnalysisOptions& analysis, const Config& config, const SessionOptions& options)
-        : tables_(makeTables(config, processorKindOf(analysis.question))),
-          analysis_(makeAnalysis(analysis, tables_)),
+        : tables_(makeTables(config, analysis.question)),
+          analysis_(makeAnalysis(analysis, tables_.get())),
           empty_(analysis_->makeTable(std::make_shared<EntityDictionary>(EntityKind::text))),
-          intake_(makeKeyNumbers(config), detail::Horizon(options.late), analysis_->lookBack(),
-                  counters_),
+          intake_(makeKeyNumbers(config), *analysis_, options.late, counters_),
           pipeline_(*analysis_, options, counters_) {}
 
     void push(const Observations& observations, const std::shared_ptr<const void>& owner,
@@ -128,8 +130,10 @@ public:
         }
         if (figures.late > 0) {
             remarks.push_back(std::to_string(figures.late) +
-                              " rows came later than promised; what they continue may have been "
-                              "forgotten");
+                              (analysis_->lateInEntity()
+                                   ? " rows came later than promised and were left out"
+                                   : " rows came later than promised; what they continue may have "
+                                     "been forgotten"));
         }
         return remarks;
     }
@@ -167,7 +171,7 @@ private:
         pipeline_.expectUnharmed();
     }
 
-    const Tables tables_;
+    const std::unique_ptr<const Tables> tables_; ///< null where none are needed
     const std::unique_ptr<Analysis> analysis_;
     const ResultTable empty_; ///< for its schema
     detail::Counters counters_;

@@ -25,6 +25,13 @@ namespace qorvel_engine {
 /// for rows later than promised, on what is forgotten when. Entities do not depend on each other
 /// but in meetings: elsewhere sessions with some entities each find together what one finds.
 ///
+/// Stays come when they are final, so what is promised and known decides when. A promise is about
+/// the rows of one entity, which need not be near those of others: a stay comes with the row of its
+/// entity after which it is final. Where the caller tells how old the oldest row to come is, stays
+/// that are final by that come before the next row or a few rows later, by the times from which
+/// they are final, and with no promise all do, whatever the pushes. With both, their order is that
+/// of the rows and of what was told between them. The stays are the same in each case.
+///
 /// Rows are numbered from 0 over all pushes, bad ones included. The entity's number in the
 /// session's dictionary is its event's `eid`, the row's number the event's `sequenceNumber`. A row
 /// without a primary key has "ANY". A key that the configuration does not name is that of no
@@ -39,9 +46,9 @@ namespace qorvel_engine {
 /// All that remains to be done with it is to destroy it.
 class QORVEL_ENGINE_EXPORT Session {
 public:
-    /// The caller must not hold the library's process-wide lock. Throws the Fault
-    /// `badConfiguration` for a configuration or an option that cannot be, `tooLarge` where the
-    /// system gives no thread; std::bad_alloc.
+    /// For stays the configuration may be empty; nothing of it is used. The caller must not hold
+    /// the library's process-wide lock. Throws the Fault `badConfiguration` for a configuration or
+    /// an option that cannot be, `tooLarge` where the system gives no thread; std::bad_alloc.
     Session(const AnalysisOptions& analysis, const Config& config,
             const SessionOptions& options = {});
     Session(const Session&) = delete;

@@ -69,16 +69,27 @@ Span readSpanOption(const std::string& option, const std::string& text) {
     }
 }
 
-std::int64_t readLate(const std::string& text) {
-    const Span span = readSpanOption("--late", text);
-    if (span.unit == "ever") {
-        return std::numeric_limits<std::int64_t>::max();
-    }
-    const std::optional<std::int64_t> length = fixedLength(span);
+std::int64_t readLength(const std::string& option, const std::string& text,
+                        const char* otherwise = "want days or a shorter unit") {
+    const std::optional<std::int64_t> length = fixedLength(readSpanOption(option, text));
     if (!length) {
-        throw usageFailure("--late", text, "want days or a shorter unit, or \"ever\"");
+        throw usageFailure(option, text, otherwise);
     }
     return *length;
+}
+
+std::int64_t readLate(const std::string& text) {
+    return text == "ever" ? std::numeric_limits<std::int64_t>::max()
+                          : readLength("--late", text, "want days or a shorter unit, or \"ever\"");
+}
+
+std::int64_t readMinutes(double minutes) {
+    constexpr double kMinute = 60'000.0;
+    constexpr double kMost = 1e9;
+    if (!(minutes >= 0.0 && minutes <= kMost)) {
+        throw usageFailure("--min-minutes must be a number of minutes, 0 or more");
+    }
+    return static_cast<std::int64_t>(std::ceil(minutes * kMinute));
 }
 
 /// What is asked of one command, while it is read: the options write into it.
@@ -97,6 +108,27 @@ void addSpan(CLI::App& command, const std::string& option, Span& span, const std
             option,
             [&span, option](const std::string& text) { span = readSpanOption(option, text); }, what)
         ->default_str(span.text());
+}
+
+/// As in "90 seconds", in the largest unit that leaves no rest.
+std::string lengthText(std::int64_t ms) {
+    constexpr std::pair<std::int64_t, const char*> kUnits[] = {
+        {86'400'000, "days"}, {3'600'000, "hours"}, {60'000, "minutes"}, {1000, "seconds"}};
+    for (const auto& [length, unit] : kUnits) {
+        if (ms % length == 0 && ms > 0) {
+            return std::to_string(ms / length) + ' ' + unit;
+        }
+    }
+    return std::to_string(ms) + " milliseconds";
+}
+
+/// A span of a fixed length, in ms.
+void addLength(CLI::App& command, const std::string& option, std::int64_t& ms,
+               const std::string& what) {
+    command
+        .add_option_function<std::string>(
+            option, [&ms, option](const std::string& text) { ms = readLength(option, text); }, what)
+        ->default_str(lengthText(ms));
 }
 
 template <typename Value>
@@ -393,22 +425,50 @@ private:
         addDetection(hangouts, kShareOfCount);
         addFinal(hangouts);
 
-        CLI::App& stays =
-            add(Question::stays, "stays",
-                "who stayed where, from when to when: the hangouts of one stop as one row");
-        addDetection(stays, kShareOfCount);
+        addStays(add(Question::stays, "stays", "who stayed where, from when to when"));
+        addMeet(add(Question::meetings, "meet", "who was with whom, from when to when"));
+    }
 
-        CLI::App& meet = add(Question::meetings, "meet",
-                             "who was with whom: pairs of entities that share space-time boxes");
-        last().master.cellLength = 8;
-        last().master.box = {15, "minutes"};
-        addRun(meet, last().line.run);
-        addSetup(meet, last(), nullptr);
-        addLate(meet, last().line.run);
-        addValue(meet, "--max-per-box", last().line.run.analysis.maxEntitiesPerBox,
-                 "entities of one box that are paired with each other; more are left out, which "
-                 "is told")
-            ->check(CLI::Range(2U, 1000000U));
+    void addStays(CLI::App& command) {
+        RunOptions& run = last().line.run;
+        StayOptions& stays = run.analysis.stays;
+        addRun(command, run);
+        addLate(command, run);
+        addValue(command, "--radius", stays.radius,
+                 "how far from the middle of a stay its fixes may lie, metres");
+        addLength(command, "--min-stay", stays.minStay, "the least time that makes a stay");
+        addLength(command, "--max-gap", stays.maxGap,
+                  "a longer silence ends a stay, unless the next fix is at the same place");
+        addLength(command, "--max-bridge", stays.maxBridge, "a longer silence ends it in any case");
+        addLength(command, "--max-away", stays.maxAway,
+                  "fixes elsewhere end a stay when they go on for so long; shorter runs are "
+                  "strays");
+        addValue(command, "--max-accuracy", stays.maxAccuracy,
+                 "a less accurate fix neither begins, ends nor moves a stay, metres");
+    }
+
+    void addMeet(CLI::App& command) {
+        RunOptions& run = last().line.run;
+        EncounterOptions& encounters = run.analysis.encounters;
+        addRun(command, run);
+        addLate(command, run);
+        addValue(command, "--within", encounters.within,
+                 "how near two are who are together, metres");
+        addLength(command, "--apart", encounters.apart,
+                  "how far apart in time two fixes may be for what is between them to be known: "
+                  "where somebody was on the way from one to the next, or that two stayed "
+                  "together");
+        command
+            .add_option_function<double>(
+                "--min-minutes",
+                [&encounters](const double& minutes) {
+                    encounters.minDuration = readMinutes(minutes);
+                },
+                "leave out shorter encounters")
+            ->default_str("0");
+        command.add_flag("--pairs", encounters.pairs,
+                         "the sums of each pair of entities, longest together first, in place of "
+                         "their encounters");
     }
 
     void addDetection(CLI::App& command, const char* ratioMeaning) {

@@ -39,7 +39,7 @@ unsigned long long printable(std::uint64_t value) {
 std::string withOptions(std::string remark) {
     constexpr std::pair<std::string_view, std::string_view> kWords[] = {
         {"than promised", "than --late allows"},
-        {"made no pairs there", "made no pairs there (--max-per-box)"}};
+        {"looked through, and met", "looked through (--late), and met"}};
     for (const auto& [engines, own] : kWords) {
         const std::size_t at = remark.find(engines);
         if (at != std::string::npos) {
@@ -69,6 +69,9 @@ private:
 
 /// What is wrong with the configuration ends the run, what is only odd is told.
 void check(const RunOptions& options) {
+    if (!needsConfiguration(options.analysis.question)) {
+        return;
+    }
     const std::vector<ConfigFault> faults =
         checkConfig(options.config, processorKindOf(options.analysis.question));
     throwErrors(faults, options.config.file);
@@ -83,7 +86,7 @@ class Run {
 public:
     explicit Run(const RunOptions& options)
         : options_(options), progress_(!options.isQuiet), source_(openFixSource(options.input)),
-          writer_(openResultWriter(options.output, schemaOf(options.analysis.question))),
+          writer_(openResultWriter(options.output, schemaOf(options.analysis))),
           rejects_(options.rejectsFile, options.output.isCsvSafe),
           session_(openSession(options, writer_->renderer())), oldest_(readTimes()),
           reader_(*source_, oldest_, rejects_, progress_, options.isStrict) {}

@@ -25,8 +25,10 @@ DEFAULTS: dict[str, Settings] = {
     "presence": {"ratio": 0.5},
     "hangouts": {},
     "stays": {},
-    "meetings": {"cell_length": 8, "box": "15 minutes"},
+    "meetings": {},
 }
+# What has no cells, and so nothing to configure.
+CELLLESS = ("stays", "meetings")
 # What a configuration says itself.
 CONFIGURED = (
     "cell_length",
@@ -118,6 +120,8 @@ class Session:
     ) -> None:
         said = {name: value for name, value in settings.items() if value is not None}
         if config is not None:
+            if analysis in CELLLESS:
+                raise Error(f"There is no configuration for {analysis}.", Code.BAD_CONFIGURATION)
             for name in CONFIGURED:
                 if name in said:
                     raise Error(
@@ -383,91 +387,101 @@ def hangouts(
 def stays(
     table: object,
     *,
-    window: Span | None = None,
-    min_count: int | None = None,
-    ratio: float | None = None,
-    cell_length: int | None = None,
-    box: Span | None = None,
-    space_factor: float | None = None,
-    time_factor: float | None = None,
+    radius: float | None = None,
+    min_stay: Span | None = None,
+    max_gap: Span | None = None,
+    max_bridge: Span | None = None,
+    max_away: Span | None = None,
+    max_accuracy: float | None = None,
     **run: Unpack[Run],
 ) -> Table:
-    """Tell who stayed where, from when to when: the hangouts of one stop as one row.
+    """Tell who stayed where, from when to when.
+
+    A stay is within a radius of one place for long enough; cells have no part in it, and there is
+    no configuration for it.
 
     Parameters
     ----------
     table : table
         See `Run`.
-    window : str or timedelta, optional
-        How long a stay has to be, shorter than a time box; ``"15 minutes"`` by default.
-    min_count, ratio
-        As `hangouts` has them.
-    cell_length, box, space_factor, time_factor
-        As `boxes` has them.
+    radius : float, optional
+        How far from the middle of a stay its fixes may lie, metres; 200 by default.
+    min_stay : str or timedelta, optional
+        The least time that makes a stay; ``"15 minutes"`` by default.
+    max_gap : str or timedelta, optional
+        A longer silence ends a stay, unless the next fix is at the same place; ``"1 hours"`` by
+        default.
+    max_bridge : str or timedelta, optional
+        A longer silence ends it in any case; ``"24 hours"`` by default.
+    max_away : str or timedelta, optional
+        Fixes elsewhere end a stay when they go on for so long; ``"5 minutes"`` by default.
+    max_accuracy : float, optional
+        A less accurate fix neither begins, ends nor moves a stay, metres; 200 by default.
     **run
         See `Run`.
 
     Returns
     -------
     Table
-        A row for each stay.
+        A row for each stay; those of one entity do not overlap in time.
     """
     return _answer(
         "stays",
         table,
         run,
-        window=window,
-        min_count=min_count,
-        ratio=ratio,
-        cell_length=cell_length,
-        box=box,
-        space_factor=space_factor,
-        time_factor=time_factor,
+        radius=radius,
+        min_stay=min_stay,
+        max_gap=max_gap,
+        max_bridge=max_bridge,
+        max_away=max_away,
+        max_accuracy=max_accuracy,
     )
 
 
 def meet(
     table: object,
     *,
-    max_per_box: int | None = None,
-    cell_length: int | None = None,
-    box: Span | None = None,
-    space_factor: float | None = None,
-    time_factor: float | None = None,
+    within: float | None = None,
+    apart: Span | None = None,
+    min_minutes: float | None = None,
+    pairs: bool = False,
     **run: Unpack[Run],
 ) -> Table:
-    """Tell who was with whom: pairs of entities that share cells and time boxes.
+    """Tell who was with whom, from when to when.
+
+    Two are together at a fix of either when the other is then near. Where it is then: on the way
+    between its two fixes around that time if they are at most `apart` from each other, else at its
+    nearest fix within `apart`. Such moments at most `apart` from each other are one encounter.
 
     Parameters
     ----------
     table : table
         See `Run`.
-    max_per_box : int, optional
-        Entities of one box that are paired with each other, from 2; 1000 by default. More are left
-        out, which the remarks tell.
-    cell_length : int, optional
-        As `boxes` has it; 8 by default: 38 m by 19 m at the equator.
-    box : str or timedelta, optional
-        As `boxes` has it; ``"15 minutes"`` by default.
-    space_factor, time_factor
-        As `boxes` has them.
+    within : float, optional
+        How near two are who are together, metres; 50 by default.
+    apart : str or timedelta, optional
+        How far apart in time two fixes may be for what is between them to be known;
+        ``"5 minutes"`` by default.
+    min_minutes : float, optional
+        Shorter encounters are left out; 0 by default.
+    pairs : bool
+        The sums of each pair, longest together first, in place of their encounters.
     **run
         See `Run`.
 
     Returns
     -------
     Table
-        A row for each pair.
+        A row for each encounter, or pair.
     """
     return _answer(
         "meetings",
         table,
         run,
-        max_per_box=max_per_box,
-        cell_length=cell_length,
-        box=box,
-        space_factor=space_factor,
-        time_factor=time_factor,
+        within=within,
+        apart=apart,
+        min_minutes=min_minutes,
+        pairs=pairs,
     )
 
 

@@ -4,6 +4,7 @@
 #include "src/faults.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <nanobind/stl/string.h>
 #include <optional>
@@ -55,6 +56,25 @@ void read(nb::handle said, std::optional<std::int64_t>& late) {
     }
 }
 
+/// Milliseconds, from a length that always is as long.
+void readLength(nb::handle said, std::int64_t& ms) {
+    const std::optional<std::int64_t> length = fixedLength(readSpan(nb::cast<std::string>(said)));
+    if (!length) {
+        throw std::invalid_argument("want days or a shorter unit");
+    }
+    ms = *length;
+}
+
+void readMinutes(nb::handle said, std::int64_t& ms) {
+    constexpr double kMinute = 60'000.0;
+    constexpr double kMost = 1e9;
+    const auto minutes = nb::cast<double>(said);
+    if (!(minutes >= 0.0 && minutes <= kMost)) {
+        throw std::invalid_argument("want 0 or more");
+    }
+    ms = static_cast<std::int64_t>(std::ceil(minutes * kMinute));
+}
+
 struct Setting {
     std::string_view name;
     void (*take)(nb::handle said, Reading& to);
@@ -68,8 +88,22 @@ constexpr Setting kSettings[] = {
      [](nb::handle v, Reading& r) { read(v, r.settings.session.defaultTolerance); }},
     {"time_tolerance", [](nb::handle v, Reading& r) { read(v, r.settings.session.timeTolerance); }},
     {"final", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.lastFigures); }},
-    {"max_per_box",
-     [](nb::handle v, Reading& r) { read(v, r.settings.analysis.maxEntitiesPerBox); }},
+    {"radius", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.stays.radius); }},
+    {"min_stay",
+     [](nb::handle v, Reading& r) { readLength(v, r.settings.analysis.stays.minStay); }},
+    {"max_gap", [](nb::handle v, Reading& r) { readLength(v, r.settings.analysis.stays.maxGap); }},
+    {"max_bridge",
+     [](nb::handle v, Reading& r) { readLength(v, r.settings.analysis.stays.maxBridge); }},
+    {"max_away",
+     [](nb::handle v, Reading& r) { readLength(v, r.settings.analysis.stays.maxAway); }},
+    {"max_accuracy",
+     [](nb::handle v, Reading& r) { read(v, r.settings.analysis.stays.maxAccuracy); }},
+    {"within", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.within); }},
+    {"apart",
+     [](nb::handle v, Reading& r) { readLength(v, r.settings.analysis.encounters.apart); }},
+    {"min_minutes",
+     [](nb::handle v, Reading& r) { readMinutes(v, r.settings.analysis.encounters.minDuration); }},
+    {"pairs", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.pairs); }},
     {"config_file",
      [](nb::handle v, Reading& r) { r.config = readConfig(nb::cast<std::string>(v)); }},
     {"config_text",

@@ -28,7 +28,7 @@ COMMANDS = {
 
 
 def find_program():
-    built = [str(ROOT / "build" / preset / "tools" / "qorvel") for preset in ("release", "dev")]
+    built = [str(ROOT / "build" / preset / "program" / "qorvel") for preset in ("release", "dev")]
     for candidate in [os.environ.get("QORVEL_PROGRAM", ""), *built]:
         if candidate and shutil.which(candidate):
             return candidate
@@ -94,7 +94,7 @@ def csv_text(table):
     """A table of results as the program writes it."""
     out = pa.table(table)
     columns = []
-    for _name, column in zip(out.column_names, out.columns, strict=True):
+    for name, column in zip(out.column_names, out.columns, strict=True):
         if pa.types.is_timestamp(column.type):
             texts = column.cast(pa.timestamp("ms")).cast(pa.string()).to_pylist()
             columns.append(
@@ -103,6 +103,8 @@ def csv_text(table):
                     for t in texts
                 ]
             )
+        elif name.endswith("_m"):
+            columns.append([f"{value:.2f}" for value in column.to_pylist()])
         elif pa.types.is_floating(column.type):
             columns.append([degrees_text(value) for value in column.to_pylist()])
         else:

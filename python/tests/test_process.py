@@ -68,12 +68,11 @@ def test_several_threads_of_python_work_side_by_side():
 
 @pytest.mark.parametrize("where", ["rows", "pairs"])
 def test_an_interruption_ends_a_call(where):
-    """Of work that would take for ever: rows without end, or pairs without number."""
+    """Of work that would take for ever: rows without end, or, at the end, pairs without number."""
     if where == "rows":
         table, options = pa.concat_tables([walk(100_000)] * 1000), {}
     else:
-        table, options = walk(300_000, 5000), {"box": "1 days", "cell_length": 4}
-        options["max_per_box"] = 1_000_000
+        table, options = walk(150_000, 5000).to_reader(), {"within": 1e5, "apart": "1 days"}
     interrupted = threading.Timer(0.3, lambda: os.kill(os.getpid(), signal.SIGINT))
     interrupted.start()
     with pytest.raises(KeyboardInterrupt):

@@ -23,7 +23,7 @@ public:
         processor_.boxes(event, visitor);
     }
 
-    void collect(std::int64_t) override {}
+    void collect(std::int64_t, LastResults&) override {}
 
 private:
     const qorvel_port::FigureProcessor processor_;

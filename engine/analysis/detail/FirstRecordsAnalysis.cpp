@@ -25,7 +25,7 @@ public:
         processor_.process(observation.event, visitor);
     }
 
-    void collect(std::int64_t time) override { processor_.gc(time); }
+    void collect(std::int64_t time, LastResults&) override { processor_.gc(time); }
 
 private:
     FigureProcessor processor_;

@@ -76,7 +76,7 @@ public:
         processor_.process(observation.event, visitor);
     }
 
-    void collect(std::int64_t time) override { processor_.gc(time); }
+    void collect(std::int64_t time, LastResults&) override { processor_.gc(time); }
 
     void finish(LastResults& results) override {
         std::vector<const KeptRecord<Result>*> inOrder(records_.size());

@@ -1,13 +1,11 @@
 #include "engine/analysis/detail/StaysAnalysis.h"
 
 #include "engine/analysis/StayResult.h"
-#include "engine/analysis/detail/FixNumbers.h"
-#include "engine/analysis/detail/Track.h"
-#include "engine/analysis/detail/processors.h"
-#include "engine/analysis/detail/visitors.h"
+#include "engine/analysis/detail/FixQueue.h"
+#include "engine/analysis/detail/StayDetector.h"
+#include "engine/columns/Fault.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <iterator>
 #include <tuple>
 #include <unordered_map>
@@ -18,128 +16,132 @@ namespace qorvel_engine::detail {
 
 namespace {
 
-using qorvel_port::FigureProcessor;
-using qorvel_port::Figures;
-
-/// A master row, and a processor that tells which cells a fix is near there.
-struct Resolution {
-    std::uint32_t masterId;
-    FigureProcessor processor;
-};
-
-/// What is kept of an entity until its last fix is done with.
+/// What is kept of an entity.
 struct Entity {
-    FixNumbers numbers;
-    std::vector<Track> tracks; ///< by resolution
+    FixQueue held;
+    StayDetector detector;
+
+    bool isIdle() const { return held.isEmpty() && detector.isIdle(); }
 };
 
-StayResult resultOf(Stay& stay) {
+StayResult resultOf(std::uint64_t eid, const Stay& stay) {
     constexpr std::int64_t kMinute = 60000;
-    const auto cellCount = static_cast<std::int64_t>(stay.cells.size());
-    return {stay.owner.eid,
-            std::move(stay.cells),
+    constexpr std::uint32_t kCellBits = 40;
+    const auto [latitude, longitude] = toDegrees(stay.fixes.centre());
+    return {eid,
             stay.from,
             stay.to,
-            (stay.to - stay.from + kMinute / 2) / kMinute,
-            static_cast<std::int64_t>(stay.fixes),
-            cellCount};
+            (stay.to - stay.from) / kMinute +
+                ((stay.to - stay.from) % kMinute >= kMinute / 2 ? 1 : 0),
+            latitude,
+            longitude,
+            stay.fixes.spread(),
+            stay.fixes.farthest(),
+            static_cast<std::int64_t>(stay.fixes.count()),
+            SpaceBox(latitude, longitude, kCellBits)};
 }
 
 class StaysShard : public Shard {
 public:
-    explicit StaysShard(const Tables& tables)
-        : lookBack_(tables.lookBack()),
-          processor_(makeProcessor(tables, FigureProcessor::Wanted::every)) {
-        for (const STBMasterRow& master : tables.masters()) {
-            resolutions_.push_back(
-                {static_cast<std::uint32_t>(master.masterId), makeBoxProcessor(tables, {master})});
-        }
-    }
+    explicit StaysShard(const StayOptions& options) : work_{options} {}
 
-    void take(const Observation& observation, Found&) override {
-        Event event = observation.event;
+    void take(const Observation& observation, Found& found) override {
+        const Event& event = observation.event;
+        if (observation.isLate) {
+            return; // what comes after it may have been taken already
+        }
         Entity& entity = entities_[event.eid];
-        entity.tracks.resize(resolutions_.size());
-        if (addFix(event, entity)) { // then records tell which of the entity's fixes they cover
-            event.sequenceNumber = entity.numbers.add(event.time);
+        entity.held.add({event.time, event.latitude, event.longitude, event.spaceTolerance});
+        proceed(entity, observation.oldestToCome);
+        for (const Stay& stay : work_.stays) {
+            found.results().append(resultOf(event.eid, stay));
         }
-        FigureVisitor visitor([&](const Figures& record) {
-            entity.tracks[resolutionOf(record.spec)].add(record, event, observation.row);
-        });
-        processor_.process(event, visitor);
+        work_.stays.clear();
     }
 
-    void collect(std::int64_t time) override {
-        processor_.gc(time);
-        const std::int64_t last = time - 1; // a fix may end a millisecond after its time
+    void collect(std::int64_t time, LastResults& results) override {
         for (auto entry = entities_.begin(); entry != entities_.end();) {
             auto& [eid, entity] = *entry;
-            entity.numbers.forget(last);
-            const bool isDone = entity.numbers.areDone();
-            for (std::size_t i = 0; i < resolutions_.size(); ++i) {
-                if (isDone || entity.tracks[i].isCrowded()) {
-                    entity.tracks[i].settle(last, entity.numbers.firstNeeded(),
-                                            {eid, resolutions_[i].masterId}, stays_);
-                }
-            }
-            entry = isDone ? entities_.erase(entry) : std::next(entry);
+            proceed(entity, time);
+            gather(eid);
+            entry = entity.isIdle() ? entities_.erase(entry) : std::next(entry);
         }
+        handOver(results);
     }
 
     void finish(LastResults& results) override {
         for (auto& [eid, entity] : entities_) {
-            for (std::size_t i = 0; i < resolutions_.size(); ++i) {
-                entity.tracks[i].settleAll({eid, resolutions_[i].masterId}, stays_);
+            while (!entity.held.isEmpty()) {
+                entity.detector.take(entity.held.take(), work_);
             }
+            entity.detector.finish(work_);
+            gather(eid);
         }
-        std::sort(stays_.begin(), stays_.end(), [](const Stay& left, const Stay& right) {
-            return std::tie(left.from, left.row, left.owner, left.to, left.fixes) <
-                   std::tie(right.from, right.row, right.owner, right.to, right.fixes);
-        });
-        for (Stay& stay : stays_) {
-            results.add({stay.from, stay.row}, resultOf(stay));
-        }
+        entities_.clear();
+        handOver(results);
     }
 
 private:
-    /// Tells the tracks what the fix is near; false if it is near nothing at all.
-    bool addFix(const Event& event, Entity& entity) {
-        bool isTaken = false;
-        for (std::size_t i = 0; i < resolutions_.size(); ++i) {
-            near_.clear();
-            BoxVisitor visitor([this](const SpaceTimeBox& box) { near_.push_back(box); });
-            resolutions_[i].processor.boxes(event, visitor);
-            if (!near_.empty()) {
-                entity.tracks[i].addFix(event, near_, lookBack_);
-                isTaken = true;
-            }
+    /// No fix before this time will come.
+    void proceed(Entity& entity, std::int64_t time) {
+        while (!entity.held.isEmpty() && entity.held.oldest() < time) {
+            entity.detector.take(entity.held.take(), work_);
         }
-        return isTaken;
+        entity.detector.advance(time, work_);
     }
 
-    std::size_t resolutionOf(const STBCompressionSpec& spec) const {
-        const auto known = std::find_if(
-            resolutions_.begin(), resolutions_.end(),
-            [&spec](const Resolution& resolution) { return resolution.masterId == spec.masterId; });
-        return static_cast<std::size_t>(known - resolutions_.begin());
+    void gather(std::uint64_t eid) {
+        for (const Stay& stay : work_.stays) {
+            gathered_.emplace_back(eid, stay);
+        }
+        work_.stays.clear();
     }
 
-    const std::int64_t lookBack_;
-    FigureProcessor processor_;
-    std::vector<Resolution> resolutions_;
-    std::unordered_map<std::uint64_t, Entity> entities_; ///< by eid
-    std::vector<Stay> stays_;
-    std::vector<SpaceBox> near_; ///< kept for its memory
+    /// By the times from which they are final, whenever that was told. Those of an entity are found
+    /// one after the other.
+    void handOver(LastResults& results) {
+        std::stable_sort(gathered_.begin(), gathered_.end(),
+                         [](const auto& left, const auto& right) {
+                             return std::tie(left.second.knownFrom, left.first) <
+                                    std::tie(right.second.knownFrom, right.first);
+                         });
+        for (const auto& [eid, stay] : gathered_) {
+            results.add({stay.knownFrom, eid}, resultOf(eid, stay));
+        }
+        gathered_.clear();
+    }
+
+    StayDetector::Work work_;
+    std::unordered_map<std::uint64_t, Entity> entities_;   ///< by eid
+    std::vector<std::pair<std::uint64_t, Stay>> gathered_; ///< kept for its memory
 };
 
+void expect(bool holds, const char* otherwise) {
+    if (!holds) {
+        throw Fault(FaultCode::badConfiguration, otherwise);
+    }
+}
+
 } // namespace
+
+StaysAnalysis::StaysAnalysis(const StayOptions& options) : options_(options) {
+    expect(options.radius > 0.0 && options.radius <= 100000.0,
+           "The radius of stays has to be above 0 and at most 100,000 metres.");
+    expect(options.minStay >= 0, "The shortest stay has to be a time from 0 on.");
+    expect(options.maxGap >= 0, "The longest gap has to be a time from 0 on.");
+    expect(options.maxBridge >= options.maxGap,
+           "The longest bridge has to be at least as long as the longest gap.");
+    expect(options.maxAway >= 0, "The longest time away has to be a time from 0 on.");
+    expect(options.maxAccuracy >= 0.0,
+           "The worst accuracy has to be a number of metres from 0 on.");
+}
 
 ResultTable StaysAnalysis::makeTable(std::shared_ptr<const EntityNames> names) const {
     return StayResult::layout().makeTable(std::move(names));
 }
 
 std::unique_ptr<Shard> StaysAnalysis::makeShard() const {
-    return std::make_unique<StaysShard>(tables_);
+    return std::make_unique<StaysShard>(options_);
 }
 
 } // namespace qorvel_engine::detail

@@ -20,6 +20,8 @@ struct Batch {
         std::int32_t primaryKey;
         std::int32_t secondaryKey;
         std::size_t lane;
+        std::int64_t oldestToCome; ///< as in Observation
+        bool isLate;               ///< as there
     };
     struct Collection {
         std::size_t entry; ///< in front of this one
@@ -48,11 +50,11 @@ struct Batch {
     std::uint64_t number = 0;    ///< counted over those that go through the lanes
     std::size_t lanesToCome = 0; ///< that have not finished it
 
-    /// Calls `collect(time)` for each collection that stands in front of this entry.
+    /// Calls `collect(number)` for each collection that stands in front of this entry.
     template <class Collect>
     void collectBefore(std::size_t entry, std::size_t& next, const Collect& collect) const {
         for (; next < collections.size() && collections[next].entry <= entry; ++next) {
-            collect(collections[next].time);
+            collect(next);
         }
     }
 

@@ -44,8 +44,8 @@ void Findings::appendTo(ResultBatch& results, std::size_t entry) {
 }
 
 void Findings::show(Analysis& analysis, std::size_t entry) {
-    for (; nextBox_ < boxes_.size() && boxes_[nextBox_].first == entry; ++nextBox_) {
-        analysis.see(boxes_[nextBox_].second);
+    for (; nextFix_ < fixes_.size() && fixes_[nextFix_].first == entry; ++nextFix_) {
+        analysis.see(fixes_[nextFix_].second);
     }
 }
 
@@ -55,8 +55,10 @@ void Findings::clear() {
     results_.size = 0;
     ends_.clear();
     nextEnd_ = 0;
-    boxes_.clear();
-    nextBox_ = 0;
+    collected_.clear();
+    collectionEnds_.clear();
+    fixes_.clear();
+    nextFix_ = 0;
 }
 
 } // namespace qorvel_engine::detail

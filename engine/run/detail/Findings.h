@@ -9,30 +9,41 @@
 
 namespace qorvel_engine::detail {
 
-/// What one shard found in a batch, and for which of its entries. Results that become texts do so
-/// at once, in the shard's thread.
+/// What one shard found in a batch, and for which of its entries or collections. Results of entries
+/// that become texts do so at once, in the shard's thread.
 class Findings final : public Found {
 public:
-    explicit Findings(const ResultMaker& maker) : maker_(&maker), results_(maker.makeBatch()) {}
+    explicit Findings(const ResultMaker& maker)
+        : maker_(&maker), results_(maker.makeBatch()), collected_(maker.makeTable()) {}
 
     ResultTable& results() override { return results_.table; }
-    void add(const SeenBox& box) override { boxes_.emplace_back(entry_, box); }
+    void add(const SeenFix& fix) override { fixes_.emplace_back(entry_, fix); }
 
     /// What is found from now on belongs to this entry; they come in ascending order.
     void beginEntry(std::size_t entry) { entry_ = entry; }
     /// Nothing more belongs to it.
     void endEntry();
 
-    /// How many results there are.
-    std::uint64_t size() const { return results_.size; }
+    /// Results of a collection are added to these; collections come in order, each of them.
+    LastResults& collected() { return collected_; }
+    void endCollection() { collectionEnds_.push_back(collected_.places().size()); }
 
-    /// All of them.
+    bool isEmpty() const { return results_.size == 0 && collected_.places().empty(); }
+    bool hasCollected() const { return !collected_.places().empty(); }
+
+    /// All of the entries.
     ResultBatch takeAll();
 
     /// Appends those of an entry; they are asked for in ascending order.
     void appendTo(ResultBatch& results, std::size_t entry);
 
-    /// Hands the boxes of an entry to the analysis; they are asked for in ascending order.
+    /// Which of the collected ones are of that collection: from the first to before the second.
+    std::pair<std::size_t, std::size_t> ofCollection(std::size_t number) const {
+        return {number == 0 ? 0 : collectionEnds_[number - 1], collectionEnds_[number]};
+    }
+    const LastResults& collected() const { return collected_; }
+
+    /// Hands the fixes of an entry to the analysis; they are asked for in ascending order.
     void show(Analysis& analysis, std::size_t entry);
 
     /// For another batch; memory is kept.
@@ -51,8 +62,10 @@ private:
     ResultBatch results_;   ///< as texts too, where they become such
     std::vector<End> ends_; ///< of the entries that have results
     std::size_t nextEnd_ = 0;
-    std::vector<std::pair<std::size_t, SeenBox>> boxes_; ///< by entry
-    std::size_t nextBox_ = 0;
+    LastResults collected_;
+    std::vector<std::size_t> collectionEnds_;
+    std::vector<std::pair<std::size_t, SeenFix>> fixes_; ///< by entry
+    std::size_t nextFix_ = 0;
 };
 
 } // namespace qorvel_engine::detail

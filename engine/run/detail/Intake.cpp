@@ -2,9 +2,25 @@
 
 #include "engine/columns/Fault.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qorvel_engine::detail {
+
+namespace {
+
+/// A pass looks at that many entities for each row, at most: each costs a fraction of a row.
+constexpr std::uint64_t kEntitiesPerRow = 4;
+
+} // namespace
+
+Intake::Intake(KeyNumbers keys, const Analysis& analysis, std::optional<std::int64_t> late,
+               Counters& counters)
+    : keys_(std::move(keys)), horizon_(late), lookBack_(analysis.lookBack()), counters_(counters) {
+    if (const std::optional<std::int64_t> usual = analysis.lateInEntity()) {
+        entityHorizons_.emplace(late, *usual);
+    }
+}
 
 void Intake::expect(EntityKind kind) {
     if (names_ == nullptr) {
@@ -31,26 +47,20 @@ void Intake::fill(Batch& batch, std::int64_t from, std::int64_t to, bool isOldes
             Counters::add(counters_.rejected);
             continue;
         }
-        const Batch::Entry entry = makeEntry(columns, row, batch.shares.size());
+        Batch::Entry entry = makeEntry(columns, row, batch.shares.size());
+        if (lookBack_ >= 0) {
+            judge(entry, columns.timeMs(row), isOldestKnown);
+        }
         batch.shares[entry.lane].entries.push_back(batch.entries.size());
         batch.entries.push_back(entry);
-        if (lookBack_ >= 0) {
-            const std::int64_t time = columns.timeMs(row);
-            countDisorder(entry.eid, time);
-            if (!horizon_.isInTime(time, isOldestKnown)) {
-                Counters::add(counters_.late);
-            }
-            collect(batch);
-        }
+        collect(batch);
     }
     Counters::add(counters_.pushed, static_cast<std::uint64_t>(to - from));
 }
 
 void Intake::know(Batch& batch, std::int64_t oldestToCome) {
-    if (lookBack_ >= 0) {
-        horizon_.know(oldestToCome);
-        collect(batch);
-    }
+    horizon_.know(oldestToCome);
+    collect(batch);
 }
 
 std::vector<Reject> Intake::takeRejects() {
@@ -85,6 +95,21 @@ std::uint64_t Intake::entityOf(const Observations& columns, std::int64_t row) {
         }));
 }
 
+/// Is it out of order, or late?
+void Intake::judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown) {
+    countDisorder(entry.eid, time);
+    if (entityHorizons_) {
+        entry.oldestToCome =
+            entityHorizons_->oldestToCome(entry.eid, newest_[entry.eid], isOldestKnown);
+        entry.isLate = time < std::max(entry.oldestToCome, horizon_.oldestToCome());
+    } else {
+        entry.isLate = !horizon_.isInTime(time, isOldestKnown);
+    }
+    if (entry.isLate) {
+        Counters::add(counters_.late);
+    }
+}
+
 void Intake::countDisorder(std::uint64_t eid, std::int64_t time) {
     if (eid >= newest_.size()) {
         newest_.resize(eid + 1); // no time is negative
@@ -97,12 +122,21 @@ void Intake::countDisorder(std::uint64_t eid, std::int64_t time) {
 }
 
 /// Each pass over all that is remembered is worth it only when time has moved on by a whole
-/// look-back. It hangs on the rows alone, not on batches, so that every run has the same result.
+/// look-back; over all entities, when there were rows enough to pay for it. It hangs on the rows
+/// alone and on what is known between which of them, not on threads, so that every run has the same
+/// result.
 void Intake::collect(Batch& batch) {
+    if (lookBack_ < 0) {
+        return;
+    }
     const std::int64_t needless = horizon_.oldestToCome() - lookBack_;
-    if (needless > collected_ && needless - collected_ >= lookBack_) {
+    const bool isWorthIt = entityHorizons_
+                               ? (rows_ - collectedRow_) * kEntitiesPerRow >= newest_.size()
+                               : needless - collected_ >= lookBack_;
+    if (needless > collected_ && isWorthIt) {
         batch.collections.push_back({batch.entries.size(), needless});
         collected_ = needless;
+        collectedRow_ = rows_;
     }
 }
 

@@ -1,11 +1,13 @@
 #ifndef QORVEL_ENGINE_RUN_DETAIL_INTAKE_H
 #define QORVEL_ENGINE_RUN_DETAIL_INTAKE_H
 
+#include "engine/analysis/Analysis.h"
 #include "engine/columns/EntityDictionary.h"
 #include "engine/run/Reject.h"
 #include "engine/run/detail/Batch.h"
 #include "engine/run/detail/Counters.h"
 #include "engine/run/detail/DictionaryNumbers.h"
+#include "engine/run/detail/EntityHorizons.h"
 #include "engine/run/detail/Horizon.h"
 #include "engine/run/detail/KeyNumbers.h"
 
@@ -19,10 +21,9 @@ namespace qorvel_engine::detail {
 /// Numbers rows, entities and keys, sorts out bad rows and says what may be forgotten when.
 class Intake {
 public:
-    /// @param lookBack  ms, how far before a row's time something may matter to it; negative:
-    ///                  nothing is ever collected
-    Intake(KeyNumbers keys, const Horizon& horizon, std::int64_t lookBack, Counters& counters)
-        : keys_(std::move(keys)), horizon_(horizon), lookBack_(lookBack), counters_(counters) {}
+    /// @param late  as in SessionOptions
+    Intake(KeyNumbers keys, const Analysis& analysis, std::optional<std::int64_t> late,
+           Counters& counters);
 
     /// Throws the Fault `misuse` if entities are called otherwise than before.
     void expect(EntityKind kind);
@@ -46,12 +47,15 @@ public:
 private:
     Batch::Entry makeEntry(const Observations& columns, std::int64_t row, std::size_t lanes);
     std::uint64_t entityOf(const Observations& columns, std::int64_t row);
+    void judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown);
     void countDisorder(std::uint64_t eid, std::int64_t time);
     void collect(Batch& batch);
 
     KeyNumbers keys_;
     Horizon horizon_;
-    std::int64_t lookBack_;
+    std::optional<EntityHorizons> entityHorizons_; ///< where the analysis asks for them
+    std::int64_t lookBack_; ///< ms, how far before a row's time something may matter to it;
+                            ///< negative: nothing is ever collected
     Counters& counters_;
     std::shared_ptr<EntityDictionary> names_;
     DictionaryNumbers entities_;
@@ -61,6 +65,7 @@ private:
     std::vector<Reject> rejects_;
     std::vector<std::int64_t> newest_; ///< by entity, the time of its rows so far
     std::int64_t collected_ = 0;       ///< what ended before it has been forgotten
+    std::uint64_t collectedRow_ = 0;   ///< how many rows there were then
 };
 
 } // namespace qorvel_engine::detail

@@ -17,9 +17,7 @@ LastBatches::LastBatches(LastResults results)
     : results_(std::move(results)), order_(results_.places().size()) {
     std::iota(order_.begin(), order_.end(), std::size_t{0});
     std::stable_sort(order_.begin(), order_.end(), [this](std::size_t left, std::size_t right) {
-        const LastResults::Place& a = results_.places()[left];
-        const LastResults::Place& b = results_.places()[right];
-        return std::pair(a.order, a.row) < std::pair(b.order, b.row);
+        return results_.places()[left] < results_.places()[right];
     });
 }
 

@@ -44,6 +44,7 @@ Pipeline::Pipeline(Analysis& analysis, const SessionOptions& options, Counters& 
     for (Lane& lane : lanes_) {
         lane.shard = analysis.makeShard();
     }
+    analysis.watch(isCancelled_);
     startThreads(options.threads);
 }
 
@@ -237,7 +238,10 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
     Shard& shard = *lanes_[lane].shard;
     qorvel::Event& event = lanes_[lane].event;
     Batch::Share& share = batch.shares[lane];
-    const auto collect = [&shard](std::int64_t time) { shard.collect(time); };
+    const auto collect = [&](std::size_t number) {
+        shard.collect(batch.collections[number].time, share.findings.collected());
+        share.findings.endCollection();
+    };
     std::size_t nextCollection = 0;
     event.timeTolerance = timeTolerance_;
     for (const std::size_t at : share.entries) {
@@ -253,7 +257,7 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
         event.spaceTolerance = tolerance > 0.0 ? tolerance : 0.0; // not -0.0
         event.time = batch.columns.timeMs(entry.at);
         share.findings.beginEntry(at);
-        shard.take({event, event.sequenceNumber}, share.findings);
+        shard.take({event, event.sequenceNumber, entry.oldestToCome, entry.isLate}, share.findings);
         share.findings.endEntry();
     }
     batch.collectBefore(batch.entries.size(), nextCollection, collect);
@@ -261,7 +265,7 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
 
 void Pipeline::handOver(Batch& batch) {
     ResultBatch results = resultsOf(batch);
-    show(batch);
+    show(batch, results);
     Counters::add(counters_.processed, batch.entries.size());
     if (results.size > 0) {
         Counters::add(counters_.results, results.size);
@@ -271,22 +275,57 @@ void Pipeline::handOver(Batch& batch) {
 
 /// Those that one lane alone has found are moved; else they are put in order.
 ResultBatch Pipeline::resultsOf(Batch& batch) const {
-    const auto hasResults = [](const Batch::Share& share) { return share.findings.size() > 0; };
+    const auto hasResults = [](const Batch::Share& share) { return !share.findings.isEmpty(); };
     const auto first = std::find_if(batch.shares.begin(), batch.shares.end(), hasResults);
-    if (first != batch.shares.end() && std::none_of(first + 1, batch.shares.end(), hasResults)) {
+    if (first != batch.shares.end() && !first->findings.hasCollected() &&
+        std::none_of(first + 1, batch.shares.end(), hasResults)) {
         return first->findings.takeAll();
     }
     ResultBatch results = maker_.makeBatch();
     if (first != batch.shares.end()) {
+        const auto collect = [&](std::size_t number) { appendCollected(batch, number, results); };
+        std::size_t nextCollection = 0;
         for (std::size_t at = 0; at < batch.entries.size(); ++at) {
+            batch.collectBefore(at, nextCollection, collect);
             batch.shares[batch.entries[at].lane].findings.appendTo(results, at);
         }
+        batch.collectBefore(batch.entries.size(), nextCollection, collect);
     }
     return results;
 }
 
-void Pipeline::show(Batch& batch) {
-    const auto collect = [this](std::int64_t time) { analysis_.collect(time); };
+/// Those that all lanes found in a collection, by their places.
+void Pipeline::appendCollected(const Batch& batch, std::size_t number, ResultBatch& results) const {
+    struct Collected {
+        LastResults::Place place;
+        const LastResults* results;
+        std::size_t row;
+    };
+    std::vector<Collected> all;
+    for (const Batch::Share& share : batch.shares) {
+        const LastResults& collected = share.findings.collected();
+        const auto [begin, end] = share.findings.ofCollection(number);
+        for (std::size_t row = begin; row < end; ++row) {
+            all.push_back({collected.places()[row], &collected, row});
+        }
+    }
+    std::stable_sort(all.begin(), all.end(), [](const Collected& left, const Collected& right) {
+        return left.place < right.place;
+    });
+    for (const Collected& one : all) {
+        maker_.append(one.results->table(), one.row, results);
+    }
+}
+
+/// Appends what the analysis finds in the fixes that the lanes have handed on.
+void Pipeline::show(Batch& batch, ResultBatch& results) {
+    const auto collect = [&](std::size_t number) {
+        LastResults collected(maker_.makeTable());
+        analysis_.collect(batch.collections[number].time, *maker_.names(), collected);
+        for (std::size_t row = 0; row < collected.places().size(); ++row) {
+            maker_.append(collected.table(), row, results);
+        }
+    };
     std::size_t nextCollection = 0;
     for (std::size_t at = 0; at < batch.entries.size(); ++at) {
         batch.collectBefore(at, nextCollection, collect);

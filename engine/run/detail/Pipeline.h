@@ -91,7 +91,8 @@ private:
     void process(Batch& batch, std::size_t lane);
     void handOver(Batch& batch);
     ResultBatch resultsOf(Batch& batch) const;
-    void show(Batch& batch);
+    void appendCollected(const Batch& batch, std::size_t number, ResultBatch& results) const;
+    void show(Batch& batch, ResultBatch& results);
     void releaseOwners();
 
     Analysis& analysis_;

@@ -39,8 +39,7 @@ public:
         const SpaceTimeBox stb(qorvel_detail::boxOf(view.cell), view.box);
         sink_.take({view.event.eid, view.spec, stb, view.totalCount(), view.tally.beforeCount,
                     view.tally.afterCount, view.firstTime(), view.endTime(), view.series.size(),
-                    view.series.front().sequenceNumber, view.series.back().sequenceNumber,
-                    view.series});
+                    view.series.front().sequenceNumber, view.series.back().sequenceNumber});
     }
 
 private:
@@ -49,10 +48,6 @@ private:
 };
 
 } // namespace
-
-std::uint64_t Figures::sequenceNumber(std::uint64_t index) const {
-    return series[static_cast<std::uint32_t>(index)].sequenceNumber;
-}
 
 bool passes(RowTest test, const STBAssignmentRow& row, const Event& event) {
     return RowTests(row).passes(test, event, Position(event.latitude, event.longitude));

@@ -12,10 +12,6 @@
 #include <list>
 #include <memory>
 
-namespace qorvel_detail {
-class Series;
-}
-
 /// The one way by which the engine reaches into the library: what hosts get as lists of records, it
 /// gets as figures, at every event if it wants. Exported, but not installed: it may change with
 /// every version, and the engine's package wants the very version that it was built with.
@@ -53,11 +49,6 @@ struct Figures {
     std::uint64_t eventCount;
     std::uint64_t firstSequenceNumber; ///< of the covered event that arrived first
     std::uint64_t lastSequenceNumber;
-
-    /// Of the covered event of that index, below eventCount, in the order of arrival.
-    QORVEL_EXPORT std::uint64_t sequenceNumber(std::uint64_t index) const;
-
-    const qorvel_detail::Series& series; ///< for sequenceNumber
 };
 
 class FigureSink {

@@ -1,0 +1,27 @@
+#ifndef QORVEL_ENGINE_ANALYSIS_ENCOUNTEROPTIONS_H
+#define QORVEL_ENGINE_ANALYSIS_ENCOUNTEROPTIONS_H
+
+#include <cstdint>
+
+namespace qorvel_engine {
+
+/// When two entities are together.
+struct EncounterOptions {
+    /// How far one may be from the other, metres, above 0 and at most 100,000. 50: within sight and
+    /// call, with the noise of two devices.
+    double within = 50.0;
+
+    /// How far in time two fixes may lie apart for what is between them to be known, ms, from 1 to
+    /// a day. 5 minutes: in a longer silence somebody can go elsewhere and come back.
+    std::int64_t apart = 300'000;
+
+    /// Shorter encounters are left out, ms, from 0.
+    std::int64_t minDuration = 0;
+
+    /// The sums of each pair, at the end, instead of its encounters.
+    bool pairs = false;
+};
+
+} // namespace qorvel_engine
+
+#endif

@@ -1,0 +1,165 @@
+#include "engine/analysis/detail/Encounters.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+namespace qorvel_engine::detail {
+
+namespace {
+
+/// In units of `apart`: a fix is kept for that long, and the shorter it is the more fixes stand
+/// near the border of two slots, where both look at them.
+constexpr std::int64_t kSlotLength = 2;
+
+constexpr std::int64_t kEndOfTime = std::numeric_limits<std::int64_t>::max();
+
+/// Times are not negative.
+std::int64_t after(std::int64_t time, std::int64_t span) {
+    return time > kEndOfTime - span ? kEndOfTime : time + span;
+}
+
+} // namespace
+
+Encounters::Encounters(const EncounterOptions& options)
+    : options_(options), slotLength_(kSlotLength * options.apart), finder_(options) {}
+
+void Encounters::add(const SeenFix& fix) {
+    const std::int64_t slot = fix.time / slotLength_;
+    if (slot < nextSlot_) {
+        ++lateFixes_;
+    } else {
+        slots_[slot].push_back(fix);
+    }
+}
+
+void Encounters::advance(std::int64_t oldestToCome, const NameOrder& isBefore, const Sink& sink) {
+    const std::int64_t complete = (oldestToCome - options_.apart) / slotLength_; // not itself
+    lookThroughBefore(complete, isBefore, sink);
+    nextSlot_ = std::max(nextSlot_, complete);
+    close(complete);
+    handOver(isBefore, sink);
+}
+
+void Encounters::finish(const NameOrder& isBefore, const Sink& sink) {
+    lookThroughBefore(kEndOfTime, isBefore, sink);
+    close(kEndOfTime);
+    handOver(isBefore, sink);
+}
+
+void Encounters::lookThroughBefore(std::int64_t end, const NameOrder& isBefore, const Sink& sink) {
+    for (auto slot = slots_.lower_bound(nextSlot_); slot != slots_.end() && slot->first < end;
+         slot = slots_.lower_bound(nextSlot_)) {
+        lookThrough(slot);
+        slots_.erase(slots_.begin(), slot); // the next may look back at this one
+        nextSlot_ = slot->first + 1;
+        close(nextSlot_);
+        handOver(isBefore, sink);
+    }
+}
+
+void Encounters::lookThrough(Slots::const_iterator slot) {
+    finder_.take(fixesAround(slot));
+    const std::int64_t from = slot->first * slotLength_;
+    join(from, after(from, slotLength_ - 1));
+}
+
+std::vector<SeenFix> Encounters::fixesAround(Slots::const_iterator slot) const {
+    std::vector<SeenFix> fixes = slot->second;
+    const std::int64_t from = slot->first * slotLength_;
+    const auto earliest = from - options_.apart;
+    const auto latest = after(after(from, slotLength_ - 1), options_.apart);
+    for (const std::int64_t number : {slot->first - 1, slot->first + 1}) {
+        const auto neighbour = slots_.find(number);
+        if (neighbour != slots_.end()) {
+            std::copy_if(
+                neighbour->second.begin(), neighbour->second.end(), std::back_inserter(fixes),
+                [&](const SeenFix& fix) { return fix.time >= earliest && fix.time <= latest; });
+        }
+    }
+    std::sort(fixes.begin(), fixes.end());
+    fixes.erase(std::unique(fixes.begin(), fixes.end()), fixes.end());
+    return fixes;
+}
+
+/// Half by half where the moments are too many: it is their order in time that matters.
+void Encounters::join(std::int64_t from, std::int64_t to) {
+    if (finder_.find(from, to, moments_)) {
+        for (const Moment& moment : moments_) {
+            join(moment);
+        }
+    } else {
+        const std::int64_t middle = from + (to - from) / 2;
+        join(from, middle);
+        join(middle + 1, to);
+    }
+}
+
+void Encounters::join(const Moment& moment) {
+    const Encounter begun{moment.a,
+                          moment.b,
+                          moment.time,
+                          moment.time,
+                          moment.squaredDistance,
+                          moment.latitude,
+                          moment.longitude,
+                          1};
+    const auto [entry, isNew] = underWay_.try_emplace({moment.a, moment.b}, begun);
+    Encounter& encounter = entry->second;
+    if (isNew) {
+        return;
+    }
+    if (moment.time - encounter.to > options_.apart) {
+        ended_.push_back(encounter);
+        encounter = begun;
+        return;
+    }
+    encounter.to = moment.time;
+    ++encounter.fixes;
+    if (moment.squaredDistance < encounter.squaredDistance) {
+        encounter.squaredDistance = moment.squaredDistance;
+        encounter.latitude = moment.latitude;
+        encounter.longitude = moment.longitude;
+    }
+}
+
+/// The slot after which it is certain that an encounter has ended.
+std::int64_t Encounters::lastSlotOf(const Encounter& encounter) const {
+    return after(encounter.to, options_.apart) / slotLength_;
+}
+
+void Encounters::close(std::int64_t slot) {
+    for (auto entry = underWay_.begin(); entry != underWay_.end();) {
+        if (lastSlotOf(entry->second) < slot) {
+            ended_.push_back(entry->second);
+            entry = underWay_.erase(entry);
+        } else {
+            ++entry;
+        }
+    }
+}
+
+/// Slot by slot, so that it does not matter how many slots were closed at once.
+void Encounters::handOver(const NameOrder& isBefore, const Sink& sink) {
+    for (Encounter& encounter : ended_) {
+        if (isBefore(encounter.b, encounter.a)) {
+            std::swap(encounter.a, encounter.b);
+        }
+    }
+    std::sort(ended_.begin(), ended_.end(), [&](const Encounter& left, const Encounter& right) {
+        const auto one = std::pair(lastSlotOf(left), left.from);
+        const auto other = std::pair(lastSlotOf(right), right.from);
+        if (one != other) {
+            return one < other;
+        }
+        return left.a != right.a ? isBefore(left.a, right.a) : isBefore(left.b, right.b);
+    });
+    for (const Encounter& encounter : ended_) {
+        if (encounter.to - encounter.from >= options_.minDuration) {
+            sink(encounter);
+        }
+    }
+    ended_.clear();
+}
+
+} // namespace qorvel_engine::detail

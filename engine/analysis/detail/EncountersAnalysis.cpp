@@ -1,0 +1,143 @@
+#include "engine/analysis/detail/EncountersAnalysis.h"
+
+#include "engine/analysis/EncounterResult.h"
+#include "engine/analysis/PairResult.h"
+#include "engine/columns/Fault.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace qorvel_engine::detail {
+
+namespace {
+
+constexpr double kMostMetres = 100'000.0;
+constexpr std::int64_t kOneDay = 86'400'000;
+constexpr std::int64_t kMinute = 60'000;
+
+/// 38 m by 19 m or less, as near as two are.
+constexpr std::uint32_t kCellBits = 40;
+
+EncounterOptions checked(const EncounterOptions& options) {
+    const auto expect = [](bool holds, const char* otherwise) {
+        if (!holds) {
+            throw Fault(FaultCode::badConfiguration, otherwise);
+        }
+    };
+    expect(options.within > 0.0 && options.within <= kMostMetres,
+           "Two can be together within more than 0 and at most 100,000 metres.");
+    expect(options.apart >= 1 && options.apart <= kOneDay,
+           "The time between the fixes of two must be at least 1 ms and at most a day.");
+    expect(options.minDuration >= 0, "The least time together cannot be negative.");
+    return options;
+}
+
+/// Halves up; not negative.
+std::int64_t minutesOf(std::int64_t ms) {
+    return ms / kMinute + (ms % kMinute >= kMinute / 2 ? 1 : 0);
+}
+
+/// All that matters is who meets whom: a shard only passes fixes on.
+class EncountersShard : public Shard {
+public:
+    void take(const Observation& observation, Found& found) override {
+        const qorvel::Event& event = observation.event;
+        found.add(SeenFix{event.eid, event.time, event.latitude, event.longitude});
+    }
+
+    void collect(std::int64_t, LastResults&) override {}
+};
+
+} // namespace
+
+EncountersAnalysis::EncountersAnalysis(const EncounterOptions& options)
+    : options_(checked(options)), encounters_(options) {}
+
+ResultTable EncountersAnalysis::makeTable(std::shared_ptr<const EntityNames> names) const {
+    return options_.pairs ? PairResult::layout().makeTable(std::move(names))
+                          : EncounterResult::layout().makeTable(std::move(names));
+}
+
+std::unique_ptr<Shard> EncountersAnalysis::makeShard() const {
+    return std::make_unique<EncountersShard>();
+}
+
+void EncountersAnalysis::see(const SeenFix& fix) {
+    encounters_.add(fix);
+}
+
+void EncountersAnalysis::collect(std::int64_t time, const EntityNames& names,
+                                 LastResults& results) {
+    encounters_.advance(time + lookBack(), NameOrder(names), sinkFor(results));
+}
+
+void EncountersAnalysis::finish(const EntityNames& names, LastResults& results) {
+    const NameOrder isBefore(names);
+    encounters_.finish(isBefore, sinkFor(results));
+    if (options_.pairs) {
+        addPairs(isBefore, results);
+    }
+}
+
+/// They come in their order, which the places only number.
+Encounters::Sink EncountersAnalysis::sinkFor(LastResults& results) {
+    return [this, &results](const Encounter& encounter) {
+        if (options_.pairs) {
+            sum(encounter);
+            return;
+        }
+        results.add(
+            {0, results.places().size()},
+            EncounterResult{encounter.a, encounter.b, encounter.from, encounter.to,
+                            minutesOf(encounter.to - encounter.from),
+                            std::sqrt(encounter.squaredDistance), encounter.fixes,
+                            encounter.latitude, encounter.longitude,
+                            qorvel::SpaceBox(encounter.latitude, encounter.longitude, kCellBits)});
+    };
+}
+
+void EncountersAnalysis::sum(const Encounter& encounter) {
+    const auto [entry, isNew] =
+        sums_.try_emplace({encounter.a, encounter.b}, Sum{0, 0, encounter.from, encounter.to});
+    Sum& sum = entry->second;
+    ++sum.encounters;
+    sum.duration += encounter.to - encounter.from;
+    sum.last = encounter.to;
+}
+
+void EncountersAnalysis::addPairs(const NameOrder& isBefore, LastResults& results) const {
+    std::vector<const Sums::value_type*> all;
+    all.reserve(sums_.size());
+    for (const auto& entry : sums_) {
+        all.push_back(&entry);
+    }
+    std::sort(all.begin(), all.end(), [&](const auto* left, const auto* right) {
+        const auto one = std::pair(-left->second.duration, left->second.first);
+        const auto other = std::pair(-right->second.duration, right->second.first);
+        if (one != other) {
+            return one < other;
+        }
+        return left->first.first != right->first.first
+                   ? isBefore(left->first.first, right->first.first)
+                   : isBefore(left->first.second, right->first.second);
+    });
+    for (const auto* entry : all) {
+        const auto& [pair, sum] = *entry;
+        results.add({0, results.places().size()},
+                    PairResult{pair.first, pair.second, sum.encounters, minutesOf(sum.duration),
+                               sum.first, sum.last});
+    }
+}
+
+std::vector<std::string> EncountersAnalysis::remarks() const {
+    const std::uint64_t late = encounters_.lateFixes();
+    if (late == 0) {
+        return {};
+    }
+    return {(late == 1 ? "1 row" : std::to_string(late) + " rows") +
+            " came after their time had been looked through, and met nobody"};
+}
+
+} // namespace qorvel_engine::detail

@@ -1,0 +1,175 @@
+#include "engine/analysis/detail/MomentFinder.h"
+
+#include "engine/columns/Fault.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <tuple>
+#include <utility>
+
+namespace qorvel_engine::detail {
+
+namespace {
+
+/// Cells smaller than that would be many on the way of a vehicle.
+constexpr double kLeastCellSize = 800.0;
+
+/// Of a cell's size, how far it may be to the other entity: so few cells have to be asked.
+constexpr double kCellsPerDistance = 8.0;
+
+/// The cells that a piece of a cell's length asks, about.
+constexpr double kCellsPerStep = 12.0;
+
+/// What is far from rounding, metres.
+constexpr double kRoundingMargin = 0.001;
+
+/// A million moments are some tens of megabytes. More at a time are not worth the memory.
+constexpr std::size_t kManyMoments = 1'000'000;
+
+/// Times are not negative.
+std::int64_t later(std::int64_t time, std::int64_t span) {
+    return time > std::numeric_limits<std::int64_t>::max() - span
+               ? std::numeric_limits<std::int64_t>::max()
+               : time + span;
+}
+
+} // namespace
+
+MomentFinder::MomentFinder(const EncounterOptions& options)
+    : squaredWithin_(options.within * options.within), within_(options.within),
+      apart_(options.apart),
+      cellSize_(std::max(kLeastCellSize, kCellsPerDistance * options.within)), grid_(cellSize_) {}
+
+void MomentFinder::take(std::vector<SeenFix> fixes) {
+    fixes_ = std::move(fixes);
+    points_.clear();
+    points_.reserve(fixes_.size());
+    for (const SeenFix& fix : fixes_) {
+        points_.push_back(toEarthPoint({fix.latitude, fix.longitude}));
+    }
+}
+
+bool MomentFinder::find(std::int64_t from, std::int64_t to, std::vector<Moment>& moments) {
+    from_ = from;
+    to_ = to;
+    found_.clear();
+    moments.clear();
+    fillGrid();
+    for (std::size_t i = 0; i < fixes_.size() && !grid_.isEmpty();) {
+        const std::size_t begin = i;
+        while (i < fixes_.size() && fixes_[i].eid == fixes_[begin].eid) {
+            ++i;
+        }
+        expectWanted();
+        follow(begin, i);
+        if (found_.size() > kManyMoments && to > from) {
+            return false;
+        }
+    }
+    sortFound();
+    for (const Found& found : found_) {
+        const SeenFix& fix = fixes_[found.fix];
+        moments.push_back(
+            {found.a, found.b, fix.time, found.squaredDistance, fix.latitude, fix.longitude});
+    }
+    return true;
+}
+
+void MomentFinder::expectWanted() const {
+    if (cancelled_ != nullptr && *cancelled_) {
+        throw Fault(FaultCode::cancelled, "The session was cancelled.");
+    }
+}
+
+void MomentFinder::fillGrid() {
+    std::vector<FixGrid::Fix> asked;
+    for (std::size_t i = 0; i < fixes_.size(); ++i) {
+        if (fixes_[i].time >= from_ && fixes_[i].time <= to_) {
+            asked.push_back({points_[i], fixes_[i].time, fixes_[i].eid, i});
+        }
+    }
+    grid_.fill(std::move(asked));
+}
+
+/// The way of one entity, piece by piece.
+void MomentFinder::follow(std::size_t begin, std::size_t end) {
+    const std::uint64_t eid = fixes_[begin].eid;
+    const auto time = [this](std::size_t at) { return fixes_[at].time; };
+    ask(eid, {std::max<std::int64_t>(time(begin) - apart_, 0), time(begin), points_[begin]});
+    for (std::size_t next = begin + 1; next < end; ++next) {
+        const std::size_t last = next - 1;
+        const std::int64_t gap = time(next) - time(last);
+        if (gap <= apart_) {
+            ask(eid, {time(last), time(next), points_[last], points_[next]});
+        } else {
+            const std::int64_t middle = time(last) + gap / 2;
+            ask(eid, {time(last), std::min(time(last) + apart_, middle), points_[last]});
+            ask(eid, {std::max(time(next) - apart_, middle + 1), time(next), points_[next]});
+        }
+    }
+    ask(eid, {time(end - 1), later(time(end - 1), apart_), points_[end - 1]});
+}
+
+void MomentFinder::ask(std::uint64_t eid, const TrackPiece& piece) {
+    const std::int64_t from = std::max(piece.from(), from_);
+    const std::int64_t to = std::min(piece.to(), to_);
+    if (from > to) {
+        return;
+    }
+    const auto count = static_cast<double>(grid_.countIn(from, to));
+    const double steps = piece.length() * piece.shareOf(to - from) / cellSize_ + 1.0;
+    if (count <= steps * kCellsPerStep || piece.length() > TrackPiece::kLongestBounded) {
+        grid_.visitIn(from, to, [&](const FixGrid::Fix& fix) { meet(eid, piece, fix); });
+    } else {
+        askCells(eid, piece, from, to);
+    }
+}
+
+/// In steps so short that the cells around each are few.
+void MomentFinder::askCells(std::uint64_t eid, const TrackPiece& piece, std::int64_t from,
+                            std::int64_t to) {
+    const auto steps =
+        static_cast<std::int64_t>(piece.length() * piece.shareOf(to - from) / cellSize_ + 1.0);
+    for (std::int64_t step = 0; step < steps; ++step) {
+        const std::int64_t begin = from + (to - from) * step / steps;
+        const std::int64_t end = from + (to - from) * (step + 1) / steps;
+        const EarthPoint one = piece.at(begin);
+        const EarthPoint other = piece.at(end);
+        const double margin =
+            within_ + piece.strayWithin(piece.shareOf(end - begin)) + kRoundingMargin;
+        const EarthPoint least{std::min(one.x, other.x) - margin, std::min(one.y, other.y) - margin,
+                               std::min(one.z, other.z) - margin};
+        const EarthPoint greatest{std::max(one.x, other.x) + margin,
+                                  std::max(one.y, other.y) + margin,
+                                  std::max(one.z, other.z) + margin};
+        grid_.visitNear(least, greatest, begin, end,
+                        [&](const FixGrid::Fix& fix) { meet(eid, piece, fix); });
+    }
+}
+
+void MomentFinder::meet(std::uint64_t eid, const TrackPiece& piece, const FixGrid::Fix& fix) {
+    if (fix.eid == eid) {
+        return;
+    }
+    const double distance = squaredDistance(piece.at(fix.time), fix.point);
+    if (distance <= squaredWithin_) {
+        found_.push_back({std::min(eid, fix.eid), std::max(eid, fix.eid), fix.index, distance});
+    }
+}
+
+/// By pair and time. A fix at which two pieces meet, or that was found in two cells, counts once.
+void MomentFinder::sortFound() {
+    const auto key = [this](const Found& found) {
+        return std::tuple(found.a, found.b, fixes_[found.fix].time, found.fix,
+                          found.squaredDistance);
+    };
+    std::sort(found_.begin(), found_.end(),
+              [&key](const Found& left, const Found& right) { return key(left) < key(right); });
+    const auto isSame = [](const Found& left, const Found& right) {
+        return left.a == right.a && left.b == right.b && left.fix == right.fix;
+    };
+    found_.erase(std::unique(found_.begin(), found_.end(), isSame), found_.end());
+}
+
+} // namespace qorvel_engine::detail

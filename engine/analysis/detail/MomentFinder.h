@@ -1,0 +1,72 @@
+#ifndef QORVEL_ENGINE_ANALYSIS_DETAIL_MOMENTFINDER_H
+#define QORVEL_ENGINE_ANALYSIS_DETAIL_MOMENTFINDER_H
+
+#include "engine/analysis/EncounterOptions.h"
+#include "engine/analysis/SeenFix.h"
+#include "engine/analysis/detail/EarthPoint.h"
+#include "engine/analysis/detail/FixGrid.h"
+#include "engine/analysis/detail/Moment.h"
+#include "engine/analysis/detail/TrackPiece.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace qorvel_engine::detail {
+
+/// Finds the moments at which two entities are near: the fixes of either at whose time the other is
+/// within the distance. Where it is then: on the way between two fixes that are at most `apart`
+/// apart, else at the nearest fix in time within `apart` (at the earlier of two as near).
+///
+/// To look at each pair of entities would take the square of their number. So fixes are put into a
+/// grid, and each entity asks the cells that it comes by on its way.
+class MomentFinder {
+public:
+    explicit MomentFinder(const EncounterOptions& options);
+
+    /// As Analysis::watch.
+    void watch(const std::atomic<bool>& cancelled) { cancelled_ = &cancelled; }
+
+    /// Takes the fixes of some time: from `apart` before the first moment that is asked for to
+    /// `apart` after the last, in ascending order, none twice.
+    void take(std::vector<SeenFix> fixes);
+
+    /// The moments from the first to the last of these ms, by pair and time.
+    ///
+    /// @return whether that is all: false when there are so many that it is better to ask for less
+    bool find(std::int64_t from, std::int64_t to, std::vector<Moment>& moments);
+
+private:
+    /// A moment, and the fix that makes it.
+    struct Found {
+        std::uint64_t a;
+        std::uint64_t b;
+        std::size_t fix;
+        double squaredDistance;
+    };
+
+    void expectWanted() const;
+    void fillGrid();
+    void follow(std::size_t begin, std::size_t end);
+    void ask(std::uint64_t eid, const TrackPiece& piece);
+    void askCells(std::uint64_t eid, const TrackPiece& piece, std::int64_t from, std::int64_t to);
+    void meet(std::uint64_t eid, const TrackPiece& piece, const FixGrid::Fix& fix);
+    void sortFound();
+
+    const double squaredWithin_;
+    const double within_;
+    const std::int64_t apart_;
+    const double cellSize_;
+    const std::atomic<bool>* cancelled_ = nullptr;
+    FixGrid grid_;
+    std::vector<SeenFix> fixes_;
+    std::vector<EarthPoint> points_;
+    std::int64_t from_ = 0;
+    std::int64_t to_ = 0;
+    std::vector<Found> found_;
+};
+
+} // namespace qorvel_engine::detail
+
+#endif

@@ -1,0 +1,265 @@
+#include "engine/analysis/detail/StayDetector.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace qorvel_engine::detail {
+
+namespace {
+
+/// Both ends of a stay are sought among this many beads: several minutes of dense fixes, hours of
+/// sparse ones.
+constexpr std::size_t kMostBeads = 32;
+/// Two devices in two places, say, that report in turn.
+constexpr std::size_t kMostWaiting = 64;
+
+/// How long a bead may be, ms: times of stays are as coarse as that, where fixes are that dense.
+std::int64_t grain(const StayOptions& options) {
+    return std::min({options.minStay / 60, options.maxGap / 4, options.maxAway / 4});
+}
+
+/// What a bead counts where the centre is sought: as one fix, however many it has, and one that is
+/// exact not much more than others. An exact fix on the way would hold the centre there.
+FixSum weighed(const StayDetector::Bead& bead, const StayOptions& options) {
+    return FixSum(bead.fixes.centre(), std::max(bead.accuracy, options.radius / 4.0));
+}
+
+double square(double value) {
+    return value * value;
+}
+
+/// Fixes of a bead lie this close to its centre, square metres.
+double beadRadius2(const StayOptions& options) {
+    return square(options.radius / 4.0);
+}
+
+/// The first bead that is not on the way to the place, or from it. Most fixes of a stay lie much
+/// closer to its centre than the radius, but for what their own accuracy explains. The one before
+/// it counts too where it is not far: the way began or ended between the two, on average in the
+/// middle.
+template <class Iterator>
+Iterator firstNear(Iterator begin, Iterator end, const FixSum& all, const StayOptions& options) {
+    const double usual = std::max(2.5 * all.spread(), options.radius / 4.0);
+    const auto isWithin = [&](const StayDetector::Bead& bead, double distance) {
+        return squaredDistance(bead.fixes.centre(), all.centre()) <=
+               square(std::min(distance, options.radius));
+    };
+    const auto near = std::find_if(begin, end, [&](const StayDetector::Bead& bead) {
+        return isWithin(bead, std::max(usual, 2.0 * bead.accuracy));
+    });
+    const bool isOneMore =
+        near != begin && near != end && isWithin(*std::prev(near), options.radius / 2.0);
+    return isOneMore ? std::prev(near) : near;
+}
+
+/// That much later, or the end of time.
+std::int64_t later(std::int64_t time, std::int64_t span) {
+    return span > std::numeric_limits<std::int64_t>::max() - time
+               ? std::numeric_limits<std::int64_t>::max()
+               : time + span;
+}
+
+} // namespace
+
+void StayDetector::take(const StayFix& fix, Work& work) {
+    advance(fix.time, work);
+    const StayOptions& options = work.options;
+    if (fix.accuracy > options.maxAccuracy) {
+        return;
+    }
+    const Bead bead{fix.time, fix.time, fix.accuracy,
+                    FixSum(toEarthPoint({fix.latitude, fix.longitude}), fix.accuracy)};
+    if (open_.fixes.count() == 0) {
+        open_ = bead;
+    } else if (squaredDistance(bead.fixes.centre(), open_.fixes.centre()) <= beadRadius2(options)) {
+        open_.last = fix.time;
+        open_.accuracy = std::min(open_.accuracy, fix.accuracy);
+        open_.fixes.add(bead.fixes);
+        open_.fixes.reach(bead.fixes, open_.fixes.centre());
+    } else {
+        settleOpen(fix.time, work);
+        endSilent(fix.time, work);
+        open_ = bead;
+    }
+}
+
+void StayDetector::finish(Work& work) {
+    if (open_.fixes.count() > 0) {
+        settleOpen(later(open_.first, grain(work.options)), work);
+    }
+    while (!beads_.empty()) {
+        end(later(last_, endingSilence(work.options)), work);
+    }
+}
+
+void StayDetector::advance(std::int64_t time, Work& work) {
+    const std::int64_t length = grain(work.options);
+    if (open_.fixes.count() > 0 && time - open_.first > length) {
+        settleOpen(later(open_.first, length), work);
+    }
+    if (open_.fixes.count() == 0) {
+        endSilent(time, work);
+    }
+}
+
+void StayDetector::settleOpen(std::int64_t knownFrom, Work& work) {
+    if (endsWith(open_, work.options)) {
+        end(knownFrom, work);
+    }
+    open_ = {};
+}
+
+/// Ends the candidate, and what comes of it, if the silence up to a time does.
+void StayDetector::endSilent(std::int64_t time, Work& work) {
+    while (!beads_.empty() && time - last_ > endingSilence(work.options)) {
+        end(later(last_, endingSilence(work.options)), work);
+    }
+}
+
+/// Who was elsewhere before a silence was not at the place both before and after.
+std::int64_t StayDetector::endingSilence(const StayOptions& options) const {
+    return away_ > 0 ? options.maxGap : options.maxBridge;
+}
+
+/// Ends the candidate and takes again what waited. When one of those ends the next candidate, what
+/// then waits are the last ones up to it.
+void StayDetector::end(std::int64_t knownFrom, Work& work) {
+    close(knownFrom, work);
+    std::vector<Bead>& again = work.again;
+    again.swap(waiting_);
+    waiting_.clear();
+    for (std::size_t next = 0; next < again.size();) {
+        const bool hasEnded = endsWith(again[next], work.options);
+        ++next;
+        if (hasEnded) {
+            next -= waiting_.size();
+            waiting_.clear();
+            close(knownFrom, work);
+        }
+    }
+    again.clear();
+}
+
+/// Takes a bead; true if it ends the candidate: then it waits.
+bool StayDetector::endsWith(const Bead& bead, const StayOptions& options) {
+    if (beads_.empty()) {
+        start(bead, options);
+        return false;
+    }
+    const bool wasSilent = bead.first - last_ > options.maxGap;
+    last_ = bead.last;
+    isResting_ = isResting_ || wasSilent;
+    if (wasSilent && away_ > 0) {
+        wait(bead);
+        return true;
+    }
+    const double way2 = squaredDistance(bead.fixes.centre(), all_.centre());
+    if (way2 <= square(options.radius)) {
+        join(bead, options);
+        return false;
+    }
+    const bool isFull = wait(bead);
+    if (way2 <= square(options.radius + 2.0 * bead.accuracy)) {
+        return isFull;
+    }
+    if (away_++ == 0) {
+        awayFirst_ = bead.first;
+    }
+    // So young a candidate is worth no more patience than it has shown itself.
+    const std::int64_t age = beads_.back().last - firstBead().first;
+    return isFull || isResting_ || bead.last - awayFirst_ >= std::min(options.maxAway, age);
+}
+
+void StayDetector::start(const Bead& bead, const StayOptions& options) {
+    beads_.push_back(bead);
+    all_ = weighed(bead, options);
+    last_ = bead.last;
+    isResting_ = false;
+}
+
+void StayDetector::join(const Bead& bead, const StayOptions& options) {
+    waiting_.clear();
+    away_ = 0;
+    isResting_ = false;
+    if (beads_.size() == kMostBeads) {
+        cutFront(options);
+    }
+    if (beads_.size() == kMostBeads) {
+        moveToMiddle();
+    }
+    beads_.push_back(bead);
+    all_.add(weighed(bead, options));
+}
+
+/// The first half of the beads.
+void StayDetector::moveToMiddle() {
+    const auto half = beads_.begin() + kMostBeads / 2;
+    middle_.first = firstBead().first;
+    for (auto old = beads_.begin(); old != half; ++old) {
+        middle_.fixes.add(old->fixes);
+        middle_.fixes.reach(old->fixes, all_.centre());
+        middle_.last = old->last;
+    }
+    beads_.erase(beads_.begin(), half);
+}
+
+/// True if there are too many, of which one is elsewhere.
+bool StayDetector::wait(const Bead& bead) {
+    waiting_.push_back(bead);
+    const bool isFull = waiting_.size() == kMostWaiting;
+    if (isFull && away_ == 0) {
+        waiting_.erase(waiting_.begin(), waiting_.begin() + kMostWaiting / 2);
+    }
+    return isFull && away_ > 0;
+}
+
+/// Once beads have gone into the middle, the front has been cut for good.
+void StayDetector::cutFront(const StayOptions& options) {
+    if (middle_.fixes.count() > 0) {
+        return;
+    }
+    const auto near = firstNear(beads_.begin(), beads_.end(), all_, options);
+    if (near != beads_.begin()) {
+        beads_.erase(beads_.begin(), near);
+        all_ = {};
+        for (const Bead& bead : beads_) {
+            all_.add(weighed(bead, options));
+        }
+    }
+}
+
+void StayDetector::cutBack(const StayOptions& options) {
+    const auto near = firstNear(beads_.rbegin(), beads_.rend(), all_, options);
+    beads_.erase(near.base(), beads_.end());
+}
+
+/// Of the candidate; the whole middle, where there is one.
+const StayDetector::Bead& StayDetector::firstBead() const {
+    return middle_.fixes.count() > 0 ? middle_ : beads_.front();
+}
+
+/// Makes a stay of the candidate, if it is one.
+void StayDetector::close(std::int64_t knownFrom, Work& work) {
+    cutFront(work.options);
+    cutBack(work.options);
+    if (middle_.fixes.count() > 0 || !beads_.empty()) {
+        const std::int64_t from = firstBead().first;
+        const std::int64_t to = (beads_.empty() ? middle_ : beads_.back()).last;
+        if (to - from >= work.options.minStay) {
+            FixSum fixes = middle_.fixes;
+            for (const Bead& bead : beads_) {
+                fixes.add(bead.fixes);
+            }
+            for (const Bead& bead : beads_) {
+                fixes.reach(bead.fixes, fixes.centre());
+            }
+            work.stays.push_back({from, to, knownFrom, fixes});
+        }
+    }
+    beads_.clear();
+    middle_ = {};
+    away_ = 0;
+}
+
+} // namespace qorvel_engine::detail

@@ -1,0 +1,88 @@
+#ifndef QORVEL_ENGINE_ANALYSIS_DETAIL_STAYDETECTOR_H
+#define QORVEL_ENGINE_ANALYSIS_DETAIL_STAYDETECTOR_H
+
+#include "engine/analysis/StayOptions.h"
+#include "engine/analysis/detail/FixSum.h"
+#include "engine/analysis/detail/Stay.h"
+#include "engine/analysis/detail/StayFix.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace qorvel_engine::detail {
+
+/// Finds the stays of one entity in its fixes, which come in the order of time.
+///
+/// - Fixes close together in time and place become one bead.
+/// - Beads about a centre, their weighted mean, are a candidate. A bead within the radius of the
+///   centre joins it.
+/// - One that is farther, but by less than twice its accuracy, may as well be within: it says
+///   nothing.
+/// - Farther ones wait, with those that say nothing. When one joins again they were strays and are
+///   forgotten. When they go on for too long, the candidate has ended: it is a stay if it is long
+///   enough, and what waited is taken again, as what comes after it.
+/// - At its end a candidate is cut back on both sides to the beads near its centre: on the way to a
+///   place and from it one is within the radius for a while.
+///
+/// So stays never overlap. What comes out hangs on the fixes alone, not on calls of advance(). A
+/// fix costs the same however many there were, and so does what is kept: the middle of a long
+/// candidate is one sum, and only so many beads wait.
+class StayDetector {
+public:
+    struct Bead {
+        std::int64_t first = 0; ///< ms
+        std::int64_t last = 0;  ///< ms
+        double accuracy = 0.0;  ///< of its best fix, metres
+        FixSum fixes;
+    };
+
+    /// What detectors of one thread share.
+    struct Work {
+        StayOptions options;
+        std::vector<Stay> stays{}; ///< found ones are appended
+        std::vector<Bead> again{}; ///< kept for its memory
+    };
+
+    void take(const StayFix& fix, Work& work);
+
+    /// No fix before this time will come: what is final by that alone is found.
+    void advance(std::int64_t time, Work& work);
+
+    /// No fix will come any more: the rest is found, and it is idle.
+    void finish(Work& work);
+
+    /// Is it as if no fix had been taken?
+    bool isIdle() const { return open_.fixes.count() == 0 && beads_.empty(); }
+
+private:
+    void settleOpen(std::int64_t knownFrom, Work& work);
+    void endSilent(std::int64_t time, Work& work);
+    void end(std::int64_t knownFrom, Work& work);
+    void close(std::int64_t knownFrom, Work& work);
+    bool endsWith(const Bead& bead, const StayOptions& options);
+    void start(const Bead& bead, const StayOptions& options);
+    void join(const Bead& bead, const StayOptions& options);
+    void moveToMiddle();
+    bool wait(const Bead& bead);
+    void cutFront(const StayOptions& options);
+    void cutBack(const StayOptions& options);
+    const Bead& firstBead() const;
+    std::int64_t endingSilence(const StayOptions& options) const;
+
+    Bead open_; ///< fixes may still join it; it may have none yet
+
+    std::vector<Bead> beads_; ///< of the candidate: all of them, or the last ones
+    Bead middle_;             ///< those that came before
+    FixSum all_;              ///< of the candidate, as weighed for the centre
+    std::int64_t last_ = 0;   ///< of the last bead, whether or not it joined
+    bool isResting_ = false;  ///< since a long silence, did none join?
+
+    std::vector<Bead> waiting_;
+    std::size_t away_ = 0;       ///< how many of them are elsewhere beyond doubt
+    std::int64_t awayFirst_ = 0; ///< of the first of these
+};
+
+} // namespace qorvel_engine::detail
+
+#endif

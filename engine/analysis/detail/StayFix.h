@@ -1,0 +1,26 @@
+#ifndef QORVEL_ENGINE_ANALYSIS_DETAIL_STAYFIX_H
+#define QORVEL_ENGINE_ANALYSIS_DETAIL_STAYFIX_H
+
+#include <cstdint>
+#include <tuple>
+
+namespace qorvel_engine::detail {
+
+/// What of an event stays are found by.
+struct StayFix {
+    std::int64_t time; ///< ms since 1970 UTC, not negative
+    double latitude;   ///< degrees
+    double longitude;  ///< degrees
+    double accuracy;   ///< metres, not negative
+
+    /// By time; fixes of the same time by the rest, so that their order in the input is nothing to
+    /// anybody.
+    bool operator<(const StayFix& other) const {
+        return std::tie(time, latitude, longitude, accuracy) <
+               std::tie(other.time, other.latitude, other.longitude, other.accuracy);
+    }
+};
+
+} // namespace qorvel_engine::detail
+
+#endif
