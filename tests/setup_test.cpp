@@ -1,14 +1,22 @@
 // From a configuration to the library: what is read, what is objected to, and what becomes of rows.
 #include "engine/columns/Fault.h"
+#include "engine/setup/TimeZone.h"
+#include "engine/setup/detail/ZoneChanges.h"
 #include "program/commands/checkTracks.h"
 #include "program/commands/explainCommand.h"
 #include "program/commands/geohashCommand.h"
 #include "program/commands/makeProcessor.h"
 
+#include "qorvel/base/calendar.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <list>
+#include <random>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -403,6 +411,89 @@ TEST(Geohash, GoesThereAndBack) {
     }
     EXPECT_THROW(answerGeohash({Task::encode, 90.0, 0.0, 30, ""}), Failure);
     EXPECT_THROW(answerGeohash({Task::encode, 0.0, 0.0, 129, ""}), Failure);
+}
+
+/// As the C library has it, which reads the same database.
+std::int64_t offsetOfLibrary(std::int64_t utc) {
+    const std::time_t seconds = qorvel_detail::floorDivide(utc, 1000).quotient;
+    std::tm clock{};
+    localtime_r(&seconds, &clock);
+    return std::int64_t{clock.tm_gmtoff} * 1000;
+}
+
+TEST(TimeZones, AreTheLibrarysAndGoThereAndBack) {
+    constexpr std::int64_t kHour = 3'600'000;
+    if (!std::filesystem::exists("/usr/share/zoneinfo/Europe/Berlin")) {
+        GTEST_SKIP() << "this machine has no time zones";
+    }
+    std::mt19937_64 random(7);
+    for (const char* name :
+         {"Europe/Berlin", "America/New_York", "Australia/Lord_Howe", "Africa/Casablanca",
+          "Asia/Kathmandu", "America/Nuuk", "Pacific/Apia", "Europe/Dublin", "Etc/GMT-14"}) {
+        setenv("TZ", name, 1);
+        tzset();
+        const TimeZone zone(name);
+        for (int i = 0; i < 3000; ++i) {
+            const auto any = std::int64_t(random() % 5'000'000) * kHour / 10 - 500'000 * kHour / 10;
+            const std::int64_t next = zone.nextChange(any); // one of its edges half of the time
+            const std::int64_t utc = i % 2 == 0 ? any : next - std::int64_t(random() % 2);
+            if (utc >= 4'102'444'800'000 * 3) {
+                continue; // beyond the year 2359
+            }
+            ASSERT_EQ(zone.offsetAt(utc), offsetOfLibrary(utc)) << name << ' ' << utc;
+            ASSERT_GT(next, any);
+            const std::int64_t back = zone.toUtc(zone.toLocal(utc));
+            ASSERT_TRUE(back <= utc && back > utc - 25 * kHour) << name << ' ' << utc;
+            ASSERT_EQ(zone.toLocal(back), zone.toLocal(utc)) << name << ' ' << utc;
+        }
+    }
+    const TimeZone berlin("Europe/Berlin");
+    EXPECT_EQ(berlin.toUtc(1'711'852'200'000), 1'711'848'600'000); // 02:30 that never was: +01:00
+    EXPECT_EQ(berlin.toUtc(1'729'996'200'000), 1'729'989'000'000); // 02:30 that was twice: +02:00
+    for (const std::int64_t end : {INT64_MIN, INT64_MAX}) {
+        EXPECT_EQ(TimeZone(end < 0 ? "-24:00" : "+24:00").toLocal(end), end);
+        EXPECT_EQ(TimeZone(end < 0 ? "+24:00" : "-24:00").toUtc(end), end);
+    }
+    EXPECT_EQ(TimeZone("-05:30").offsetAt(0), -11 * kHour / 2);
+    for (const char* bad : {"", "Mars/Base", "Europe", "../../etc/passwd", "/etc/passwd", "+5:00",
+                            "+02:60", "+25:00", "tzdata.zi", "zone.tab", "leapseconds"}) {
+        EXPECT_THROW(TimeZone{bad}, Fault) << bad;
+    }
+}
+
+/// With rules that few zones have, and lies.
+TEST(TimeZones, FollowTheRuleOfAFile) {
+    struct Row {
+        const char* rule;
+        std::int64_t time; ///< s since 1970 UTC
+        std::int64_t offset;
+    };
+    for (const Row& row : {Row{"<+03>-3", 0, 10800},
+                           {"EST5EDT,J60/0,J300/0", 1709251199, -18000},
+                           {"EST5EDT,J60/0,J300/0", 1709269200, -14400}, // 1 March, a leap year
+                           {"EST5EDT,59/0,300/0", 1709182800, -14400},   // 29 February
+                           {"XXX3<-02>3,0/0,J365/23", 1720000000, -10800},
+                           {"CET-1CEST,M3.5.0", 1720000000, 7},
+                           {"CET-1CEST", 1720000000, 7},
+                           {"CET-1CEST,M3.5.0,M13.5.0", 1720000000, 7},
+                           {"CE1T-1", 0, 7},
+                           {"CET-999999999999999999999", 0, 7},
+                           {"<CET", 0, 7},
+                           {"", 0, 7}}) {
+        std::string file = "TZif2" + std::string(39, '\0') + "TZif2" + std::string(39, '\0');
+        file[44 + 39] = 1; // a type
+        file += std::string("\0\0\0\7\0\0\n", 7) + row.rule + '\n';
+        const auto changes = detail::readZoneFile(file);
+        ASSERT_NE(changes, nullptr) << row.rule;
+        const std::size_t count = changes->countUpTo(row.time * 1000);
+        if (row.time > 0 || count > 0) {
+            EXPECT_EQ(count == 0 ? 7000 : changes->offsets[count - 1], row.offset * 1000)
+                << row.rule;
+        }
+        for (std::size_t size = 0; size < 94; ++size) {
+            EXPECT_EQ(detail::readZoneFile(file.substr(0, size)), nullptr) << size;
+        }
+    }
 }
 
 } // namespace

@@ -5,7 +5,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 # What the build needs, on Debian 12.
 build_packages=(cmake g++ ninja-build help2man libbenchmark-dev libcli11-dev libcsv-dev libgdal-dev
     libgtest-dev libsimdjson-dev libsqlite3-dev libtomlplusplus-dev
-    python3 zlib1g-dev)
+    python3 tzdata zlib1g-dev)
 
 # What scripts/check-* need besides.
 check_packages=(abigail-tools clang clang-format-14 clang-tidy cppcheck doxygen libclang-rt-14-dev llvm-14

@@ -10,10 +10,8 @@ namespace qorvel_engine::detail {
 ///
 /// The fixes of an entity are taken in the order of time, those of the same time by latitude,
 /// longitude and accuracy; keys are nothing to them. So the order of the input does not matter as
-/// far as it may be out of order, and what comes out for an entity hangs on its fixes alone.
-///
-/// Memory: fixes that may have to let others go before them, and half a kilobyte to ten
-/// kilobytes an entity; nothing of one whose last stay is known to have ended.
+/// far as it may be out of order, and what comes out for an entity hangs on its fixes alone. Memory
+/// is that of a StayFinder.
 class StaysAnalysis : public Analysis {
 public:
     /// Throws the Fault `badConfiguration` for options that cannot be.

@@ -1,0 +1,64 @@
+#ifndef QORVEL_ENGINE_ANALYSIS_DETAIL_STAYFINDER_H
+#define QORVEL_ENGINE_ANALYSIS_DETAIL_STAYFINDER_H
+
+#include "engine/analysis/Analysis.h"
+#include "engine/analysis/StayOptions.h"
+#include "engine/analysis/detail/FixQueue.h"
+#include "engine/analysis/detail/Stay.h"
+#include "engine/analysis/detail/StayDetector.h"
+
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace qorvel_engine::detail {
+
+/// The same options. Throws the Fault `badConfiguration` for those that cannot be.
+StayOptions checked(const StayOptions& options);
+
+/// Finds the stays of many entities: puts the fixes of each in order and shows them to a detector
+/// of its own.
+///
+/// Memory: fixes that may have to let others go before them, and half a kilobyte to ten kilobytes
+/// an entity; nothing of one whose last stay is known to have ended.
+class StayFinder {
+public:
+    /// A stay and the `eid` of whom.
+    using FoundStay = std::pair<std::uint64_t, Stay>;
+
+    /// They have been checked.
+    explicit StayFinder(const StayOptions& options) : work_{options} {}
+
+    /// A late fix is left out: what comes after it may have been taken already.
+    void take(const Observation& observation);
+
+    /// No fix before this time (ms since 1970 UTC) will come.
+    void collect(std::int64_t time);
+
+    /// No fix will come any more.
+    void finish();
+
+    /// What was found and not cleared since; that of an entity in the order of time.
+    std::vector<FoundStay>& found() { return found_; }
+
+private:
+    /// What is kept of an entity.
+    struct Entity {
+        FixQueue held;
+        StayDetector detector;
+
+        bool isIdle() const { return held.isEmpty() && detector.isIdle(); }
+    };
+
+    void proceed(Entity& entity, std::int64_t time);
+    void gather(std::uint64_t eid);
+
+    StayDetector::Work work_;
+    std::unordered_map<std::uint64_t, Entity> entities_; ///< by eid
+    std::vector<FoundStay> found_;
+};
+
+} // namespace qorvel_engine::detail
+
+#endif
