@@ -1,9 +1,9 @@
 // The program's configuration: whatever the file holds is either refused in words or works.
 
 #include "engine/columns/Fault.h"
+#include "engine/setup/Tables.h"
 #include "law.h"
 #include "memoryFile.h"
-#include "program/commands/makeProcessor.h"
 #include "program/engineNames.h"
 
 #include <algorithm>
@@ -21,7 +21,7 @@ void judge(const program::Config& config, program::ProcessorKind use) {
     try {
         const program::Tables library(config, use);
         LAW(!hasError);
-        const MotionProcessor processor = program::makeProcessor(library);
+        const MotionProcessor processor = qorvel_engine::makeProcessor(library);
         std::stringstream tags;
         LAW(processor.isValid(tags) && tags.str().empty());
     } catch (const program::Fault& fault) {

@@ -3,11 +3,11 @@
 #include "engine/columns/EntityDictionary.h"
 #include "engine/columns/Fault.h"
 #include "engine/run/Session.h"
-#include "program/commands/EventMaker.h"
 #include "program/input/FixBatch.h"
 #include "testing/world/World.h"
 
 #include "qorvel/processor/detail/FigureProcessor.h"
+#include "qorvel/qorvel.h"
 
 #include <algorithm>
 #include <array>
@@ -105,10 +105,14 @@ Config simpleConfig() {
 
 template <typename Visit>
 void forEachEvent(const std::vector<Fix>& fixes, Visit visit) {
-    program::EventMaker events({30.0, kTimeTolerance});
+    std::stringstream errors;
     Event event;
     for (const Fix& fix : fixes) {
-        ASSERT_EQ(events.make(fix, event), "");
+        const std::string key = fix.primaryKey.empty() ? anyPrimaryKey() : fix.primaryKey;
+        ASSERT_EQ(QorvelMotionProcessorAPI::createEvent(
+                      key, fix.entity, fix.secondaryKey, fix.latitude, fix.longitude,
+                      fix.accuracyM.value_or(30.0), fix.time, kTimeTolerance, event, errors),
+                  0);
         visit(fix, event);
     }
 }

@@ -1,13 +1,14 @@
 // From a configuration to the library: what is read, what is objected to, and what becomes of rows.
 #include "engine/columns/Fault.h"
+#include "engine/setup/Tables.h"
 #include "engine/setup/TimeZone.h"
 #include "engine/setup/detail/ZoneChanges.h"
-#include "program/commands/checkTracks.h"
+#include "program/commands/checkCommand.h"
 #include "program/commands/explainCommand.h"
 #include "program/commands/geohashCommand.h"
-#include "program/commands/makeProcessor.h"
 
 #include "qorvel/base/calendar.h"
+#include "qorvel/qorvel.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -95,17 +96,12 @@ master = "other")");
 TEST(Setup, TakesEveryFixByDefault) {
     const MotionProcessor processor =
         makeProcessor(Tables(configOf(kLeast), ProcessorKind::hangouts));
-    EventMaker maker({1e300, 1});
-    Event event;
     for (const auto& [latitude, longitude] :
          {std::pair(-90.0, -180.0), {0.0, 0.0}, {89.9, 179.9}}) {
         std::list<SpaceTimeBox> boxes;
-        ASSERT_EQ(maker.make({"a", latitude, longitude, 0, {}, "", ""}, event), "");
-        processor.getSTB(event, boxes);
+        processor.getSTB(Event(0, 0, 0, latitude, longitude, 1e300, 0, 1), boxes);
         EXPECT_FALSE(boxes.empty()) << latitude << ' ' << longitude;
     }
-    EXPECT_TRUE(has(maker.make({"a", 91, 0, 0, {}, "", ""}, event), "ERROR_EVENT_1,"));
-    EXPECT_EQ(maker.make({"a", 90, 0, 0, {}, "ship", ""}, event), "");
 }
 
 /// What is said of a configuration, a line each.

@@ -1,6 +1,7 @@
 #include "engine/run/Session.h"
 
 #include "engine/columns/Fault.h"
+#include "engine/run/detail/EventMaker.h"
 #include "engine/run/detail/Intake.h"
 #include "engine/run/detail/LastBatches.h"
 #include "engine/run/detail/Pipeline.h"
@@ -45,10 +46,7 @@ void check(const SessionOptions& options) {
     };
     want(1 <= options.threads && options.threads <= kMostThreads,
          "The number of threads has to be from 1 to 256.");
-    want(options.defaultTolerance >= 0.0 &&
-             options.defaultTolerance <= std::numeric_limits<double>::max(),
-         "The default tolerance has to be a number of metres from 0 on.");
-    want(options.timeTolerance <= 1, "The time tolerance has to be 0 or 1 millisecond.");
+    detail::expectPossible({options.defaultTolerance, options.timeTolerance});
     want(options.late.value_or(0) >= 0, "How late rows may be has to be a time from 0 on.");
 }
 

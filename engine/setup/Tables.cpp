@@ -38,4 +38,10 @@ const STBMasterRow& Tables::masterOf(const STBCompressionSpec& spec) const {
     });
 }
 
+MotionProcessor makeProcessor(const Tables& tables) {
+    std::stringstream errors;
+    return makeProcessor(tables.kind(), tables.masters(), tables.assignments(), tables.specs(),
+                         errors);
+}
+
 } // namespace qorvel_engine

@@ -8,6 +8,7 @@
 #include "qorvel/model/STBAssignmentRow.h"
 #include "qorvel/model/STBCompressionSpec.h"
 #include "qorvel/model/STBMasterRow.h"
+#include "qorvel/processor/MotionProcessor.h"
 
 #include <cstdint>
 #include <list>
@@ -43,6 +44,9 @@ private:
     std::list<qorvel::STBAssignmentRow> assignments_;
     std::list<qorvel::STBCompressionSpec> specs_;
 };
+
+/// A new processor of them, which shares nothing with others.
+QORVEL_ENGINE_EXPORT qorvel::MotionProcessor makeProcessor(const Tables& tables);
 
 } // namespace qorvel_engine
 

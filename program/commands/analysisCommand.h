@@ -2,9 +2,9 @@
 #define QORVEL_PROGRAM_COMMANDS_ANALYSISCOMMAND_H
 
 #include "engine/analysis/makeAnalysis.h"
+#include "engine/run/EventOptions.h"
 #include "engine/setup/Config.h"
 #include "program/Failure.h"
-#include "program/commands/EventMaker.h"
 #include "program/input/InputOptions.h"
 #include "program/output/ResultWriter.h"
 

@@ -1,7 +1,7 @@
 #include "program/commands/checkCommand.h"
 
-#include "program/commands/checkTracks.h"
 #include "program/commands/configText.h"
+#include "program/input/FixBatch.h"
 #include "program/input/FixSource.h"
 #include "program/output/TextFile.h"
 
@@ -45,6 +45,21 @@ std::uint64_t errorCount(const std::vector<ConfigFault>& faults) {
 }
 
 } // namespace
+
+TrackFigures checkTracks(const Config& config, const EventOptions& events, FixSource& source) {
+    TrackCheck check(config, events);
+    FixBatch batch;
+    for (Fix fix; source.next();) {
+        if (source.read(fix).empty()) {
+            batch.clear();
+            batch.append(fix);
+            check.take(batch.observations());
+        } else {
+            check.reject();
+        }
+    }
+    return check.figures();
+}
 
 ExitCode runCheck(const CheckOptions& options) {
     std::string text = configText(options.config);

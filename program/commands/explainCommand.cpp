@@ -1,8 +1,8 @@
 #include "program/commands/explainCommand.h"
 
-#include "program/commands/Explanation.h"
-#include "program/commands/Story.h"
+#include "engine/run/Explainer.h"
 #include "program/commands/explanationText.h"
+#include "program/input/FixBatch.h"
 #include "program/output/TextFile.h"
 
 #include <memory>
@@ -20,24 +20,21 @@ struct Row {
     Fix fix;
 };
 
-/// The next row, with the event that it makes; false at the end of the input.
-bool readRow(FixSource& source, EventMaker& maker, Row& row, Event& event) {
+/// The next row; false at the end of the input.
+bool readRow(FixSource& source, Row& row) {
     if (!source.next()) {
         return false;
     }
     ++row.number;
     row.line = source.line();
     row.reason = source.read(row.fix);
-    if (row.reason.empty()) {
-        row.reason = maker.make(row.fix, event);
-    }
     return true;
 }
 
 /// Goes on to the row that is asked for.
-Row findRow(const ExplainOptions& options, FixSource& source, EventMaker& maker) {
+Row findRow(const ExplainOptions& options, FixSource& source) {
     Row row;
-    for (Event event; readRow(source, maker, row, event);) {
+    while (readRow(source, row)) {
         if (options.row > 0 ? row.number == options.row : row.line >= options.line) {
             row.verbatim = source.verbatim();
             return row;
@@ -48,15 +45,18 @@ Row findRow(const ExplainOptions& options, FixSource& source, EventMaker& maker)
                                        std::to_string(row.line));
 }
 
-/// Tells the story of the row's entity up to the row. Returns the row's event.
-Event tellStory(const Row& last, FixSource& source, EventMaker& maker, Story& story) {
+/// Takes the rows of the row's entity up to it.
+Explanation explainRow(const Row& last, FixSource& source, Explainer& explainer) {
     Row row;
-    for (Event event; readRow(source, maker, row, event);) {
+    FixBatch batch;
+    while (readRow(source, row)) {
         if (row.reason.empty() && row.fix.entity == last.fix.entity) {
-            story.take(event, row.line);
+            batch.clear();
+            batch.append(row.fix);
+            explainer.take(batch.observations(), 0, row.line);
         }
         if (row.number == last.number) {
-            return event;
+            return explainer.explain();
         }
     }
     throw Failure(ExitCode::broken, "the input changed while it was read");
@@ -68,12 +68,11 @@ std::string explain(const ExplainOptions& options, FixSource& source) {
     if (options.row == 0 && options.line == 0) {
         throw Failure(ExitCode::usage, "which row? Give --row or --line");
     }
-    const Tables library(options.config, options.use);
+    Explainer explainer(options.config, options.use, options.events);
     if (!source.isRepeatable()) {
         throw Failure(ExitCode::usage, "explain reads its input twice: give it a file, no pipe");
     }
-    EventMaker maker(options.events);
-    const Row row = findRow(options, source, maker);
+    const Row row = findRow(options, source);
     const std::string title = "row " + std::to_string(row.number) + ", line " +
                               std::to_string(row.line) + " of " + source.name() + ": " +
                               row.verbatim + '\n';
@@ -81,9 +80,7 @@ std::string explain(const ExplainOptions& options, FixSource& source) {
         return title + "So the row is rejected: " + row.reason + '\n';
     }
     source.rewind();
-    Story story(library);
-    const Event event = tellStory(row, source, maker, story);
-    return title + explanationText(explainEvent(event, library, story), row.fix, row.line,
+    return title + explanationText(explainRow(row, source, explainer), row.fix, row.line,
                                    options.config, options.use);
 }
 

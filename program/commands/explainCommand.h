@@ -1,11 +1,12 @@
 #ifndef QORVEL_PROGRAM_COMMANDS_EXPLAINCOMMAND_H
 #define QORVEL_PROGRAM_COMMANDS_EXPLAINCOMMAND_H
 
-#include "engine/setup/Tables.h"
+#include "engine/run/EventOptions.h"
+#include "engine/setup/Config.h"
 #include "program/Failure.h"
-#include "program/commands/EventMaker.h"
 #include "program/engineNames.h"
 #include "program/input/FixSource.h"
+#include "program/input/InputOptions.h"
 
 #include <cstdint>
 #include <string>

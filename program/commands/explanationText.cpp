@@ -4,16 +4,11 @@
 #include "program/commands/configText.h"
 #include "program/isoTime.h"
 
-#include "qorvel/processor/detail/FigureProcessor.h"
-
-#include <algorithm>
 #include <cmath>
 
 namespace program {
 
 namespace {
-
-using qorvel_port::RowTest;
 
 std::string timeText(std::int64_t time) {
     std::string text;
@@ -70,7 +65,7 @@ private:
             '"');
         for (std::size_t test = 0; test < Explanation::kTests; ++test) {
             say((judgement.passes[test] ? "  passes  " : "  FAILS   ") +
-                testText(qorvel_port::kRowTests[test], assignment, judgement.distance));
+                testText(static_cast<RowTest>(test), assignment, judgement.distance));
         }
         for (const SpaceTimeBox& box : judgement.boxes) {
             say("  touches cell " + box.toASCIIString() + ", box " + boxText(box));
@@ -135,9 +130,9 @@ private:
             say("    box " + boxText(box.box) + ": " + std::to_string(box.fixes) +
                 " fixes, ratio " + roundedText(static_cast<double>(box.fixes) / box.all) + " of " +
                 numberText(spec.ratio) + "; " +
-                (!box.line            ? "not found yet"
-                 : *box.line == line_ ? "found by this row"
-                                      : "found before, by line " + std::to_string(*box.line)));
+                (!box.row            ? "not found yet"
+                 : *box.row == line_ ? "found by this row"
+                                     : "found before, by line " + std::to_string(*box.row)));
         }
     }
 
@@ -151,25 +146,18 @@ private:
     }
 
     const char* reason() const {
-        const auto& assignments = explanation_.assignments;
-        const auto& specs = explanation_.specs;
-        const auto isTaken = [](const Explanation::Judgement& by) { return by.isTaken; };
-        const auto isReached = [](const Explanation::Way& way) { return way.isReached; };
-        return std::none_of(assignments.begin(), assignments.end(), isTaken)
-                   ? "no assignment takes it."
-               : !explanation_.hasCell ? "no cell holds it."
-               : std::none_of(specs.begin(), specs.end(), isReached)
-                   ? "nothing looks at what the assignment takes."
-               : std::any_of(specs.begin(), specs.end(), wasFound)
-                   ? "what it belongs to was found before."
-                   : "what it belongs to is not enough yet.";
-    }
-
-    static bool wasFound(const Explanation::Way& way) {
-        return std::any_of(way.series.begin(), way.series.end(), [](const auto& series) {
-            return std::any_of(series.boxes.begin(), series.boxes.end(),
-                               [](const Explanation::Box& box) { return box.line.has_value(); });
-        });
+        switch (explanation_.verdict()) {
+        case Verdict::notTaken:
+            return "no assignment takes it.";
+        case Verdict::noCell:
+            return "no cell holds it.";
+        case Verdict::notAskedFor:
+            return "nothing looks at what the assignment takes.";
+        case Verdict::foundBefore:
+            return "what it belongs to was found before.";
+        default:
+            return "what it belongs to is not enough yet.";
+        }
     }
 
     const Explanation& explanation_;

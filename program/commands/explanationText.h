@@ -1,8 +1,9 @@
 #ifndef QORVEL_PROGRAM_COMMANDS_EXPLANATIONTEXT_H
 #define QORVEL_PROGRAM_COMMANDS_EXPLANATIONTEXT_H
 
+#include "engine/run/Explanation.h"
 #include "engine/setup/Config.h"
-#include "program/commands/Explanation.h"
+#include "program/engineNames.h"
 #include "program/input/Fix.h"
 
 #include <cstdint>

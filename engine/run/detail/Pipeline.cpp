@@ -1,6 +1,7 @@
 #include "engine/run/detail/Pipeline.h"
 
 #include "engine/columns/Fault.h"
+#include "engine/run/detail/EventMaker.h"
 
 #include "qorvel/facade/StbThreadException.h"
 
@@ -247,15 +248,11 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
     for (const std::size_t at : share.entries) {
         batch.collectBefore(at, nextCollection, collect);
         const Batch::Entry& entry = batch.entries[at];
-        const double tolerance = batch.columns.accuracy(entry.at).value_or(defaultTolerance_);
         event.primaryKeyId = entry.primaryKey;
         event.secondaryKeyId = entry.secondaryKey;
         event.eid = entry.eid;
         event.sequenceNumber = batch.firstRow + static_cast<std::uint64_t>(entry.at);
-        event.latitude = batch.columns.latitude(entry.at);
-        event.longitude = batch.columns.longitude(entry.at);
-        event.spaceTolerance = tolerance > 0.0 ? tolerance : 0.0; // not -0.0
-        event.time = batch.columns.timeMs(entry.at);
+        setFix(event, batch.columns, entry.at, defaultTolerance_);
         share.findings.beginEntry(at);
         shard.take({event, event.sequenceNumber, entry.oldestToCome, entry.isLate}, share.findings);
         share.findings.endEntry();

@@ -1,14 +1,21 @@
-#include "program/commands/Story.h"
+#include "engine/run/detail/Story.h"
 
-#include "program/commands/makeProcessor.h"
+#include "engine/run/detail/RegistryLock.h"
 
 #include "qorvel/processor/detail/FigureProcessor.h"
 
 #include <algorithm>
 
-namespace program {
+namespace qorvel_engine::detail {
 
-using API = QorvelMotionProcessorAPI;
+namespace {
+
+MotionProcessor processorOf(const Tables& library) {
+    const RegistryLock lock;
+    return makeProcessor(library);
+}
+
+} // namespace
 
 EasyDetector::EasyDetector(const STBCompressionSpec& spec, const STBMasterRow& master,
                            ProcessorKind use)
@@ -29,8 +36,7 @@ void EasyDetector::take(const Event& event, const STBAssignmentRow& row) {
                           master_.stbSpec, figures_);
 }
 
-Story::Story(const Tables& library)
-    : library_(library), processor_(program::makeProcessor(library)) {
+Story::Story(const Tables& library) : library_(library), processor_(processorOf(library)) {
     for (const STBCompressionSpec& spec : library.specs()) {
         const auto same =
             std::find_if(detectors_.begin(), detectors_.end(),
@@ -42,7 +48,7 @@ Story::Story(const Tables& library)
     }
 }
 
-void Story::take(const Event& event, std::uint64_t line) {
+void Story::take(const Event& event) {
     for (EasyDetector& detector : detectors_) {
         detector.begin();
     }
@@ -55,24 +61,24 @@ void Story::take(const Event& event, std::uint64_t line) {
             ++detector;
         }
     }
-    report(event, line);
+    report(event);
 }
 
-std::optional<std::uint64_t> Story::lineOf(const STBCompressedEvent& record) const {
+std::optional<std::uint64_t> Story::rowOf(const STBCompressedEvent& record) const {
     const auto known = reported_.find({record.specPrimaryKeyId, record.stb});
     return known == reported_.end() ? std::nullopt : std::optional(known->second);
 }
 
-void Story::report(const Event& event, std::uint64_t line) {
+void Story::report(const Event& event) {
     found_.clear();
     if (library_.kind() == ProcessorKind::hangouts) {
-        API::processEventForHangouts(event, processor_, found_, errors_);
+        processor_.processEventForHangout(event, found_);
     } else {
-        API::processEventForPresenceCompression(event, processor_, found_, errors_);
+        processor_.processEventForPresenceCompression(event, found_);
     }
     for (const STBCompressedEvent& record : found_) {
-        reported_.try_emplace({record.specPrimaryKeyId, record.stb}, line);
+        reported_.try_emplace({record.specPrimaryKeyId, record.stb}, event.sequenceNumber);
     }
 }
 
-} // namespace program
+} // namespace qorvel_engine::detail

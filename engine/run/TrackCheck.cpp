@@ -1,5 +1,7 @@
-#include "program/commands/checkTracks.h"
+#include "engine/run/TrackCheck.h"
 
+#include "engine/run/detail/EventMaker.h"
+#include "engine/run/detail/RegistryLock.h"
 #include "engine/setup/records.h"
 
 #include "qorvel/processor/detail/FigureProcessor.h"
@@ -9,14 +11,13 @@
 #include <cmath>
 #include <cstddef>
 #include <map>
+#include <string>
 #include <unordered_map>
 #include <utility>
 
-namespace program {
+namespace qorvel_engine {
 
 namespace {
-
-using qorvel_port::RowTest;
 
 constexpr std::size_t kMostEntities = 50000;
 constexpr std::size_t kMostKeys = 10000;
@@ -24,17 +25,18 @@ constexpr std::size_t kMostKeys = 10000;
 /// The gaps between an entity's fixes, gathered by their size.
 class Gaps {
 public:
-    void add(const Fix& fix) {
-        const auto known = lastTimes_.find(fix.entity);
+    void add(const Observations& columns, std::int64_t row) {
+        const std::int64_t time = columns.timeMs(row);
+        const auto known = lastTimes_.find(entityOf(columns, row));
         if (known != lastTimes_.end()) {
-            const std::int64_t gap = std::abs(fix.time - known->second);
+            const std::int64_t gap = std::abs(time - known->second);
             Class& size = classes_[classOf(gap)];
             ++size.count;
             size.sum += static_cast<double>(gap);
-            known->second = fix.time;
+            known->second = time;
             ++count_;
         } else if (lastTimes_.size() < kMostEntities) {
-            lastTimes_.emplace(fix.entity, fix.time);
+            lastTimes_.emplace(entityOf(columns, row), time);
         }
     }
 
@@ -58,6 +60,11 @@ private:
         double sum = 0.0; ///< ms
     };
 
+    static std::string entityOf(const Observations& columns, std::int64_t row) {
+        return columns.entityKind() == EntityKind::text ? std::string(columns.entityText(row))
+                                                        : std::to_string(columns.entityBits(row));
+    }
+
     static std::size_t classOf(std::int64_t gap) {
         return gap == 0
                    ? 0
@@ -71,10 +78,13 @@ private:
 
 using Keys = std::pair<std::string, std::string>;
 
-class TrackChecker {
+} // namespace
+
+class TrackCheck::State {
 public:
-    TrackChecker(const Config& config, const EventOptions& events)
-        : config_(config), maker_(events) {
+    State(const Config& config, const EventOptions& options)
+        : config_(config), maker_(config, options) {
+        const detail::RegistryLock lock;
         std::stringstream errors;
         for (const Config::Assignment& assignment : config.assignments) {
             rows_.push_back(makeAssignment(assignment, errors));
@@ -86,58 +96,71 @@ public:
         processor_ = makeProcessor(ProcessorKind::boxes, masters, rows_, {}, errors);
     }
 
-    TrackFigures operator()(FixSource& source) {
-        for (Fix fix; source.next();) {
-            ++figures_.rows;
-            Event event;
-            if (source.read(fix).empty() && maker_.make(fix, event).empty()) {
-                add(fix, event);
+    void take(const Observations& columns) {
+        for (std::int64_t row = 0; row < columns.size(); ++row) {
+            if (columns.check(row) == RowReason::none) {
+                ++figures_.rows;
+                add(columns, row);
             } else {
-                ++figures_.rejected;
+                reject();
             }
         }
-        figures_.medianGap = gaps_.median();
-        if (figures_.rejected < figures_.rows) {
-            judge();
+    }
+
+    void reject() {
+        ++figures_.rows;
+        ++figures_.rejected;
+    }
+
+    TrackFigures figures() const {
+        TrackFigures figures = figures_;
+        figures.medianGap = gaps_.median();
+        if (figures.rejected < figures.rows) {
+            judge(figures);
         }
-        return figures_;
+        return figures;
     }
 
 private:
-    void add(const Fix& fix, const Event& event) {
-        gaps_.add(fix);
+    void add(const Observations& columns, std::int64_t row) {
+        gaps_.add(columns, row);
+        const Event event = maker_.make(columns, row, 0);
         std::list<SpaceTimeBox> boxes;
         processor_.getSTB(event, boxes);
         figures_.untaken += boxes.empty() ? 1U : 0U;
         if (keys_.size() < kMostKeys) {
-            keys_.try_emplace({fix.primaryKey, fix.secondaryKey}, event);
+            keys_.try_emplace(Keys(columns.primaryKey(row), columns.secondaryKey(row)), event);
         }
     }
 
-    void judge() {
-        if (figures_.untaken > 0) {
-            warn(0, std::to_string(figures_.untaken) + " of " +
-                        std::to_string(figures_.rows - figures_.rejected) +
+    void judge(TrackFigures& figures) const {
+        const auto warn = [&figures](std::uint32_t line, const std::string& sentence) {
+            figures.warnings.push_back({false, line, sentence, ""});
+        };
+        if (figures.untaken > 0) {
+            warn(0, std::to_string(figures.untaken) + " of " +
+                        std::to_string(figures.rows - figures.rejected) +
                         " rows have no boxes: no assignment takes them, or no cell holds them; "
                         "explain tells of each why");
         }
         if (keys_.size() < kMostKeys) {
-            judgeAssignments();
+            judgeAssignments(warn);
         }
-        for (const ProcessorKind use : {ProcessorKind::presence, ProcessorKind::hangouts}) {
-            for (const Config::Spec& spec : config_.specs(use)) {
-                judgeSpec(spec, use);
+        for (const ProcessorKind kind : {ProcessorKind::presence, ProcessorKind::hangouts}) {
+            for (const Config::Spec& spec : config_.specs(kind)) {
+                judgeSpec(spec, kind, figures.medianGap, warn);
             }
         }
-        sortByLine(figures_.warnings);
+        sortByLine(figures.warnings);
     }
 
-    void judgeAssignments() {
+    template <typename Warn>
+    void judgeAssignments(const Warn& warn) const {
         auto assignment = config_.assignments.begin();
         for (const STBAssignmentRow& row : rows_) {
             if (!anyKeys([&row](const Event& event) {
-                    return passes(RowTest::primaryKey, row, event) &&
-                           passes(RowTest::secondaryKey, row, event);
+                    return passes(qorvel_port::RowTest::primaryKey, row, event) &&
+                           passes(qorvel_port::RowTest::secondaryKey, row, event);
                 })) {
                 warn(assignment->line, "no row has the keys that the assignment wants");
             }
@@ -145,9 +168,10 @@ private:
         }
     }
 
-    void judgeSpec(const Config::Spec& spec, ProcessorKind use) {
-        std::stringstream errors;
-        const STBCompressionSpec record = makeSpec(spec, use, errors);
+    template <typename Warn>
+    void judgeSpec(const Config::Spec& spec, ProcessorKind kind,
+                   std::optional<std::int64_t> medianGap, const Warn& warn) const {
+        const STBCompressionSpec record = recordOf(spec, kind);
         const bool isUsed = anyKeys([this, &record](const Event& event) {
             return std::any_of(rows_.begin(), rows_.end(), [&](const STBAssignmentRow& row) {
                 return qorvel_port::leadsTo(row, record, event);
@@ -156,12 +180,18 @@ private:
         if (!isUsed && keys_.size() < kMostKeys) {
             warn(spec.line, "no row has keys that lead to it");
         }
-        if (figures_.medianGap && record.windowMillis < *figures_.medianGap) {
+        if (medianGap && record.windowMillis < *medianGap) {
             warn(spec.line, "window \"" + spec.window.text() +
                                 "\" is shorter than the usual gap between an entity's fixes, "
                                 "about " +
-                                lengthText(*figures_.medianGap));
+                                lengthText(*medianGap));
         }
+    }
+
+    static STBCompressionSpec recordOf(const Config::Spec& spec, ProcessorKind kind) {
+        const detail::RegistryLock lock;
+        std::stringstream errors;
+        return makeSpec(spec, kind, errors);
     }
 
     template <typename Condition>
@@ -170,12 +200,8 @@ private:
                            [&holds](const auto& entry) { return holds(entry.second); });
     }
 
-    void warn(std::uint32_t line, const std::string& sentence) {
-        figures_.warnings.push_back({false, line, sentence, ""});
-    }
-
-    const Config& config_;
-    EventMaker maker_;
+    const Config config_;
+    const detail::EventMaker maker_;
     std::list<STBAssignmentRow> rows_;
     MotionProcessor processor_;
     Gaps gaps_;
@@ -183,10 +209,21 @@ private:
     TrackFigures figures_;
 };
 
-} // namespace
+TrackCheck::TrackCheck(const Config& config, const EventOptions& options)
+    : state_(std::make_unique<State>(config, options)) {}
 
-TrackFigures checkTracks(const Config& config, const EventOptions& events, FixSource& source) {
-    return TrackChecker(config, events)(source);
+TrackCheck::~TrackCheck() = default;
+
+void TrackCheck::take(const Observations& observations) {
+    state_->take(observations);
 }
 
-} // namespace program
+void TrackCheck::reject() {
+    state_->reject();
+}
+
+TrackFigures TrackCheck::figures() const {
+    return state_->figures();
+}
+
+} // namespace qorvel_engine

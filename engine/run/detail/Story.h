@@ -1,21 +1,21 @@
-#ifndef QORVEL_PROGRAM_COMMANDS_STORY_H
-#define QORVEL_PROGRAM_COMMANDS_STORY_H
+#ifndef QORVEL_ENGINE_RUN_DETAIL_STORY_H
+#define QORVEL_ENGINE_RUN_DETAIL_STORY_H
 
 #include "engine/setup/Tables.h"
-#include "program/engineNames.h"
 
-#include "qorvel/qorvel.h"
+#include "qorvel/hangout/HangoutDetector.h"
+#include "qorvel/model/hash_SpaceTimeBox.h"
+#include "qorvel/processor/MotionProcessor.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <list>
 #include <optional>
-#include <sstream>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
-namespace program {
+namespace qorvel_engine::detail {
 
 /// A detector that wants as little as one can want, and so tells how far a spec's series have come.
 class EasyDetector {
@@ -57,8 +57,8 @@ public:
     /// For presence or hangouts, or for nothing but boxes. The library must outlive the story.
     explicit Story(const Tables& library);
 
-    /// The next row of the entity, and the line on which it begins.
-    void take(const Event& event, std::uint64_t line);
+    /// The next row of the entity; the event's sequence number is what the row is known by.
+    void take(const Event& event);
 
     /// How the last event went with the spec of that index.
     const EasyDetector& detector(std::size_t spec) const { return *bySpec_[spec]; }
@@ -66,8 +66,8 @@ public:
     /// What the last event found.
     const std::list<STBCompressedEvent>& found() const { return found_; }
 
-    /// The line by which the record's box was reported; none if it was not.
-    std::optional<std::uint64_t> lineOf(const STBCompressedEvent& record) const;
+    /// The number of the row by which the record's box was reported; none if it was not.
+    std::optional<std::uint64_t> rowOf(const STBCompressedEvent& record) const;
 
 private:
     using Key = std::pair<std::uint32_t, SpaceTimeBox>; ///< with the spec's primary key
@@ -77,7 +77,7 @@ private:
         }
     };
 
-    void report(const Event& event, std::uint64_t line);
+    void report(const Event& event);
 
     const Tables& library_;
     MotionProcessor processor_;
@@ -85,9 +85,8 @@ private:
     std::vector<EasyDetector*> bySpec_;
     std::list<STBCompressedEvent> found_;
     std::unordered_map<Key, std::uint64_t, KeyHash> reported_;
-    std::stringstream errors_; ///< asked for by the library, never written
 };
 
-} // namespace program
+} // namespace qorvel_engine::detail
 
 #endif
