@@ -75,9 +75,9 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// Opens a session. Whatever it returns, `*session` is then to be closed; after a fault it is good
 /// for qorvel_engine_last_fault only, and null where there was no memory even for that.
 ///
-/// @param question       "boxes", "presence", "hangouts", "stays" or "meetings"
+/// @param question       "boxes", "presence", "hangouts", "stays" or "encounters"
 /// @param configuration  masters, assignments and specs: the text of a TOML file; for stays and
-///                       meetings it may be empty
+///                       encounters it may be empty
 /// @param options        a line "key=value" for each of these that is not as shown, or null
 ///
 /// | option | meaning |
@@ -94,10 +94,10 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// | max_bridge=86400000 | stays: a longer silence ends one in any case, ms |
 /// | max_away=300000 | stays: fixes elsewhere end one when they go on for so long, ms |
 /// | max_accuracy=200 | stays: less accurate fixes are left out, metres |
-/// | within=50 | meetings: how near two are who are together, metres |
-/// | apart=300000 | meetings: how far apart fixes may be for the way between to be known, ms |
-/// | min_duration=0 | meetings: shorter encounters are left out, ms |
-/// | pairs=0 | meetings: 1: the sums of each pair in place of its encounters |
+/// | within=50 | encounters: how near two are who are together, metres |
+/// | apart=300000 | encounters: how far apart fixes may be for the way between to be known, ms |
+/// | min_duration=0 | encounters: shorter encounters are left out, ms |
+/// | pairs=0 | encounters: 1: the sums of each pair in place of its encounters |
 /// | entity=entity | the name of a column that is needed; the same for lat, lon and time |
 /// | accuracy=accuracy | the name of one that may be missing; if empty, it is not read |
 /// | primary_key=primary_key | the same |

@@ -114,7 +114,8 @@ Told run(const char* question, const std::string& options, const Tables& tables,
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Bytes bytes(data, size);
-    const char* const question = bytes.pick({"boxes", "presence", "hangouts", "stays", "meetings"});
+    const char* const question =
+        bytes.pick({"boxes", "presence", "hangouts", "stays", "encounters"});
     const std::string options = bytes.pick({"", "late=0\n", "late=ever\n", "last_figures=1\n"});
     const std::uint64_t shape = bytes.take(2);
     Tables tables;

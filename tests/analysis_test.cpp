@@ -361,7 +361,7 @@ std::vector<Fix> wanderers(const EncounterOptions& options, double latitude, dou
 TEST(Encounters, AreAllTimesThatTwoWereNear) {
     std::size_t count = 0;
     for (int round = 0; round < 200; ++round) {
-        AnalysisOptions options{Question::meetings};
+        AnalysisOptions options{Question::encounters};
         options.encounters.within = pick({5.0, 50.0, 5000.0});
         options.encounters.apart = pick({1000, 60000, 300000});
         const std::vector<Fix> fixes = wanderers(
@@ -416,7 +416,7 @@ TEST(Encounters, AreSortedByTheNamesOfEntities) {
     };
     for (const auto& [kind, entities, pairs] : rows) {
         const auto names = std::make_shared<EntityDictionary>(kind);
-        const auto analysis = makeAnalysis({Question::meetings}, nullptr);
+        const auto analysis = makeAnalysis({Question::encounters}, nullptr);
         for (const std::string& name : entities) {
             const std::uint64_t number =
                 kind == EntityKind::text

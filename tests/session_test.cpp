@@ -222,7 +222,7 @@ std::string run(const RowStream& stream, const Way& way) {
 const std::vector<Way> kQuestions = {{Question::boxes},          {Question::presence},
                                      {Question::presence, true}, {Question::hangouts},
                                      {Question::hangouts, true}, {Question::stays},
-                                     {Question::meetings}};
+                                     {Question::encounters}};
 
 std::multiset<std::string> sorted(const std::string& lines) {
     std::multiset<std::string> set;
@@ -279,7 +279,7 @@ TEST(Session, FindsTheSameAsSeveralWithSomeEntitiesEachOnThreadsOfTheirOwn) {
             const std::jthread other([&] { found[1] = run(parts[1], way); });
             found[0] = run(parts[0], way);
         }
-        if (way.question != Question::meetings) {
+        if (way.question != Question::encounters) {
             EXPECT_EQ(sorted(found[0] + found[1]), sorted(run(stream, way)));
         }
     }
@@ -648,18 +648,18 @@ TEST(SessionFromC, RefusesInWords) {
     const Opening openings[] = {
         {"boxes", kConfig, nullptr, 0, 0},
         {"stays", kConfig, "late=ever\nlast_figures=1\n", 0, 0},
-        {"meetings", kConfig, "within=7\npairs=1\naccuracy=", 0, 0},
+        {"encounters", kConfig, "within=7\npairs=1\naccuracy=", 0, 0},
         {"stays", "",
          "radius=1e5\nmin_stay=0\nmax_gap=5\nmax_bridge=5\n"
          "max_away=0\nmax_accuracy=0",
          0, 0},
-        {"meetings", "", "within=1e5\napart=86400000\nmin_duration=0", 0, 0},
-        {"meetings", "", "within=0", kBad, 0},
-        {"meetings", "", "within=100001", kBad, 0},
-        {"meetings", "", "within=nan", kBad, 0},
-        {"meetings", "", "apart=0", kBad, 0},
-        {"meetings", "", "apart=86400001", kBad, 0},
-        {"meetings", "", "min_duration=-1", kBad, 0},
+        {"encounters", "", "within=1e5\napart=86400000\nmin_duration=0", 0, 0},
+        {"encounters", "", "within=0", kBad, 0},
+        {"encounters", "", "within=100001", kBad, 0},
+        {"encounters", "", "within=nan", kBad, 0},
+        {"encounters", "", "apart=0", kBad, 0},
+        {"encounters", "", "apart=86400001", kBad, 0},
+        {"encounters", "", "min_duration=-1", kBad, 0},
         {"stays", "", "radius=0", kBad, 0},
         {"stays", "", "radius=100001", kBad, 0},
         {"stays", "", "radius=nan", kBad, 0},

@@ -12,9 +12,23 @@
 #include "engine/analysis/detail/StaysAnalysis.h"
 #include "engine/columns/Fault.h"
 
+#include <string>
+
 namespace qorvel_engine {
 
 namespace {
+
+struct QuestionName {
+    std::string_view name;
+    Question question;
+};
+
+/// The one list of them.
+constexpr QuestionName kQuestions[] = {{"boxes", Question::boxes},
+                                       {"presence", Question::presence},
+                                       {"hangouts", Question::hangouts},
+                                       {"stays", Question::stays},
+                                       {"encounters", Question::encounters}};
 
 template <class Result>
 std::unique_ptr<Analysis> makeRecordsAnalysis(const Tables& tables, bool lastFigures) {
@@ -32,6 +46,18 @@ const Tables& checked(const Tables* tables, Question question) {
 }
 
 } // namespace
+
+Question questionOf(std::string_view name) {
+    std::string names;
+    for (const QuestionName& row : kQuestions) {
+        if (row.name == name) {
+            return row.question;
+        }
+        names += (names.empty() ? "" : ", ") + std::string(row.name);
+    }
+    throw Fault(FaultCode::badConfiguration,
+                "There is no question \"" + std::string(name) + "\"; want one of " + names + ".");
+}
 
 ProcessorKind processorKindOf(Question question) {
     switch (question) {
@@ -54,7 +80,7 @@ const ResultSchema& schemaOf(const AnalysisOptions& options) {
         return HangoutResult::layout().schema();
     case Question::stays:
         return StayResult::layout().schema();
-    case Question::meetings:
+    case Question::encounters:
         return options.encounters.pairs ? PairResult::layout().schema()
                                         : EncounterResult::layout().schema();
     }
@@ -62,7 +88,7 @@ const ResultSchema& schemaOf(const AnalysisOptions& options) {
 }
 
 bool needsConfiguration(Question question) {
-    return question != Question::stays && question != Question::meetings;
+    return question != Question::stays && question != Question::encounters;
 }
 
 std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options, const Tables* tables) {
@@ -76,7 +102,7 @@ std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options, const Tab
         return makeRecordsAnalysis<HangoutResult>(configured(), options.lastFigures);
     case Question::stays:
         return std::make_unique<detail::StaysAnalysis>(options.stays);
-    case Question::meetings:
+    case Question::encounters:
         return std::make_unique<detail::EncountersAnalysis>(options.encounters);
     }
     throw Fault(FaultCode::misuse, "there is no such question");

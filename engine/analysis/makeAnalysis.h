@@ -9,26 +9,31 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 namespace qorvel_engine {
 
 /// What is asked.
 enum class Question : std::uint8_t {
-    boxes,    ///< the cells and time boxes of every fix
-    presence, ///< who was seen often enough in which cell and time box
-    hangouts, ///< who stayed without a break in which cell and time box
-    stays,    ///< who stayed where, from when to when
-    meetings  ///< who was with whom, from when to when
+    boxes,     ///< the cells and time boxes of every fix
+    presence,  ///< who was seen often enough in which cell and time box
+    hangouts,  ///< who stayed without a break in which cell and time box
+    stays,     ///< who stayed where, from when to when
+    encounters ///< who was with whom, from when to when
 };
 
 struct AnalysisOptions {
     Question question = Question::boxes;
     bool lastFigures = false;      ///< presence and hangouts: the last figures of each record
     StayOptions stays{};           ///< stays: what one is
-    EncounterOptions encounters{}; ///< meetings: what one is
+    EncounterOptions encounters{}; ///< encounters: what one is
 };
 
-/// Does a question need a configuration? All but stays and meetings, which are free of cells and
+/// The question of that name: "boxes", "presence", "hangouts", "stays" or "encounters". Throws the
+/// Fault `badConfiguration`, which names them all, for another.
+QORVEL_ENGINE_EXPORT Question questionOf(std::string_view name);
+
+/// Does a question need a configuration? All but stays and encounters, which are free of cells and
 /// keys.
 QORVEL_ENGINE_EXPORT bool needsConfiguration(Question question);
 
@@ -40,7 +45,7 @@ QORVEL_ENGINE_EXPORT const ResultSchema& schemaOf(const AnalysisOptions& options
 
 /// The tables are for that kind, and outlive the analysis; null where the question needs none.
 /// Throws the Fault `misuse` for tables of another kind or none; `badConfiguration` for options of
-/// stays and meetings that cannot be.
+/// stays and encounters that cannot be.
 QORVEL_ENGINE_EXPORT std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options,
                                                             const Tables* tables);
 

@@ -23,7 +23,7 @@ namespace qorvel_engine {
 /// Results come in the order of the rows that bring them. They, their order and their figures do
 /// not depend on threads, on how the rows are split over pushes, on when results are taken or, but
 /// for rows later than promised, on what is forgotten when. Entities do not depend on each other
-/// but in meetings: elsewhere sessions with some entities each find together what one finds.
+/// but in encounters: elsewhere sessions with some entities each find together what one finds.
 ///
 /// Stays come when they are final, so what is promised and known decides when. A promise is about
 /// the rows of one entity, which need not be near those of others: a stay comes with the row of its

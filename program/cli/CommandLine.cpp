@@ -426,7 +426,7 @@ private:
         addFinal(hangouts);
 
         addStays(add(Question::stays, "stays", "who stayed where, from when to when"));
-        addMeet(add(Question::meetings, "meet", "who was with whom, from when to when"));
+        addMeet(add(Question::encounters, "meet", "who was with whom, from when to when"));
     }
 
     void addStays(CLI::App& command) {

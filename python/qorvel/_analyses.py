@@ -25,10 +25,10 @@ DEFAULTS: dict[str, Settings] = {
     "presence": {"ratio": 0.5},
     "hangouts": {},
     "stays": {},
-    "meetings": {},
+    "encounters": {},
 }
 # What has no cells, and so nothing to configure.
-CELLLESS = ("stays", "meetings")
+CELLLESS = ("stays", "encounters")
 # What a configuration says itself.
 CONFIGURED = (
     "cell_length",
@@ -93,7 +93,7 @@ class Session:
 
     Parameters
     ----------
-    analysis : {"boxes", "presence", "hangouts", "stays", "meetings"}
+    analysis : {"boxes", "presence", "hangouts", "stays", "encounters"}
         What is asked.
     config : path or str, optional
         Masters, assignments and specs: the path of a TOML file, or its text.
@@ -475,7 +475,7 @@ def meet(
         A row for each encounter, or pair.
     """
     return _answer(
-        "meetings",
+        "encounters",
         table,
         run,
         within=within,

@@ -19,16 +19,6 @@ namespace {
 
 using namespace qorvel_engine; // NOLINT(google-build-using-namespace): whose settings these are
 
-struct QuestionName {
-    std::string_view name;
-    Question question;
-};
-constexpr QuestionName kQuestions[] = {{"boxes", Question::boxes},
-                                       {"presence", Question::presence},
-                                       {"hangouts", Question::hangouts},
-                                       {"stays", Question::stays},
-                                       {"meetings", Question::meetings}};
-
 /// Where the simple settings go: one master, one assignment, one spec.
 struct Reading {
     Settings settings;
@@ -137,17 +127,6 @@ void take(const std::string& name, nb::handle said, Reading& to) {
     } catch (const nb::python_error&) {
         refuse("");
     }
-}
-
-Question questionOf(const std::string& name) {
-    const auto* const row =
-        std::find_if(std::begin(kQuestions), std::end(kQuestions),
-                     [&name](const QuestionName& candidate) { return candidate.name == name; });
-    if (row == std::end(kQuestions)) {
-        refuseSetting("There is no analysis \"" + name +
-                      "\"; want boxes, presence, hangouts, stays or meetings.");
-    }
-    return row->question;
 }
 
 Config simpleConfig(const Reading& reading, ProcessorKind kind) {

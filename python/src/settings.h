@@ -20,7 +20,7 @@ struct Settings {
 /// Reads what Python's functions are told by name; the table in the source has all names. What is
 /// not said is as the engine has it.
 ///
-/// @param question  "boxes", "presence", "hangouts", "stays" or "meetings"
+/// @param question  see qorvel_engine::questionOf
 /// Throws the Fault `badConfiguration` for what cannot be.
 Settings readSettings(const std::string& question, const nanobind::dict& said);
 

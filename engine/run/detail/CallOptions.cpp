@@ -12,17 +12,6 @@ namespace qorvel_engine::detail {
 
 namespace {
 
-struct QuestionName {
-    std::string_view name;
-    Question question;
-};
-
-constexpr QuestionName kQuestions[] = {{"boxes", Question::boxes},
-                                       {"presence", Question::presence},
-                                       {"hangouts", Question::hangouts},
-                                       {"stays", Question::stays},
-                                       {"meetings", Question::meetings}};
-
 /// Reads a value; false if it cannot be.
 template <class Number>
 bool read(std::string_view text, Number& number) {
@@ -96,11 +85,10 @@ std::string quoted(std::string_view text) {
     throw Fault(FaultCode::badConfiguration, sentence, {}, line);
 }
 
-template <class Rows, class Member>
-std::string namesOf(const Rows& rows, Member name) {
+std::string optionNames() {
     std::string names;
-    for (const auto& row : rows) {
-        names += (names.empty() ? "" : ", ") + std::string(row.*name);
+    for (const Option& option : kOptions) {
+        names += (names.empty() ? "" : ", ") + std::string(option.key);
     }
     return names;
 }
@@ -113,7 +101,7 @@ void readLine(std::string_view text, std::uint64_t line, CallOptions& options) {
                      [key](const Option& candidate) { return candidate.key == key; });
     if (equals == text.size() || option == std::end(kOptions)) {
         refuse("There is no option " + quoted(key) + "; want a line key=value for any of " +
-                   namesOf(kOptions, &Option::key) + ".",
+                   optionNames() + ".",
                line);
     }
     const std::string_view value = text.substr(equals + 1);
@@ -126,15 +114,7 @@ void readLine(std::string_view text, std::uint64_t line, CallOptions& options) {
 
 CallOptions readCallOptions(std::string_view question, std::string_view options) {
     CallOptions result;
-    const auto* const named =
-        std::find_if(std::begin(kQuestions), std::end(kQuestions),
-                     [question](const QuestionName& row) { return row.name == question; });
-    if (named == std::end(kQuestions)) {
-        refuse("There is no question " + quoted(question) + "; want one of " +
-                   namesOf(kQuestions, &QuestionName::name) + ".",
-               0);
-    }
-    result.analysis.question = named->question;
+    result.analysis.question = questionOf(question);
     for (std::uint64_t line = 1; !options.empty(); ++line) {
         const std::string_view text = options.substr(0, options.find('\n'));
         options.remove_prefix(std::min(text.size() + 1, options.size()));
