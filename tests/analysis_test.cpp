@@ -345,6 +345,7 @@ std::vector<Fix> wanderers(const EncounterOptions& options, double latitude, dou
             north += off(jumps ? 500 : 2);
             east += off(jumps ? 500 : 2);
             time += static_cast<std::int64_t>(random_() >> 1) % (options.apart * pick({1, 1, 3}));
+            time -= random_() % 3 == 0 ? time % (options.apart / 2) : 0; // two at the same time
             fixes.push_back({"e" + std::to_string(entity * 7),
                              std::clamp(latitude + north, -90.0, 90.0),
                              std::remainder(longitude + east, 360.0), time, 10.0, "", ""});
@@ -358,6 +359,56 @@ std::vector<Fix> wanderers(const EncounterOptions& options, double latitude, dou
     return fixes;
 }
 
+/// Encounters and pieces of them, put together: all figures but minutes.
+std::vector<Texts> joined(const AnalysisOptions& options,
+                          const std::vector<std::vector<Texts>>& all) {
+    enum Column : std::size_t { kFrom = 2, kTo, kMinutes, kLeast, kFixes, kLatitude };
+    const auto number = [](const Texts& row, Column column) { return std::stoll(row[column]); };
+    std::map<std::tuple<std::string, std::string, std::int64_t>, Texts> sorted;
+    for (const auto& rows : all) {
+        for (const Texts& row : rows) {
+            sorted[{row[0], row[1], number(row, kFrom)}] = row;
+        }
+    }
+    std::vector<Texts> result;
+    for (auto& [key, row] : sorted) {
+        row[kMinutes].clear();
+        const bool goesOn =
+            !result.empty() && result.back()[0] == row[0] && result.back()[1] == row[1] &&
+            number(row, kFrom) - number(result.back(), kTo) <= options.encounters.apart;
+        if (!goesOn) {
+            result.push_back(row);
+            continue;
+        }
+        Texts& whole = result.back();
+        whole[kTo] = row[kTo];
+        whole[kFixes] = std::to_string(number(whole, kFixes) + number(row, kFixes));
+        if (std::stod(row[kLeast]) < std::stod(whole[kLeast])) {
+            whole[kLeast] = row[kLeast];
+            std::copy(row.begin() + kLatitude, row.end(), whole.begin() + kLatitude);
+        }
+    }
+    return result;
+}
+
+/// Those of the times before one and from it on, each from the fixes that lie near these times.
+std::vector<Texts> inPieces(const AnalysisOptions& options, const std::vector<Fix>& fixes,
+                            std::int64_t border) {
+    AnalysisOptions before = options, after = options;
+    before.encounters.last = border - 1;
+    after.encounters.first = border;
+    std::vector<Fix> early, late;
+    for (const Fix& fix : fixes) {
+        if (fix.time < border + options.encounters.apart) {
+            early.push_back(fix);
+        }
+        if (fix.time >= border - options.encounters.apart) {
+            late.push_back(fix);
+        }
+    }
+    return joined(options, {ask(before, {}, early), ask(after, {}, late)});
+}
+
 TEST(Encounters, AreAllTimesThatTwoWereNear) {
     std::size_t count = 0;
     for (int round = 0; round < 200; ++round) {
@@ -368,6 +419,10 @@ TEST(Encounters, AreAllTimesThatTwoWereNear) {
             options.encounters, pick({0.0, 48.0, 89.9999, -89.9}), pick({0.0, 180.0, -179.9999}));
         const std::vector<Texts> found = ask(options, {}, fixes);
         ASSERT_EQ(ask(options, {}, fixes), found) << "in other batches";
+        std::vector<Fix> inOtherOrder = fixes;
+        std::shuffle(inOtherOrder.begin(), inOtherOrder.end(), random_);
+        ASSERT_EQ(ask(options, {}, inOtherOrder), found) << "in another order";
+        ASSERT_EQ(inPieces(options, fixes, fixes.front().time), joined(options, {found}));
         std::map<std::tuple<std::string, std::string, std::int64_t, std::int64_t, std::int64_t>,
                  double>
             byFigures;

@@ -2,6 +2,7 @@
 #define QORVEL_ENGINE_ANALYSIS_ENCOUNTEROPTIONS_H
 
 #include <cstdint>
+#include <limits>
 
 namespace qorvel_engine {
 
@@ -20,6 +21,12 @@ struct EncounterOptions {
 
     /// The sums of each pair, at the end, instead of its encounters.
     bool pairs = false;
+
+    /// The first and the last ms whose fixes count. Fixes before and after that only tell where
+    /// their entity was, up to `apart` away. So many processes can look at a part of the time each:
+    /// an encounter that goes on over a border is found in pieces, which lie at most `apart` apart.
+    std::int64_t first = 0;
+    std::int64_t last = std::numeric_limits<std::int64_t>::max();
 };
 
 } // namespace qorvel_engine

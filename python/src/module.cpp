@@ -4,6 +4,7 @@
 #include "src/TableBuilder.h"
 #include "src/faults.h"
 #include "src/geohash.h"
+#include "src/settings.h"
 
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/string.h>
@@ -95,5 +96,6 @@ NB_MODULE(_engine, module) {
         .def("cancel", &PySession::cancel);
     module.def("guess", &guessColumns, nb::arg("names"),
                nb::sig("def guess(names: collections.abc.Sequence[str]) -> dict[str, list[str]]"));
+    module.def("milliseconds", &milliseconds, nb::arg("length"));
     bindGeohash(module);
 }

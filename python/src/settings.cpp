@@ -94,6 +94,8 @@ constexpr Setting kSettings[] = {
     {"min_minutes",
      [](nb::handle v, Reading& r) { readMinutes(v, r.settings.analysis.encounters.minDuration); }},
     {"pairs", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.pairs); }},
+    {"first_ms", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.first); }},
+    {"last_ms", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.last); }},
     {"config_file",
      [](nb::handle v, Reading& r) { r.config = readConfig(nb::cast<std::string>(v)); }},
     {"config_text",
@@ -142,6 +144,10 @@ Config simpleConfig(const Reading& reading, ProcessorKind kind) {
 }
 
 } // namespace
+
+std::int64_t milliseconds(const std::string& length) {
+    return fixedLength(readSpan(length)).value_or(kEver);
+}
 
 Settings readSettings(const std::string& question, const nb::dict& said) {
     Reading reading;

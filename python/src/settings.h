@@ -5,6 +5,7 @@
 #include "engine/run/SessionOptions.h"
 #include "engine/setup/Config.h"
 
+#include <cstdint>
 #include <nanobind/nanobind.h>
 #include <string>
 
@@ -23,6 +24,10 @@ struct Settings {
 /// @param question  see qorvel_engine::questionOf
 /// Throws the Fault `badConfiguration` for what cannot be.
 Settings readSettings(const std::string& question, const nanobind::dict& said);
+
+/// The length of time that a setting says, such as "15 minutes"; kEver for one that is not always
+/// as long. Throws std::invalid_argument for what is none.
+std::int64_t milliseconds(const std::string& length);
 
 } // namespace qorvel_python
 

@@ -1,6 +1,7 @@
 #include "engine/analysis/detail/Encounters.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <limits>
 
@@ -59,9 +60,13 @@ void Encounters::lookThroughBefore(std::int64_t end, const NameOrder& isBefore, 
 }
 
 void Encounters::lookThrough(Slots::const_iterator slot) {
-    finder_.take(fixesAround(slot));
-    const std::int64_t from = slot->first * slotLength_;
-    join(from, after(from, slotLength_ - 1));
+    const std::int64_t begin = slot->first * slotLength_;
+    const std::int64_t from = std::max(begin, options_.first);
+    const std::int64_t to = std::min(after(begin, slotLength_ - 1), options_.last);
+    if (from <= to) {
+        finder_.take(fixesAround(slot));
+        join(from, to);
+    }
 }
 
 std::vector<SeenFix> Encounters::fixesAround(Slots::const_iterator slot) const {
@@ -116,7 +121,8 @@ void Encounters::join(const Moment& moment) {
     }
     encounter.to = moment.time;
     ++encounter.fixes;
-    if (moment.squaredDistance < encounter.squaredDistance) {
+    // As distances, not as their squares: of pieces of an encounter nothing else is known.
+    if (std::sqrt(moment.squaredDistance) < std::sqrt(encounter.squaredDistance)) {
         encounter.squaredDistance = moment.squaredDistance;
         encounter.latitude = moment.latitude;
         encounter.longitude = moment.longitude;

@@ -158,10 +158,12 @@ void MomentFinder::meet(std::uint64_t eid, const TrackPiece& piece, const FixGri
     }
 }
 
-/// By pair and time. A fix at which two pieces meet, or that was found in two cells, counts once.
+/// By pair and time, fixes of the same time by their place: the numbers of entities hang on the
+/// order of the input. A fix at which two pieces meet, or that was found in two cells, counts once.
 void MomentFinder::sortFound() {
     const auto key = [this](const Found& found) {
-        return std::tuple(found.a, found.b, fixes_[found.fix].time, found.fix,
+        const SeenFix& fix = fixes_[found.fix];
+        return std::tuple(found.a, found.b, fix.time, fix.latitude, fix.longitude, found.fix,
                           found.squaredDistance);
     };
     std::sort(found_.begin(), found_.end(),

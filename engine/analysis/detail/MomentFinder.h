@@ -32,7 +32,7 @@ public:
     /// `apart` after the last, in ascending order, none twice.
     void take(std::vector<SeenFix> fixes);
 
-    /// The moments from the first to the last of these ms, by pair and time.
+    /// The moments from the first to the last of these ms, by pair, time and place.
     ///
     /// @return whether that is all: false when there are so many that it is better to ask for less
     bool find(std::int64_t from, std::int64_t to, std::vector<Moment>& moments);
