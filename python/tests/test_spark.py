@@ -1,0 +1,236 @@
+"""On a cluster of two executors the answer is the program's, whatever dies on the way."""
+
+import math
+import os
+import pathlib
+import random
+import signal
+import sys
+
+import pyarrow as pa
+import pyarrow.csv
+import pyarrow.parquet
+import pytest
+from conftest import COMMANDS, csv_text, data_files, read
+
+pytest.importorskip("pyspark", reason="scripts/test-spark runs these")
+
+from pyspark.sql import SparkSession
+from pyspark.sql import functions as F
+
+import qorvel
+import qorvel.spark
+from qorvel.spark import _meet
+
+OPTIONS = {"presence": {"final": True}}
+ORDER = [(name, "ascending") for name in ("entity", "time_ms", "lat", "lon")]
+
+
+@pytest.fixture(scope="session")
+def spark():
+    os.environ["PYSPARK_PYTHON"] = sys.executable
+    settings = {
+        "spark.ui.enabled": "false",
+        "spark.driver.bindAddress": "127.0.0.1",
+        "spark.driver.host": "127.0.0.1",
+        "spark.executor.memory": "1g",
+        "spark.sql.shuffle.partitions": "3",
+        "spark.task.maxFailures": "8",
+    }
+    builder = SparkSession.builder.master("local-cluster[2,1,2048]")
+    for name, value in settings.items():
+        builder = builder.config(name, value)
+    session = builder.getOrCreate()
+    session.sparkContext.setLogLevel("ERROR")
+    yield session
+    session.stop()
+
+
+class Tracks:
+    """Observations, shuffled, in files of Spark; and in order, for the program."""
+
+    def __init__(self, table, folder, program):
+        self.program = program
+        self.file = folder / "tracks.csv"
+        pa.csv.write_csv(table.sort_by(ORDER), self.file)
+        self.folder = folder / "tracks"
+        self.folder.mkdir()
+        for part in range(3):
+            rows = [row for row in range(table.num_rows) if row * 2654435761 % 2**32 % 3 == part]
+            pa.parquet.write_table(table.take(rows[::-1]), self.folder / f"{part}.parquet")
+
+    def frame(self, spark):
+        return spark.read.parquet(str(self.folder))
+
+    def wanted(self, command):
+        return lines_of(self.program.answer(command, self.file))
+
+
+def lines_of(text):
+    return sorted(text.splitlines())
+
+
+def found(frame):
+    return lines_of(csv_text(frame.toArrow()))
+
+
+@pytest.fixture(scope="session", params=["town", "taxis"])
+def tracks(request, program, world, tmp_path_factory):
+    if request.param == "town":
+        table = read(world)
+    else:
+        files = [file for file in data_files() if "cabs" in file.name]
+        if not files:
+            pytest.skip("QORVEL_TEST_DATA names no folder with taxis")
+        table = read(files[0])
+        cabs = sorted(set(table["entity"].to_pylist()))[::20]
+        table = table.filter(pa.compute.is_in(table["entity"], pa.array(cabs)))
+    return Tracks(table, tmp_path_factory.mktemp(request.param), program)
+
+
+def ask(command, frame, **options):
+    return getattr(qorvel.spark, command)(frame, **OPTIONS.get(command, {}), **options)
+
+
+@pytest.mark.parametrize("partitions", [1, 2, 7, 64])
+def test_any_number_of_partitions_gives_what_the_program_writes(partitions, tracks, spark):
+    for command in COMMANDS:
+        if command == "boxes":
+            answer = ask(command, tracks.frame(spark).repartition(partitions))
+        else:
+            answer = ask(command, tracks.frame(spark), partitions=partitions)
+        assert found(answer) == tracks.wanted(command), command
+
+
+def test_a_crowd_is_split(tracks, spark, monkeypatch):
+    monkeypatch.setattr(_meet, "MOST_TOGETHER", 500)
+    assert found(ask("meet", tracks.frame(spark))) == tracks.wanted("meet")
+
+
+def test_pairs_and_settings_are_those_of_one_machine(tracks, spark):
+    settings = {"pairs": True, "apart": "20 minutes", "within": 300.0, "min_minutes": 3.5}
+    wanted = qorvel.meet(read(tracks.file), **settings)
+    assert found(ask("meet", tracks.frame(spark), **settings)) == lines_of(csv_text(wanted))
+
+
+def test_meetings_do_not_depend_on_where_on_earth_or_how_fast(spark):
+    """Jumps to any place, the other end of the earth too, poles, and fixes of the same time."""
+    random.seed(5)
+    rows = []
+    for entity in range(8):
+        lat, lon, time = [0.0, 89.9, -48.0][entity % 3], 179.9, 10**12
+        for _ in range(150):
+            time += random.randrange(1, 400_000)
+            time -= time % random.choice([1, 100_000])
+            lat = max(-90.0, min(90.0, lat + random.uniform(-0.1, 0.1)))
+            lon = math.remainder(lon + random.uniform(-0.1, 0.1), 360)
+            rows.append((f"e{entity}", lat, lon, time))
+            if random.random() < 0.02:
+                rows.append((f"e{entity}", -lat, math.remainder(lon + 180, 360), time + 100_000))
+    rows += [("null island", 0.0, 0.0, 10**12), ("null island", 0.0, 180.0, 10**12 + 200_000)]
+    rows += [("in its way", 0.0, 90.0, 10**12 + 100_000)]
+    frame = spark.createDataFrame(rows, "entity string, lat double, lon double, time_ms bigint")
+    columns = dict(zip(frame.columns, map(list, zip(*rows, strict=True)), strict=True))
+    wanted = lines_of(csv_text(qorvel.meet(pa.table(columns), within=20_000.0)))
+    assert len(wanted) > 100
+    assert sum("null island" in line for line in wanted) == 1
+    assert found(ask("meet", frame, within=20_000.0, partitions=3)) == wanted
+
+
+def deadly(marker, victim):
+    """Hands rows on, and kills once what works on them."""
+
+    def work(batches):
+        for batch in batches:
+            try:
+                os.close(os.open(marker, os.O_CREAT | os.O_EXCL))
+            except FileExistsError:
+                yield batch
+                continue
+            parents = {}
+            for entry in os.listdir("/proc"):
+                if entry.isdigit():
+                    try:
+                        with open(f"/proc/{entry}/stat") as file:
+                            parents[int(entry)] = int(file.read().rsplit(")", 1)[1].split()[1])
+                    except OSError:
+                        continue
+            daemon = os.getppid()
+            workers = [process for process, parent in parents.items() if parent == daemon]
+            for process in [parents[daemon]] if victim == "executor" else workers:
+                os.kill(process, signal.SIGKILL)
+            yield batch
+
+    return work
+
+
+@pytest.mark.parametrize("victim", ["executor", "worker"])
+@pytest.mark.parametrize("command", ["stays", "meet"])
+def test_what_dies_on_the_way_changes_nothing(command, victim, program, world, spark, tmp_path):
+    tracks = Tracks(read(world), tmp_path, program)
+    marker = str(tmp_path / "killed")
+    answer = ask(command, tracks.frame(spark), partitions=7)
+    answer = answer.mapInArrow(deadly(marker, victim), answer.schema)
+    assert found(answer) == tracks.wanted(command)
+    assert pathlib.Path(marker).exists()
+
+
+def test_rows_may_be_taken_in_another_order(program, world, spark):
+    """In that of the file, in which some are late; by a collation two names could be one."""
+    table = read(world)
+    names = pa.compute.replace_substring(table["entity"], "2", "A")
+    table = table.set_column(0, "entity", pa.compute.replace_substring(names, "3", "a"))
+    wanted = qorvel.hangouts(table)
+    table = table.append_column("row", pa.array(range(table.num_rows)))
+    rows = spark.createDataFrame(table).repartition(5, "lat")
+    rows = rows.withColumn("entity", F.collate("entity", "UTF8_LCASE"))
+    answer = qorvel.spark.hangouts(rows, order_by="row")
+    assert found(answer) == lines_of(csv_text(wanted))
+    assert found(qorvel.spark.hangouts(rows)) != found(answer)
+
+
+def test_rejects_are_the_rows_that_cannot_be_used(spark):
+    schema = "who string, lat double, lon double, t timestamp, more array<int>"
+    rows = [
+        ("a", 47.0, 8.0, None, [1]),
+        (None, 47.0, 8.0, None, None),
+        ("c", 47.0, 8.0, None, None),
+        ("d", math.nan, 8.0, None, None),
+    ]
+    frame = spark.createDataFrame(rows, schema).withColumn(
+        "t", F.when(F.col("who") != "c", F.timestamp_millis(F.lit(5)))
+    )
+    got = qorvel.spark.rejects(frame, columns={"entity": "who"}).collect()
+    assert sorted((row.who or "", row.reject_reason) for row in got) == [
+        ("", "the entity is missing"),
+        ("c", "the time is missing"),
+        ("d", "the latitude is no number from -90 to 90"),
+    ]
+    assert qorvel.spark.boxes(frame, columns={"entity": "who"}).select("entity").collect() == [
+        ("a",)
+    ]
+
+
+FRAME = "entity string, lat double, lon double, time_ms bigint"
+REFUSED = [
+    ("stays", FRAME.replace("lat", "north"), {}, "no column that is known for the lat"),
+    ("stays", FRAME.replace("lat double", "lat string"), {}, 'column "lat" is utf8'),
+    ("meet", FRAME.replace("entity string", "entity map<int,int>"), {}, "of the type map<int,int>"),
+    ("boxes", FRAME + ", lat double", {}, "several columns"),
+    ("stays", FRAME, {"radius": -1}, "radius of stays has to be above 0"),
+    ("meet", FRAME, {"apart": "0 minutes"}, "apart"),
+    ("meet", FRAME, {"min_minutes": -1}, "min_minutes"),
+    ("hangouts", FRAME, {"config": "[[mister]]"}, "[[master]]"),
+    ("hangouts", FRAME, {"config": "nowhere.toml"}, '"nowhere.toml" cannot be read'),
+    ("hangouts", FRAME, {"late": "1 hours"}, 'no setting "late"'),
+    ("presence", FRAME, {"colour": 1}, 'no setting "colour"'),
+    ("presence", FRAME, {"partitions": 0}, "number of partitions"),
+]
+
+
+@pytest.mark.parametrize(("command", "schema", "options", "sentence"), REFUSED)
+def test_faults_are_told_before_a_task_starts(command, schema, options, sentence, spark):
+    frame = spark.createDataFrame([], schema)
+    with pytest.raises(qorvel.Error) as fault:
+        getattr(qorvel.spark, command)(frame, **options)
+    assert sentence in str(fault.value)
