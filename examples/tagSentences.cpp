@@ -40,6 +40,14 @@ const TagSentence kSentences[] = {
     {"ERROR_MOTIONPROCESSOR_3",
      "A spec's window is not shorter than the time box of its master row; boxes from 50 days on "
      "count with a wrapped, shorter length."},
+    {"ERROR_STATE_1", "This is no state."},
+    {"ERROR_STATE_2", "The state is of a newer format: load it with a later version."},
+    {"ERROR_STATE_3", "The state is cut short."},
+    {"ERROR_STATE_4", "The state is damaged."},
+    {"ERROR_STATE_5", "The state is that of something else."},
+    {"ERROR_STATE_6", "The state was saved with another configuration."},
+    {"ERROR_STATE_7", "The state has a section that this version does not know: load it with a "
+                      "later one."},
     {"ERROR_CREATE_MASTER_1", "So the master row is not valid."},
     {"ERROR_CREATE_ASSIGN_1", "So the assignment row is not valid."},
     {"ERROR_CREATE_HANGOUT_1", "So the hangout spec is not valid."},

@@ -10,6 +10,7 @@
 #include "testing/world/Random.h"
 
 #include "qorvel/base/bits.h"
+#include "qorvel/facade/saveState.h"
 #include "qorvel/hangout/HangoutDetector.h"
 #include "qorvel/processor/MotionProcessor.h"
 #include "qorvel/processor/detail/FigureProcessor.h"
@@ -496,6 +497,73 @@ TEST_P(ModelBeside, Figures) {
         EXPECT_EQ("", model::difference(boxes, sink.boxes));
         figured->expectRowTests(event);
         return reported.size();
+    });
+}
+
+template <class Side>
+std::string stateOf(const Side& side) {
+    std::ostringstream out;
+    EXPECT_TRUE(saveState(side, out));
+    return out.str();
+}
+
+/// Replaces it by a new one that goes on with its state.
+template <class Side>
+void carry(Side& side, Side successor) {
+    std::stringstream state(stateOf(side) + "next");
+    std::stringstream errors;
+    ASSERT_TRUE(loadState(successor, state, errors)) << errors.str();
+    ASSERT_EQ(stateOf(successor) + "next", state.str());
+    ASSERT_EQ(state.get(), 'n'); // and no further
+    side = successor;
+}
+
+/// Two of the same, of which one is carried elsewhere again and again.
+struct Carried {
+    explicit Carried(Stream& stream)
+        : tables(stream), whole(tables.masters, tables.rows, tables.specs), cut(whole) {
+        cut = fresh();
+    }
+
+    MotionProcessor fresh() const { return {tables.masters, tables.rows, tables.specs}; }
+
+    Tables tables;
+    MotionProcessor whole;
+    MotionProcessor cut;
+    std::array<HangoutDetector, 2> detectors;
+};
+
+TEST_P(ModelBeside, CarriedStates) {
+    const auto make = [](Stream& stream) { return std::make_unique<Carried>(stream); };
+    runStreams(make, [](Stream& stream, std::unique_ptr<Carried>& sides) {
+        if (stream.chance(0.02)) {
+            carry(sides->cut, sides->fresh());
+            carry(sides->detectors[1], HangoutDetector());
+            EXPECT_EQ(stateOf(sides->whole), stateOf(sides->cut));
+        }
+        if (stream.chance(0.02)) {
+            const std::int64_t time = stream.gcTime();
+            sides->whole.gc(time);
+            sides->cut.gc(time);
+        }
+        const Event event = stream.event();
+        const bool presence = stream.drawPresence();
+        std::list<STBCompressedEvent> out[4];
+        const std::list<STBCompressedEvent> older(stream.chance(0.1) ? 1 : 0); // of another's key
+        for (const int side : {0, 1}) {
+            MotionProcessor& processor = side == 0 ? sides->whole : sides->cut;
+            out[side] = older;
+            presence ? processor.processEventForPresenceCompression(event, out[side])
+                     : processor.processEventForHangout(event, out[side]);
+            sides->detectors[static_cast<std::size_t>(side)].processEventDwellTime(
+                event, 1.0, 1.0, sides->tables.specs.front(), sides->tables.masters.front().stbSpec,
+                out[2 + side]);
+        }
+        EXPECT_EQ("", model::difference(out[0], out[1]));
+        EXPECT_EQ("", model::difference(out[2], out[3]));
+        EXPECT_EQ(countsOf(sides->whole), countsOf(sides->cut));
+        EXPECT_EQ(countsOf(sides->detectors[0]), countsOf(sides->detectors[1]));
+        return out[0].size() + out[2].size();
     });
 }
 

@@ -1,11 +1,9 @@
 #include "qorvel/hangout/HangoutDetector.h"
 
-#include "qorvel/hangout/detail/DetectorState.h"
+#include "qorvel/hangout/detail/HangoutDetectorState.h"
 #include "qorvel/hangout/detail/RecordList.h"
 
 QORVEL_BEGIN_NAMESPACE
-
-class QORVEL_NO_EXPORT HangoutDetector::State : public qorvel_detail::DetectorState {};
 
 HangoutDetector::HangoutDetector() : state_(std::make_unique<State>()) {}
 

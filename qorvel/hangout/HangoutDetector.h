@@ -85,6 +85,7 @@ public:
     std::uint64_t getItemCount() const;
 
 private:
+    friend class StateFile; // of saveState and loadState
     class State;
     std::unique_ptr<State> state_;
 };

@@ -1,6 +1,7 @@
 #include "qorvel/model/EIDName.h"
 
 #include "qorvel/model/detail/NameRegistry.h"
+#include "qorvel/model/detail/registeredNames.h"
 
 QORVEL_BEGIN_NAMESPACE
 
@@ -19,3 +20,11 @@ std::string EIDName::getEIDNameStr(const std::uint64_t& id) {
 }
 
 QORVEL_END_NAMESPACE
+
+namespace qorvel_detail {
+
+const std::string* registeredEntity(std::uint64_t number) {
+    return registry.find(number);
+}
+
+} // namespace qorvel_detail

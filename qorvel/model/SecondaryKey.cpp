@@ -1,6 +1,7 @@
 #include "qorvel/model/SecondaryKey.h"
 
 #include "qorvel/model/detail/NameRegistry.h"
+#include "qorvel/model/detail/registeredNames.h"
 
 QORVEL_BEGIN_NAMESPACE
 
@@ -15,3 +16,11 @@ std::int32_t SecondaryKey::getSecondaryKeyInt(const std::string& name) {
 }
 
 QORVEL_END_NAMESPACE
+
+namespace qorvel_detail {
+
+const std::string* registeredSecondaryKey(std::int32_t number) {
+    return registry.find(number);
+}
+
+} // namespace qorvel_detail

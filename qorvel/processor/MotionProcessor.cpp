@@ -1,7 +1,7 @@
 #include "qorvel/processor/MotionProcessor.h"
 
 #include "qorvel/geodesy/detail/GeodesyContext.h"
-#include "qorvel/processor/detail/ProcessorState.h"
+#include "qorvel/processor/detail/MotionProcessorState.h"
 
 QORVEL_BEGIN_NAMESPACE
 
@@ -19,11 +19,6 @@ configure(const std::list<STBMasterRow>& masterRows,
 }
 
 } // namespace
-
-class QORVEL_NO_EXPORT MotionProcessor::State : public qorvel_detail::ProcessorState {
-public:
-    using ProcessorState::ProcessorState;
-};
 
 MotionProcessor::MotionProcessor() : state_(std::make_unique<State>()) {}
 

@@ -96,6 +96,7 @@ public:
     std::uint64_t getRecentHangoutCount() const;
 
 private:
+    friend class StateFile; // of saveState and loadState
     class State;
     std::unique_ptr<State> state_;
 };

@@ -3,12 +3,15 @@
 #include "qorvel/base/bits.h"
 #include "qorvel/base/underLock.h"
 #include "qorvel/geohash/detail/boxCell.h"
+#include "qorvel/geohash/detail/cellState.h"
 #include "qorvel/model/detail/tolerance.h"
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <tuple>
+#include <vector>
 
 namespace qorvel_detail {
 
@@ -244,6 +247,96 @@ std::optional<Position> DetectorState::replaceLastEvent(const Event& event) {
     }
     last.place(event.latitude, event.longitude);
     return replaced;
+}
+
+namespace {
+
+// What is kept of an entity: whether it has series, and a last event.
+constexpr std::uint8_t kHasCells = 1;
+constexpr std::uint8_t kHasLastEvent = 2;
+
+constexpr std::size_t kItemSize = 8 + 4 + 8;
+constexpr std::size_t kLeastCellSize = 8 + 8 + 4 + 8;
+
+auto orderOf(const Cell& cell) {
+    return std::tuple(cell.depth, cell.first, cell.second);
+}
+
+} // namespace
+
+void DetectorState::addEntities(std::vector<std::uint64_t>& eids) const {
+    entities_.forEach([&eids](const EntitySlot& slot) { eids.push_back(slot.eid); });
+    lastEvents_.forEach([&eids](const LastEventSlot& slot) { eids.push_back(slot.eid); });
+}
+
+bool DetectorState::save(std::uint64_t eid, StateWriter& out) const {
+    const EntitySlot* const entity = entities_.find(eid);
+    const LastEventSlot* const last = lastEvents_.find(eid);
+    if (entity == nullptr && last == nullptr) {
+        return false;
+    }
+    out.u8(static_cast<std::uint8_t>((entity != nullptr ? kHasCells : 0U) |
+                                     (last != nullptr ? kHasLastEvent : 0U)));
+    if (last != nullptr) {
+        out.f64(last->latitude());
+        out.f64(last->longitude());
+    }
+    if (entity != nullptr) {
+        saveCells(entity->cells, out);
+    }
+    return true;
+}
+
+void DetectorState::load(std::uint64_t eid, StateReader& in) {
+    const std::uint8_t has = in.u8();
+    in.expect(has > 0 && has <= (kHasCells | kHasLastEvent));
+    if ((has & kHasLastEvent) != 0 && in.isGood()) {
+        const double latitude = in.f64();
+        lastEvents_.findOrAdd(eid).place(latitude, in.f64());
+    }
+    if ((has & kHasCells) != 0 && in.isGood()) {
+        loadCells(entities_.findOrAdd(eid).cells, in);
+    }
+}
+
+void DetectorState::saveCells(const CellTable& cells, StateWriter& out) {
+    std::vector<const CellSlot*> sorted;
+    cells.forEach([&sorted](const CellSlot& slot) { sorted.push_back(&slot); });
+    std::sort(sorted.begin(), sorted.end(), [](const CellSlot* left, const CellSlot* right) {
+        return orderOf(left->key()) < orderOf(right->key());
+    });
+    out.u64(sorted.size());
+    for (const CellSlot* slot : sorted) {
+        const Series& series = slot->series;
+        saveCell(slot->key(), out);
+        out.u64(series.size());
+        for (std::uint32_t i = 0; i < series.size(); ++i) {
+            out.i64(series[i].time);
+            out.u32(series[i].tolerance);
+            out.u64(series[i].sequenceNumber);
+        }
+    }
+}
+
+void DetectorState::loadCells(CellTable& cells, StateReader& in) {
+    for (std::uint64_t left = in.count(kLeastCellSize); left > 0 && in.isGood(); --left) {
+        const Cell cell = loadCell(in);
+        in.expect(cells.find(cell) == nullptr);
+        const std::uint64_t items = in.count(kItemSize);
+        in.expect(items <= UINT32_MAX);
+        if (!in.isGood()) {
+            return;
+        }
+        Series& series = cells.findOrAdd(cell).series;
+        series.reserve(static_cast<std::uint32_t>(items));
+        for (std::uint64_t i = 0; i < items; ++i) {
+            TsListItem item;
+            item.time = in.i64();
+            item.tolerance = in.u32();
+            item.sequenceNumber = in.u64();
+            series.append(item);
+        }
+    }
 }
 
 template <typename Count>

@@ -1,6 +1,8 @@
 #ifndef QORVEL_HANGOUT_DETAIL_DETECTORSTATE_H
 #define QORVEL_HANGOUT_DETAIL_DETECTORSTATE_H
 
+#include "qorvel/base/StateReader.h"
+#include "qorvel/base/StateWriter.h"
 #include "qorvel/base/hashing.h"
 #include "qorvel/facade/StbSimpleMutex.h"
 #include "qorvel/geohash/detail/Position.h"
@@ -16,6 +18,8 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace qorvel_detail {
 
@@ -97,6 +101,27 @@ public:
     std::uint64_t cellCount() const;
     std::uint64_t itemCount() const;
 
+    // For states, which are written entity by entity, by who holds the lock or needs none.
+
+    StbSimpleMutex& lock() const { return *lock_; }
+    /// Appends the entities of which something is kept, some of them twice, in any order.
+    void addEntities(std::vector<std::uint64_t>& eids) const;
+    /// False, and nothing is written, where nothing is kept of the entity.
+    bool save(std::uint64_t eid, StateWriter& out) const;
+    /// Takes what `save` wrote, for an entity of which nothing is kept.
+    void load(std::uint64_t eid, StateReader& in);
+    /// Forgets all that is kept of the entities for which `isOne` holds.
+    template <typename IsOne>
+    void forgetEntities(IsOne isOne) {
+        entities_.eraseIf([&](const EntitySlot& slot) { return isOne(slot.eid); });
+        lastEvents_.eraseIf([&](const LastEventSlot& slot) { return isOne(slot.eid); });
+    }
+    /// Takes the other's place but for the lock.
+    void takeTables(DetectorState& other) noexcept {
+        entities_ = std::move(other.entities_);
+        lastEvents_ = std::move(other.lastEvents_);
+    }
+
 private:
     void gcUnlocked(std::int64_t time);
     bool processPresenceUnlocked(const Event& event, const Position& position,
@@ -104,6 +129,8 @@ private:
     bool processDwellUnlocked(const Event& event, const Position& position,
                               const DetectionRule& rule, RecordSink& sink);
     std::optional<Position> replaceLastEvent(const Event& event);
+    static void saveCells(const CellTable& cells, StateWriter& out);
+    static void loadCells(CellTable& cells, StateReader& in);
     template <typename Count>
     std::uint64_t sumOverEntities(Count count) const;
 

@@ -41,6 +41,12 @@ void Series::append(const TsListItem& item) {
     at(size_ - 1) = item;
 }
 
+void Series::reserve(std::uint32_t items) {
+    if (items > capacity_) {
+        moveTo(std::unique_ptr<TsListItem[]>(new TsListItem[items]), items);
+    }
+}
+
 /// By a quarter: a steady stream grows a series only until its window is full, and a long one
 /// should not hold much spare room.
 void Series::grow() {

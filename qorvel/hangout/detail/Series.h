@@ -70,6 +70,9 @@ public:
 
     void append(const TsListItem& item);
 
+    /// Makes room for so many in all, of an empty series.
+    void reserve(std::uint32_t items);
+
     /// Forgets all items; room for some is kept.
     void clear();
 

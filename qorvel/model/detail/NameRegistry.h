@@ -26,12 +26,15 @@ public:
         return last_->second;
     }
 
-    /// The name of `number`, or the empty string when there is none.
+    /// The name of `number`, or null when there is none. It never moves.
+    const std::string* find(Number number) const {
+        const auto at = static_cast<std::uint64_t>(number);
+        return at < names_.size() ? names_[static_cast<std::size_t>(at)] : nullptr;
+    }
+
+    /// The same, or the empty string when there is none.
     std::string nameOf(Number number) const {
-        if (static_cast<std::uint64_t>(number) >= names_.size()) {
-            return {};
-        }
-        const std::string* const name = names_[static_cast<std::size_t>(number)];
+        const std::string* const name = find(number);
         return name == nullptr ? std::string() : *name;
     }
 

@@ -53,9 +53,13 @@ public:
     /// Number of detectors that the specs can lead to.
     std::size_t detectorCount() const { return detectorCount_; }
 
-private:
+    const std::vector<STBCompressionSpec>& specs() const { return compressionSpecs_; }
+    std::size_t rowCount() const { return rows_.size(); }
+
     /// Null when there is none. Rows carry the id signed, specs unsigned: 32 bits compare.
     const STBMasterRow* masterRow(std::uint32_t masterId) const;
+
+private:
     void addMasterRows(const std::list<STBMasterRow>& masterRows);
     void addSpecs();
     void addRows(const std::list<STBAssignmentRow>& assignmentRows);

@@ -2,7 +2,9 @@
 
 #include "qorvel/geodesy/detail/GeodesyContext.h"
 #include "qorvel/geohash/detail/boxCell.h"
+#include "qorvel/processor/detail/ProcessorSnapshot.h"
 #include "qorvel/processor/detail/ProcessorState.h"
+#include "qorvel/processor/detail/SpecKeys.h"
 
 #include <algorithm>
 #include <iterator>
@@ -18,6 +20,7 @@ using qorvel_detail::RecordKey;
 using qorvel_detail::RecordSink;
 using qorvel_detail::RecordView;
 using qorvel_detail::RowTests;
+using qorvel_detail::SpecKeys;
 
 namespace {
 
@@ -69,7 +72,7 @@ bool leadsTo(const STBAssignmentRow& row, const STBCompressionSpec& spec, const 
 class QORVEL_NO_EXPORT FigureProcessor::State {
 public:
     State(Kind kind, Wanted wanted, const std::shared_ptr<const Configuration>& configuration)
-        : processor_(configuration),
+        : processor_(configuration), keys_(*configuration),
           operation_(kind == Kind::presence ? &DetectorState::processPresence
                                             : &DetectorState::processDwell),
           wanted_(wanted) {}
@@ -88,10 +91,12 @@ public:
         processor_.process(event, operation_, wanted_ == Wanted::unfinished, adapter);
     }
 
-    void gc(std::int64_t time) { processor_.gc(time); }
+    ProcessorState& processor() { return processor_; }
+    const SpecKeys& keys() const { return keys_; }
 
 private:
     ProcessorState processor_;
+    SpecKeys keys_;
     ProcessorState::Operation operation_;
     Wanted wanted_;
     std::list<SpaceTimeBox> boxes_;
@@ -120,7 +125,43 @@ void FigureProcessor::process(const Event& event, FigureSink& sink) {
 }
 
 void FigureProcessor::gc(std::int64_t time) {
-    state_->gc(time);
+    state_->processor().gc(time);
+}
+
+void FigureProcessor::forgetReportedBefore(std::int64_t time) {
+    state_->processor().forgetReportedBefore(time);
+}
+
+class QORVEL_NO_EXPORT FigureProcessor::Snapshot::State : public qorvel_detail::ProcessorSnapshot {
+public:
+    using ProcessorSnapshot::ProcessorSnapshot;
+};
+
+FigureProcessor::Snapshot::Snapshot(const FigureProcessor& processor)
+    : state_(std::make_unique<State>(processor.state_->processor())) {}
+
+FigureProcessor::Snapshot::~Snapshot() = default;
+
+bool FigureProcessor::Snapshot::save(std::uint64_t eid, qorvel_detail::StateWriter& out) const {
+    return state_->save(eid, out);
+}
+
+/// Nobody holds the process-wide lock here, so no name may be registered.
+void FigureProcessor::load(std::uint64_t eid, qorvel_detail::StateReader& in) {
+    qorvel_detail::loadEntity(state_->processor(), state_->keys(), eid, in, false);
+}
+
+void FigureProcessor::forgetEntities(const std::vector<std::uint64_t>& eids) {
+    const auto isOne = [&eids](std::uint64_t eid) {
+        return std::binary_search(eids.begin(), eids.end(), eid);
+    };
+    ProcessorState& processor = state_->processor();
+    for (std::size_t number = 0; number < processor.detectorNumbers(); ++number) {
+        if (DetectorState* const detector = processor.detector(number)) {
+            detector->forgetEntities(isOne);
+        }
+    }
+    processor.recentHangouts().forget([&isOne](const RecordKey& key) { return isOne(key.eid); });
 }
 
 } // namespace qorvel_port

@@ -1,6 +1,8 @@
 #ifndef QORVEL_PROCESSOR_DETAIL_FIGUREPROCESSOR_H
 #define QORVEL_PROCESSOR_DETAIL_FIGUREPROCESSOR_H
 
+#include "qorvel/base/StateReader.h"
+#include "qorvel/base/StateWriter.h"
 #include "qorvel/export.h"
 #include "qorvel/model/Event.h"
 #include "qorvel/model/STBAssignmentRow.h"
@@ -11,6 +13,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <vector>
 
 /// The one way by which the engine reaches into the library: what hosts get as lists of records, it
 /// gets as figures, at every event if it wants. Exported, but not installed: it may change with
@@ -98,6 +101,33 @@ public:
 
     /// As MotionProcessor::gc.
     void gc(std::int64_t time);
+
+    /// Forgets which records were reported, of those that no event from that time on, ms, can bring
+    /// again. Where `first` is wanted, an older one may then be told a second time.
+    void forgetReportedBefore(std::int64_t time);
+
+    /// What it keeps, entity by entity. Good until the processor is used again.
+    class QORVEL_EXPORT Snapshot {
+    public:
+        explicit Snapshot(const FigureProcessor& processor);
+        Snapshot(const Snapshot&) = delete;
+        Snapshot& operator=(const Snapshot&) = delete;
+        ~Snapshot();
+
+        /// False, and nothing is written, where nothing is kept of the entity.
+        bool save(std::uint64_t eid, qorvel_detail::StateWriter& out) const;
+
+    private:
+        class State;
+        std::unique_ptr<State> state_;
+    };
+
+    /// Takes what a snapshot of a processor of the same tables wrote, for an entity of which
+    /// nothing is kept. After what it cannot take, the reader is not good.
+    void load(std::uint64_t eid, qorvel_detail::StateReader& in);
+
+    /// Forgets all that is kept of these entities, which ascend.
+    void forgetEntities(const std::vector<std::uint64_t>& eids);
 
 private:
     class State;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <unordered_map>
 #include <utility>
 
 namespace qorvel_detail {
@@ -134,15 +135,40 @@ void ProcessorState::process(const Event& event, Operation operation, bool takes
 }
 
 DetectorState& ProcessorState::detectorOf(const Configuration::SpecEntry& entry) {
-    if (entry.detector == Configuration::kNoDetector) {
-        lostDetectors_.push_back(std::make_shared<DetectorState>());
-        return *lostDetectors_.back();
+    return makeDetector(entry.detector == Configuration::kNoDetector ? detectorNumbers()
+                                                                     : entry.detector);
+}
+
+DetectorState& ProcessorState::makeDetector(std::size_t number) {
+    if (number == detectorNumbers()) {
+        lostDetectors_.push_back(nullptr);
     }
-    Detector& detector = detectors_[entry.detector];
+    Detector& detector = number < detectors_.size() ? detectors_[number]
+                                                    : lostDetectors_[number - detectors_.size()];
     if (!detector) {
         detector = std::make_shared<DetectorState>();
     }
     return *detector;
+}
+
+/// A record's box ends or begins at the boundary of the event that brings it, which lies in its own
+/// box or, up to its end, in the next one. Boxes without a next one are kept.
+void ProcessorState::forgetReportedBefore(std::int64_t time) {
+    std::unordered_map<std::uint32_t, std::vector<const TimeBoxSpec*>> boxes;
+    for (const STBCompressionSpec& spec : configuration_->specs()) {
+        if (const STBMasterRow* master = configuration_->masterRow(spec.masterId)) {
+            boxes[spec.primaryKeyId].push_back(&master->stbSpec);
+        }
+    }
+    recentHangouts_.forget([&](const RecordKey& key) {
+        const auto found = boxes.find(key.specPrimaryKeyId);
+        const auto isPast = [&](const TimeBoxSpec* spec) {
+            const std::int64_t nextEnd = spec->getTimeBoxEnd(key.end);
+            return key.start < key.end && key.end < nextEnd && nextEnd <= time;
+        };
+        return found != boxes.end() &&
+               std::all_of(found->second.begin(), found->second.end(), isPast);
+    });
 }
 
 /// Equal specs lead to one detector; collecting it again would find nothing.

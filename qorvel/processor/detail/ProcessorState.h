@@ -42,6 +42,24 @@ public:
 
     /// What was reported, for sinks that drop repeats themselves.
     RecentHangouts& recentHangouts() { return recentHangouts_; }
+    const RecentHangouts& recentHangouts() const { return recentHangouts_; }
+
+    // For states. Detectors have their numbers: those that specs lead to, then the lost ones.
+
+    const std::shared_ptr<const Configuration>& sharedConfiguration() const {
+        return configuration_;
+    }
+    std::size_t detectorNumbers() const { return detectors_.size() + lostDetectors_.size(); }
+    /// Null where none was made.
+    DetectorState* detector(std::size_t number) const {
+        return number < detectors_.size() ? detectors_[number].get()
+                                          : lostDetectors_[number - detectors_.size()].get();
+    }
+    /// The detector of that number, made if it was not; beyond all there are, another lost one.
+    DetectorState& makeDetector(std::size_t number);
+
+    /// Forgets the records that no event from that time on, ms, can bring again.
+    void forgetReportedBefore(std::int64_t time);
 
 private:
     using Detector = std::shared_ptr<DetectorState>;

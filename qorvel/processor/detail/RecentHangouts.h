@@ -11,32 +11,13 @@
 namespace qorvel_detail {
 
 /// What a processor has reported, so that it reports each thing once, however late it comes again.
-/// Therefore nothing is ever removed: this grows with every new record for the life of the
-/// processor.
+/// Therefore nothing is removed, unless somebody knows that it cannot come again: this grows with
+/// every new record for the life of the processor.
 ///
 /// For each key it remembers the last two distinct time boxes, and a record that has one of them is
 /// a repeat. As long as the time box is itself a part of the key, both are always the key's own.
 class RecentHangouts {
 public:
-    /// Erases the records that repeat one that was reported, or one further up in the list, and
-    /// remembers the rest.
-    void supressDuplicateHangouts(std::list<STBCompressedEvent>& records);
-
-    /// Would a record with this key be a repeat?
-    bool contains(const RecordKey& key) const {
-        const Slot* const known = keys_.find(key);
-        return known != nullptr && known->remembers(spanOf(key));
-    }
-    /// Remembers a record. True when it repeats one that was reported.
-    bool isDuplicateHangout(const RecordKey& key);
-    void prefetch(const RecordKey& key) const { keys_.prefetch(key); }
-    std::uint64_t size() const { return keys_.size(); }
-    /// Is it more than stays in the machine's own cache, so that a prefetch is worth it?
-    bool isLarge() const { return size() > kInCache; }
-
-private:
-    static constexpr std::uint64_t kInCache = 10000;
-
     /// A time box without its class.
     struct Span {
         std::int64_t start = 0;
@@ -45,9 +26,8 @@ private:
         bool operator==(const Span&) const = default;
     };
 
-    static Span spanOf(const RecordKey& key) { return {key.start, key.end}; }
-
-    /// The key is laid out in place: beside the depth there is room for the spec's number.
+    /// A record. The key is laid out in place: beside the depth there is room for the spec's
+    /// number.
     struct Slot {
         using Key = RecordKey;
 
@@ -76,6 +56,39 @@ private:
         }
     };
     static_assert(sizeof(Slot) <= 88);
+
+    /// Erases the records that repeat one that was reported, or one further up in the list, and
+    /// remembers the rest.
+    void supressDuplicateHangouts(std::list<STBCompressedEvent>& records);
+
+    /// Would a record with this key be a repeat?
+    bool contains(const RecordKey& key) const {
+        const Slot* const known = keys_.find(key);
+        return known != nullptr && known->remembers(spanOf(key));
+    }
+    /// Remembers a record. True when it repeats one that was reported.
+    bool isDuplicateHangout(const RecordKey& key);
+    void prefetch(const RecordKey& key) const { keys_.prefetch(key); }
+    std::uint64_t size() const { return keys_.size(); }
+    /// Is it more than stays in the machine's own cache, so that a prefetch is worth it?
+    bool isLarge() const { return size() > kInCache; }
+
+    /// Calls with each remembered record; it stays in its place until another is remembered.
+    template <typename Visit>
+    void forEach(Visit visit) const {
+        keys_.forEach(visit);
+    }
+
+    /// Forgets the records for whose key `isDone` holds, as if they had never been reported.
+    template <typename IsDone>
+    void forget(IsDone isDone) {
+        keys_.eraseIf([&isDone](const Slot& slot) { return isDone(slot.key()); });
+    }
+
+private:
+    static constexpr std::uint64_t kInCache = 10000;
+
+    static Span spanOf(const RecordKey& key) { return {key.start, key.end}; }
 
     FlatTable<Slot> keys_;
 };

@@ -1,0 +1,133 @@
+#ifndef QORVEL_BASE_STATEFRAME_H
+#define QORVEL_BASE_STATEFRAME_H
+
+#include "qorvel/base/StateReader.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace qorvel_detail {
+
+/// Why bytes are not the state that is wanted.
+enum class StateFault {
+    none,
+    noState,            ///< it does not begin as one
+    newer,              ///< of a later format, which this version cannot read
+    cutShort,           ///< the end is missing
+    damaged,            ///< a check sum is wrong, or what is in it cannot be
+    otherKind,          ///< the state of something else
+    otherConfiguration, ///< its fingerprint differs
+    unknownSection      ///< one without which the rest is of no use
+};
+
+/// The header of a state.
+struct StateHeader {
+    std::uint32_t kind = 0;
+    std::uint64_t length = 0; ///< of all, with the header and the last check sum
+    std::uint64_t fingerprint = 0;
+
+    StateFault read(std::string_view bytes) {
+        const auto known = std::min(bytes.size(), kStateMagic.size());
+        if (bytes.substr(0, known) != kStateMagic.substr(0, known)) {
+            return StateFault::noState;
+        }
+        if (bytes.size() < kStateHeaderSize) {
+            return StateFault::cutShort;
+        }
+        StateReader reader(bytes.substr(kStateMagic.size()));
+        reader.u16(); // the version that wrote it matters to nobody
+        const std::uint16_t leastReader = reader.u16();
+        kind = reader.u32();
+        length = reader.u64();
+        fingerprint = reader.u64();
+        if (reader.u32() != crc32(bytes.substr(0, kStateHeaderSize - kStateCrcSize))) {
+            return StateFault::damaged;
+        }
+        if (leastReader > kStateVersion) {
+            return StateFault::newer;
+        }
+        return length < kStateHeaderSize + kStateCrcSize ? StateFault::damaged : StateFault::none;
+    }
+};
+
+/// A state taken apart, over bytes that stay where they are.
+class StateFrame {
+public:
+    /// @param known  the sections that the reader knows; all of them have to be there
+    StateFault read(std::string_view bytes, std::uint32_t kind, std::uint64_t fingerprint,
+                    std::initializer_list<std::uint32_t> known) {
+        StateHeader header;
+        const StateFault fault = header.read(bytes);
+        if (fault != StateFault::none) {
+            return fault;
+        }
+        if (bytes.size() < header.length) {
+            return StateFault::cutShort;
+        }
+        if (bytes.size() > header.length || !endsWithCrc(bytes)) {
+            return StateFault::damaged;
+        }
+        if (header.kind != kind) {
+            return StateFault::otherKind;
+        }
+        if (header.fingerprint != fingerprint) {
+            return StateFault::otherConfiguration;
+        }
+        bytes.remove_suffix(kStateCrcSize);
+        bytes.remove_prefix(kStateHeaderSize);
+        return readSections(bytes, known);
+    }
+
+    StateReader section(std::uint32_t tag) const {
+        const auto found = std::find_if(sections_.begin(), sections_.end(),
+                                        [tag](const auto& entry) { return entry.first == tag; });
+        return StateReader(found == sections_.end() ? std::string_view() : found->second);
+    }
+
+private:
+    static constexpr std::size_t kSectionHeaderSize = 16;
+
+    static bool endsWithCrc(std::string_view bytes) {
+        const std::size_t end = bytes.size() - kStateCrcSize;
+        return StateReader(bytes.substr(end)).u32() == crc32(bytes.substr(0, end));
+    }
+
+    StateFault readSections(std::string_view bytes, std::initializer_list<std::uint32_t> known) {
+        while (!bytes.empty()) {
+            StateReader reader(bytes);
+            const std::uint32_t tag = reader.u32();
+            const std::uint32_t need = reader.u32();
+            const std::string_view body = reader.text();
+            const std::size_t size = kSectionHeaderSize + body.size();
+            const std::uint32_t crc = reader.u32();
+            const bool isKnown = std::find(known.begin(), known.end(), tag) != known.end();
+            if (!reader.isGood() || crc != crc32(bytes.substr(0, size)) || (isKnown && has(tag))) {
+                return StateFault::damaged;
+            }
+            if (!isKnown && (need & static_cast<std::uint32_t>(StateNeed::critical)) != 0) {
+                return StateFault::unknownSection;
+            }
+            if (isKnown) {
+                sections_.emplace_back(tag, body);
+            }
+            bytes.remove_prefix(size + kStateCrcSize);
+        }
+        return sections_.size() == known.size() ? StateFault::none : StateFault::damaged;
+    }
+
+    bool has(std::uint32_t tag) const {
+        return std::any_of(sections_.begin(), sections_.end(),
+                           [tag](const auto& entry) { return entry.first == tag; });
+    }
+
+    std::vector<std::pair<std::uint32_t, std::string_view>> sections_;
+};
+
+} // namespace qorvel_detail
+
+#endif

@@ -1,0 +1,202 @@
+// States: refused in one word whatever is wrong with them, and read for ever.
+
+#include "qorvel/base/StateFrame.h"
+#include "qorvel/qorvel.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <iterator>
+
+namespace {
+
+using API = QorvelMotionProcessorAPI;
+using qorvel_detail::StateNeed;
+using qorvel_detail::stateTag;
+using qorvel_detail::StateWriter;
+
+constexpr std::int64_t kMinute = 60000;
+
+std::string contentOf(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+/// The file as the release that wrote it did; QORVEL_WRITE_STATES writes those that are not there.
+std::string golden(const std::string& name, const std::string& state) {
+    const std::string file = std::string(QORVEL_STATES) + '/' + name;
+    if (std::getenv("QORVEL_WRITE_STATES") != nullptr && contentOf(file).empty()) {
+        std::ofstream(file, std::ios::binary) << state;
+    }
+    return contentOf(file);
+}
+
+template <class Side>
+std::string stateOf(const Side& side) {
+    std::ostringstream out;
+    EXPECT_TRUE(saveState(side, out));
+    return out.str();
+}
+
+template <class Side>
+std::string faultOf(Side& side, const std::string& state) {
+    std::stringstream in(state);
+    std::stringstream errors;
+    const bool isTaken = loadState(side, in, errors);
+    EXPECT_EQ(isTaken, errors.str().empty());
+    return errors.str();
+}
+
+MotionProcessor makeProcessor(std::uint32_t minCount = 2) {
+    std::stringstream errors;
+    STBMasterRow master;
+    STBAssignmentRow row;
+    STBCompressionSpec spec;
+    MotionProcessor processor;
+    EXPECT_EQ(API::createSTBMasterRow("town", 6, 1, "hours", master, errors), 0);
+    EXPECT_EQ(API::createSTBAssignmentRow("car", "", 100.0, 1, "town", {}, 0, 0, 3e7, 1.0, 1.0, row,
+                                          errors),
+              0);
+    EXPECT_EQ(API::createHangoutSpec("car", "", "town", 20, "minutes", minCount, 0.0, spec, errors),
+              0);
+    EXPECT_EQ(API::createMotionProcessorForHangouts({master}, {row}, {spec}, processor, errors), 0);
+    return processor;
+}
+
+/// What an hour finds: who, and with how many events.
+std::vector<std::string> hour(MotionProcessor& processor, std::int64_t from) {
+    std::vector<std::string> found;
+    for (std::int64_t minute = from; minute < from + 60; minute += 7) {
+        for (const char* const name : {"ann", "", "b\xC3\xA9la"}) {
+            std::stringstream errors;
+            Event event;
+            std::list<STBCompressedEvent> records;
+            EXPECT_EQ(API::createEvent("car", name, "", 48.0, 11.0, 10.0, minute * kMinute, 0,
+                                       event, errors),
+                      0);
+            API::processEventForHangouts(event, processor, records, errors);
+            for (const STBCompressedEvent& record : records) {
+                found.push_back(EIDName::getEIDNameStr(record.eid) + ' ' +
+                                record.stb.toASCIIString() +
+                                std::to_string(record.eventSequenceNumbers.size()));
+            }
+        }
+    }
+    return found;
+}
+
+/// A state whose frame is right, of any content.
+std::string framed(const char (&kind)[5], std::uint64_t fingerprint,
+                   const std::function<void(StateWriter&)>& write) {
+    StateWriter out;
+    out.begin(stateTag(kind), fingerprint);
+    write(out);
+    return out.finish();
+}
+
+TEST(State, IsReadForEverAndMeansTheSameUnderOtherNumbers) {
+    const bool isWriting = std::getenv("QORVEL_WRITE_STATES") != nullptr;
+    for (int i = 0; i < (isWriting ? 0 : 5); ++i) { // other numbers than when it was written
+        EIDName::getEIDNameInt(std::to_string(i));
+        PrimaryKey::getPrimaryKeyInt(std::to_string(i));
+        MasterName::getMasterNameInt(std::to_string(i));
+    }
+    MotionProcessor whole = makeProcessor();
+    EXPECT_FALSE(hour(whole, 30).empty());
+    const std::string state = golden("processor-1.state", stateOf(whole));
+    MotionProcessor loaded = makeProcessor();
+    ASSERT_EQ(faultOf(loaded, state), "");
+    EXPECT_EQ(loaded.getItemCount(), whole.getItemCount());
+    EXPECT_EQ(hour(loaded, 90), hour(whole, 90));
+    EXPECT_EQ(loaded.getRecentHangoutCount(), whole.getRecentHangoutCount());
+}
+
+TEST(State, IsRefusedInOneWordWhateverIsWrong) {
+    MotionProcessor processor = makeProcessor();
+    hour(processor, 30);
+    const std::string state = stateOf(processor);
+    const auto expectUnchanged = [&](const std::string& bytes, const std::string& tag) {
+        EXPECT_EQ(faultOf(processor, bytes), tag);
+        EXPECT_EQ(stateOf(processor), state);
+    };
+    for (std::size_t i = 0; i < state.size(); ++i) {
+        std::string flipped = state;
+        flipped[i] = static_cast<char>(flipped[i] ^ 1 << i % 8);
+        expectUnchanged(flipped, i < 8 ? "ERROR_STATE_1," : "ERROR_STATE_4,");
+        expectUnchanged(state.substr(0, i), "ERROR_STATE_3,");
+    }
+    const auto empty = [](StateWriter& out) {
+        out.beginSection(stateTag("ENTS"), StateNeed::critical);
+        out.u64(0);
+        out.endSection();
+    };
+    const auto twice = [&](StateWriter& out) {
+        empty(out);
+        empty(out);
+    };
+    std::string newer = framed("HANG", 0, empty);
+    newer[10] = 2; // and the header's check sum anew
+    const std::uint32_t crc = qorvel_detail::crc32(std::string_view(newer).substr(0, 32));
+    for (unsigned i = 0; i < 4; ++i) {
+        newer[32 + i] = static_cast<char>(crc >> 8 * i);
+    }
+    expectUnchanged(newer, "ERROR_STATE_2,");
+    expectUnchanged(stateOf(HangoutDetector()), "ERROR_STATE_5,");
+    expectUnchanged(stateOf(makeProcessor(3)), "ERROR_STATE_6,");
+
+    HangoutDetector detector;
+    const auto section = [&](StateNeed need) {
+        return framed("HANG", 0, [&](StateWriter& out) {
+            empty(out);
+            out.beginSection(stateTag("WHAT"), need);
+            out.endSection();
+        });
+    };
+    EXPECT_EQ(faultOf(detector, section(StateNeed::critical)), "ERROR_STATE_7,");
+    EXPECT_EQ(faultOf(detector, section(StateNeed::optional)), "");
+    EXPECT_EQ(faultOf(detector, framed("HANG", 0, twice)), "ERROR_STATE_4,");
+    EXPECT_EQ(faultOf(detector, framed("HANG", 0, [](StateWriter&) {})), "ERROR_STATE_4,");
+
+    // Whatever a right frame holds: no count makes room for more than there is.
+    using Write = void (*)(StateWriter&);
+    const Write cells[] = {[](StateWriter& out) { out.u8(4); }, // of what nobody knows
+                           [](StateWriter& out) {
+                               out.u8(1);
+                               out.u64(1ULL << 60);
+                           },                     // cells
+                           [](StateWriter& out) { // a cell with bits beyond its depth
+                               out.u8(1);
+                               out.u64(1);
+                               out.u64(1);
+                               out.u64(0);
+                               out.u32(35);
+                               out.u64(0);
+                           },
+                           [](StateWriter& out) { // items
+                               out.u8(1);
+                               out.u64(1);
+                               out.u64(0);
+                               out.u64(0);
+                               out.u32(35);
+                               out.u64(UINT64_MAX / 20);
+                           }};
+    for (const Write write : cells) {
+        EXPECT_EQ(faultOf(detector, framed("HANG", 0,
+                                           [&](StateWriter& out) {
+                                               out.beginSection(stateTag("ENTS"),
+                                                                StateNeed::critical);
+                                               out.u64(1);
+                                               out.u8(0);
+                                               out.u64(7);
+                                               const std::size_t begin = out.beginLength();
+                                               write(out);
+                                               out.endLength(begin);
+                                               out.endSection();
+                                           })),
+                  "ERROR_STATE_4,");
+    }
+    EXPECT_EQ(qorvel_detail::crc32("123456789"), 0xCBF43926U); // as the world has it
+}
+
+} // namespace
