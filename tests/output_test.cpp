@@ -299,7 +299,14 @@ TEST_F(Output, RefusesWhatItCannotWrite) {
         {{"/dev/full"}, ExitCode::broken, "/dev/full: No space left on device"},
         {{"/dev/full", OutputFormat::ndjson}, ExitCode::broken, "No space left on device"},
         {{"/dev/full", OutputFormat::geojson}, ExitCode::broken, "No space left on device"},
-        {{file(".xyz")}, ExitCode::usage, ".csv .ndjson .jsonl .geojson .json .gpkg .fgb"},
+        {{"/dev/full", OutputFormat::html}, ExitCode::broken, "No space left on device"},
+        {{file(".xyz")}, ExitCode::usage, ".csv .ndjson .jsonl .geojson .json .gpkg .fgb .html"},
+        {{file(".gpkg"), OutputFormat::byName, false, "https://a.org/{z}/{x}/{y}"},
+         ExitCode::usage,
+         "--tiles is for a page"},
+        {{file(".html"), OutputFormat::byName, false, "https://a.org' *; /{z}/{x}/{y}"},
+         ExitCode::usage,
+         "want an address"},
         {{"-", OutputFormat::geopackage}, ExitCode::usage, "standard output"},
         {{"/dev/null", OutputFormat::flatgeobuf}, ExitCode::usage, "/dev/null"}};
     for (const auto& [options, code, words] : cases) {
@@ -321,7 +328,7 @@ TEST_F(Output, OldFileStaysUntilTheNewOneIsComplete) {
     constexpr fs::perms kOldMode{0604};
     constexpr uid_t kSomebody = 12345;
     const bool isRoot = geteuid() == 0;
-    for (const std::string ending : {".geojson", ".gpkg", ".fgb", ".csv"}) {
+    for (const std::string ending : {".geojson", ".gpkg", ".fgb", ".html", ".csv"}) {
         fs::create_symlink("old", file(ending));
         write(ending, 1)->finish(); // in place of nothing
         const fs::path old = folder / "old";
@@ -337,7 +344,8 @@ TEST_F(Output, OldFileStaysUntilTheNewOneIsComplete) {
         };
         EXPECT_TRUE(std::all_of(fs::directory_iterator(folder), {}, isPrivate)) << ending;
         const fs::path kept = writer->abandon();
-        EXPECT_TRUE(ending == ".csv" || readMap(kept).size() == 4000U) << ending;
+        EXPECT_TRUE(ending == ".csv" || ending == ".html" || readMap(kept).size() == 4000U)
+            << ending;
         EXPECT_EQ(modeOf(kept), kOldMode);
         EXPECT_EQ(contents(old), "old");
         write(ending, 1)->finish();
@@ -373,7 +381,7 @@ TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
     const rlimit before = limit;
     constexpr std::size_t kRows = 12000;
     std::unique_ptr<ResultWriter> writer;
-    for (const std::string ending : {".csv", ".ndjson", ".geojson", ".gpkg", ".fgb"}) {
+    for (const std::string ending : {".csv", ".ndjson", ".geojson", ".gpkg", ".fgb", ".html"}) {
         const auto writeRows = [&] {
             writer = openResultWriter({file(ending)}, kSingle.schema());
             writeSamples(*writer, kSingle, kRows / std::size(kSamples));
@@ -395,8 +403,8 @@ TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
             writer.reset();
             setrlimit(RLIMIT_FSIZE, &before);
             EXPECT_EQ(fileCount(), kept.empty() ? 0 : 1) << ending << ' ' << room;
-            EXPECT_EQ(kept.empty(),
-                      room == 1000 || ending == ".fgb" || (ending == ".gpkg" && room == half))
+            EXPECT_EQ(kept.empty(), room == 1000 || ending == ".fgb" || ending == ".html" ||
+                                        (ending == ".gpkg" && room == half))
                 << ending << ' ' << room;
             if (!kept.empty()) {
                 EXPECT_TRUE(isMap ? readMap(kept).size() >= kRows / 4

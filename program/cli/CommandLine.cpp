@@ -29,7 +29,7 @@ namespace {
 constexpr char kFooter[] = R"(Examples:
   qorvel synth --out tracks.csv --truth truth.csv     a made-up town to try things on
   qorvel stays tracks.csv                             who stayed where, from when to when
-  qorvel meet --out meetings.geojson tracks.csv.gz    who was with whom, as a map
+  qorvel meet --out meetings.html tracks.csv.gz       who was with whom, as a map
   qorvel hangouts --window "30 minutes" --box "1 days" tracks.csv
   qorvel presence --config town.toml --rejects bad.csv --out presence.gpkg tracks.ndjson
   qorvel explain --row 17 tracks.csv                  why row 17 found nothing
@@ -40,7 +40,7 @@ databases, and with --gdal-driver what else GDAL reads. Columns are found by the
 (entity, lat, lon, time, accuracy_m). Rows are taken in the order of the input. Bad rows are told on
 standard error, skipped and counted.
 
-Output: CSV, NDJSON, GeoJSON, GeoPackage or FlatGeobuf, with the cells as shapes.
+Output: CSV, NDJSON, GeoJSON, GeoPackage or FlatGeobuf, with the cells as shapes; HTML, a page with a map.
 
 Exit codes: 0 done, 1 some rows rejected, 2 wrong usage or configuration, 3 input unusable or
 broken off or output failed, 141 who reads standard output has left (as head does), 130, 143 or 129
@@ -244,17 +244,25 @@ void addSetup(CLI::App& command, Request& request, const char* ratioMeaning) {
 }
 
 void addRun(CLI::App& command, RunOptions& run) {
-    const std::map<std::string, OutputFormat> formats = {
-        {"by-name", OutputFormat::byName},        {"csv", OutputFormat::csv},
-        {"ndjson", OutputFormat::ndjson},         {"geojson", OutputFormat::geojson},
-        {"geopackage", OutputFormat::geopackage}, {"flatgeobuf", OutputFormat::flatgeobuf}};
+    const std::map<std::string, OutputFormat> formats = {{"by-name", OutputFormat::byName},
+                                                         {"csv", OutputFormat::csv},
+                                                         {"ndjson", OutputFormat::ndjson},
+                                                         {"geojson", OutputFormat::geojson},
+                                                         {"geopackage", OutputFormat::geopackage},
+                                                         {"flatgeobuf", OutputFormat::flatgeobuf},
+                                                         {"html", OutputFormat::html}};
     run.threads = std::max(1U, std::thread::hardware_concurrency());
     addInput(command, run.input);
     addValue(command, "--out", run.output.file,
              "file for the results, which has its name only when it is complete; - for standard "
              "output");
     addChoice(command, "--format", run.output.format, formats,
-              "format of the results; by the file's name: .csv .ndjson .geojson .gpkg .fgb");
+              "format of the results; by the file's name: .csv .ndjson .geojson .gpkg .fgb, "
+              "and .html for a page with a map that needs nothing but a browser");
+    command.add_option(
+        "--tiles", run.output.tiles,
+        "for a page: the address of a street map's tiles, with {z}, {x} and {y}. The page gets a "
+        "button for it, and asks that host for nothing until it is pressed");
     command.add_option("--rejects", run.rejectsFile,
                        "CSV file for the rows that cannot be used, with line and reason");
     command.add_flag(

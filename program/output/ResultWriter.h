@@ -16,13 +16,15 @@ enum class OutputFormat {
     ndjson,
     geojson,
     geopackage,
-    flatgeobuf
+    flatgeobuf,
+    html ///< a page with a map
 };
 
 struct OutputOptions {
-    std::string file = "-"; ///< "-" for standard output, which cannot take the last two formats
+    std::string file = "-"; ///< "-" for standard output, which cannot take a GIS's files
     OutputFormat format = OutputFormat::byName;
     bool isCsvSafe = false; ///< texts in CSV by csv::appendSafeField
+    std::string tiles = {}; ///< of a street map, see qorvel_page::isTileAddress
 };
 
 /// Writes results in one format. A file is written under a temporary name beside its own and

@@ -1,6 +1,7 @@
 #include "program/Failure.h"
 #include "program/output/CsvFormat.h"
 #include "program/output/GeoJsonFormat.h"
+#include "program/output/HtmlWriter.h"
 #include "program/output/NdjsonFormat.h"
 #include "program/output/OgrWriter.h"
 #include "program/output/ResultWriter.h"
@@ -27,7 +28,8 @@ constexpr std::array kExtensions = {
     Extension{".csv", OutputFormat::csv},        Extension{".ndjson", OutputFormat::ndjson},
     Extension{".jsonl", OutputFormat::ndjson},   Extension{".geojson", OutputFormat::geojson},
     Extension{".json", OutputFormat::geojson},   Extension{".gpkg", OutputFormat::geopackage},
-    Extension{".fgb", OutputFormat::flatgeobuf},
+    Extension{".fgb", OutputFormat::flatgeobuf}, Extension{".html", OutputFormat::html},
+    Extension{".htm", OutputFormat::html},
 };
 
 std::string lowerExtension(const std::string& file) {
@@ -75,6 +77,17 @@ std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::
     return std::make_unique<OgrWriter>(file, extension, format, schema);
 }
 
+void checkTiles(const std::string& tiles, OutputFormat format) {
+    if (!tiles.empty() && format != OutputFormat::html) {
+        throw Failure(ExitCode::usage, "--tiles is for a page: --out NAME.html or --format html");
+    }
+    if (!tiles.empty() && !qorvel_page::isTileAddress(tiles)) {
+        throw Failure(ExitCode::usage, "--tiles " + tiles +
+                                           ": want an address such as "
+                                           "https://tiles.example.org/{z}/{x}/{y}.png");
+    }
+}
+
 } // namespace
 
 std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
@@ -83,6 +96,7 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
     const OutputFormat format =
         options.format == OutputFormat::byName ? formatByName(file) : options.format;
     const std::string extension = extensionOf(format);
+    checkTiles(options.tiles, format);
     const auto text = [&](std::shared_ptr<const TextFormat> textFormat) {
         return std::make_unique<TextWriter>(file, extension, std::move(textFormat));
     };
@@ -98,6 +112,8 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
         return openOgrWriter(file, extension, geoPackageFormat(), schema);
     case OutputFormat::flatgeobuf:
         return openOgrWriter(file, extension, flatGeobufFormat(), schema);
+    case OutputFormat::html:
+        return std::make_unique<HtmlWriter>(file, extension, schema, options.tiles);
     }
     return nullptr;
 }
