@@ -4,6 +4,7 @@
 #include "engine/columns/Fault.h"
 #include "engine/run/Session.h"
 #include "program/input/FixBatch.h"
+#include "testing/support/wantedEvents.h"
 #include "testing/world/World.h"
 
 #include "qorvel/processor/detail/FigureProcessor.h"
@@ -166,8 +167,8 @@ private:
 };
 
 TEST(Records, AreThoseOfTheLibraryWithFirstOrLastFigures) {
-    std::size_t count = 0;
-    for (int round = 0; round < 40; ++round) {
+    std::size_t count = 0, events = 0;
+    for (int round = 0; events < wantedEvents(57'000); ++round) {
         Config config;
         for (const char* name : {"a", "b"}) {
             config.masters.push_back({name, pick({5U, 6U, 7U}), {pick({20U, 60U}), "minutes"}, 0});
@@ -209,8 +210,10 @@ TEST(Records, AreThoseOfTheLibraryWithFirstOrLastFigures) {
         const Tables tables(config, processorKindOf(question));
         ASSERT_EQ(found, Reported().of(tables, lastFigures, fixes)) << "round " << round;
         count += found.size();
+        events += fixes.size();
     }
-    EXPECT_GT(count, 5000U);
+    RecordProperty("events", std::to_string(events));
+    EXPECT_GT(count, events / 12);
 }
 
 using Point = std::array<double, 3>;
@@ -410,8 +413,8 @@ std::vector<Texts> inPieces(const AnalysisOptions& options, const std::vector<Fi
 }
 
 TEST(Encounters, AreAllTimesThatTwoWereNear) {
-    std::size_t count = 0;
-    for (int round = 0; round < 200; ++round) {
+    std::size_t count = 0, events = 0;
+    for (int round = 0; events < wantedEvents(46'000); ++round) {
         AnalysisOptions options{Question::encounters};
         options.encounters.within = pick({5.0, 50.0, 5000.0});
         options.encounters.apart = pick({1000, 60000, 300000});
@@ -452,8 +455,10 @@ TEST(Encounters, AreAllTimesThatTwoWereNear) {
         }
         EXPECT_TRUE(sums.empty());
         count += found.size();
+        events += fixes.size();
     }
-    EXPECT_GT(count, 2000U);
+    RecordProperty("events", std::to_string(events));
+    EXPECT_GT(count, events / 50);
 }
 
 TEST(Encounters, AreSortedByTheNamesOfEntities) {

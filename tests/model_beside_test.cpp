@@ -7,6 +7,7 @@
 #include "testing/model/ModelDetector.h"
 #include "testing/model/ModelProcessor.h"
 #include "testing/model/compare.h"
+#include "testing/support/wantedEvents.h"
 #include "testing/world/Random.h"
 
 #include "qorvel/base/bits.h"
@@ -415,7 +416,7 @@ protected:
     /// there must be plenty, or nothing was compared.
     template <class MakeState, class Step>
     void runStreams(MakeState makeState, Step step) {
-        const std::uint64_t events = setting("QORVEL_EVENTS", 10 * kStreamLength);
+        const std::uint64_t events = wantedEvents(10 * kStreamLength);
         std::uint64_t seed = setting("QORVEL_SEED", 1);
         std::uint64_t results = 0;
         for (std::uint64_t done = 0; done < events; ++seed) {
@@ -428,12 +429,6 @@ protected:
         }
         RecordProperty("results", std::to_string(results));
         EXPECT_GT(results, events / 500) << "streams before QORVEL_SEED=" << seed;
-    }
-
-private:
-    static std::uint64_t setting(const char* name, std::uint64_t otherwise) {
-        const char* text = std::getenv(name);
-        return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
     }
 };
 

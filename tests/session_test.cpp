@@ -8,6 +8,7 @@
 #include "engine/run/Session.h"
 #include "testing/support/RowStream.h"
 #include "testing/support/counted.h"
+#include "testing/support/wantedEvents.h"
 
 #include "qorvel/qorvel.h"
 
@@ -234,8 +235,7 @@ std::multiset<std::string> sorted(const std::string& lines) {
     return set;
 }
 
-TEST(Session, FindsTheSameInAllBatchesThreadsAndForms) {
-    const RowStream stream = makeRowStream(1, 2500);
+void expectTheSame(const RowStream& stream) {
     for (const Way& question : kQuestions) {
         const std::string model = run(stream, question);
         EXPECT_GT(model.size(), 500U);
@@ -263,6 +263,15 @@ TEST(Session, FindsTheSameInAllBatchesThreadsAndForms) {
             }
         }
     }
+}
+
+TEST(Session, FindsTheSameInAllBatchesThreadsAndForms) {
+    constexpr std::uint64_t kRows = 2500;
+    std::uint64_t seed = 1;
+    do {
+        SCOPED_TRACE(seed);
+        expectTheSame(makeRowStream(seed, kRows));
+    } while (++seed * kRows <= wantedEvents(0));
 }
 
 TEST(Session, FindsTheSameAsSeveralWithSomeEntitiesEachOnThreadsOfTheirOwn) {
