@@ -12,6 +12,17 @@ function(qorvel_limit_tests)
     endif()
 endfunction()
 
+# qorvel_threaded(TARGET [TEST]): the target, and the test that runs it, are for the thread sanitizer,
+# which has nothing to look for in those without threads (see the preset tsan).
+function(qorvel_threaded target)
+    if(TARGET threaded_tests)
+        add_dependencies(threaded_tests ${target})
+    endif()
+    if(ARGN)
+        set_tests_properties(${ARGN} PROPERTIES LABELS threads)
+    endif()
+endfunction()
+
 # What every target here has in common: strict C++20, the warnings, and floating point as it is
 # written. A contracted a * b + c rounds once instead of twice, and results are promised bit for bit.
 function(qorvel_set_defaults target)
