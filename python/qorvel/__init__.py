@@ -12,23 +12,36 @@ go out to any of them::
 from importlib.metadata import version as _version
 
 from qorvel import geohash
-from qorvel._analyses import Run, Session, boxes, hangouts, meet, presence, stays
+from qorvel._analyses import Session, boxes, hangouts, meet, presence, stays
 from qorvel._errors import Code, Error
+from qorvel._explain import Check, ConfigFault, Explanation, check, explain
+from qorvel._options import Cells, Encounters, Records, Run, Stays
+from qorvel._synth import synth
 from qorvel._table import Table
 from qorvel._tables import guess
 
 __version__ = _version("qorvel")
 __all__ = [
+    "Cells",
+    "Check",
     "Code",
+    "ConfigFault",
+    "Encounters",
     "Error",
+    "Explanation",
+    "Records",
     "Run",
     "Session",
+    "Stays",
     "Table",
     "boxes",
+    "check",
+    "explain",
     "geohash",
     "guess",
     "hangouts",
     "meet",
     "presence",
     "stays",
+    "synth",
 ]

@@ -5,83 +5,31 @@ from __future__ import annotations
 import datetime
 import os
 from collections.abc import Callable, Mapping
-from typing import TYPE_CHECKING, Any, TypeAlias, TypedDict, Unpack
+from typing import TYPE_CHECKING, Any, TypeAlias, Unpack
 
 from qorvel import _engine
 from qorvel._errors import Code, Error
+from qorvel._options import (
+    QUESTIONS,
+    Cells,
+    Encounters,
+    Progress,
+    Records,
+    Run,
+    Span,
+    Stays,
+    names_of,
+)
 from qorvel._table import Table
 from qorvel._tables import choose, is_sized, open_source
 
 if TYPE_CHECKING:
     from types import TracebackType
 
-Span: TypeAlias = str | datetime.timedelta
-Progress: TypeAlias = bool | Callable[[int, int], object]
 Settings: TypeAlias = dict[str, object]
 
-# What each analysis looks for where nothing else is said. The program has the same.
-DEFAULTS: dict[str, Settings] = {
-    "boxes": {},
-    "presence": {"ratio": 0.5},
-    "hangouts": {},
-    "stays": {},
-    "encounters": {},
-}
-# What has no cells, and so nothing to configure.
-CELLLESS = ("stays", "encounters")
-# What a configuration says itself.
-CONFIGURED = (
-    "cell_length",
-    "box",
-    "window",
-    "min_count",
-    "ratio",
-    "space_factor",
-    "time_factor",
-)
-
-
-class Run(TypedDict, total=False):
-    """What all analyses have.
-
-    A table is whatever has the Arrow PyCapsule interface (pyarrow, polars, DuckDB), a pandas or
-    geopandas frame, or a mapping of names to numpy arrays. Its columns are found by their usual
-    names, see `guess`. Entities are texts or integers, times timestamps (without a zone: UTC) or
-    int64 milliseconds since 1970 UTC, places degrees of WGS 84.
-
-    The rows of a table that has a length may be in any order. A stream that has none is read batch
-    by batch, however large it is, and its rows may lie a day behind the newest one before them: see
-    `late`.
-
-    Attributes
-    ----------
-    config : path or str
-        Masters, assignments and specs, in place of the cells and limits that the function takes:
-        the path of a TOML file, or its text. Keys of the rows count only with it.
-    columns : mapping of str to str
-        The columns that `guess` would not find, by its fields.
-    threads : int
-        1 to 256; all cores that there are by default. No result depends on it.
-    progress : bool or callable
-        True shows a bar, by tqdm. Else called now and then with the rows processed and the rows
-        known of.
-    late : str or timedelta
-        How far a row may lie behind the newest one before it, such as ``"2 hours"``, or ``"ever"``.
-        What is older is forgotten, which bounds the memory; later rows are processed and counted in
-        the remarks.
-    default_tolerance : float
-        The accuracy of a fix without one, metres; 30 by default.
-    time_tolerance : int
-        Of every fix, 0 or 1 millisecond; 0 by default.
-    """
-
-    config: str | os.PathLike[str] | None
-    columns: Mapping[str, str] | None
-    threads: int | None
-    progress: Progress
-    late: Span | None
-    default_tolerance: float
-    time_tolerance: int
+# What a configuration does not say: the settings of the run, and which figures are wanted.
+UNCONFIGURED = names_of(Run) | {"config", "final"}
 
 
 class Session:
@@ -118,26 +66,13 @@ class Session:
         threads: int | None = None,
         **settings: Any,  # noqa: ANN401
     ) -> None:
-        said = {name: value for name, value in settings.items() if value is not None}
-        if config is not None:
-            if analysis in CELLLESS:
-                raise Error(f"There is no configuration for {analysis}.", Code.BAD_CONFIGURATION)
-            for name in CONFIGURED:
-                if name in said:
-                    raise Error(
-                        f'The setting "{name}" goes into the configuration.', Code.BAD_CONFIGURATION
-                    )
-            said.update(_configuration(config))
-        else:
-            said = DEFAULTS.get(analysis, {}) | said
+        said = settings_of(analysis, config, settings)
         said["threads"] = os.cpu_count() if threads is None else threads
         if late is not None:
-            said["late"] = late
+            said["late"] = _plain(late)
         self._columns = dict(columns or {})
         self._reads_keys = config is not None
-        self._engine = _engine.Session(
-            analysis, {name: _plain(value) for name, value in said.items()}
-        )
+        self._engine = _engine.Session(analysis, said)
 
     def push(self, table: object) -> Table:
         """Take all rows of a table in.
@@ -220,7 +155,30 @@ class _Told:
             self._bar.close()
 
 
-def _configuration(config: str | os.PathLike[str]) -> Settings:
+def settings_of(
+    analysis: str, config: str | os.PathLike[str] | None, settings: Mapping[str, object]
+) -> Settings:
+    """Put together what the engine is told."""
+    said = {name: _plain(value) for name, value in settings.items() if value is not None}
+    options, usual = QUESTIONS.get(analysis, (None, {}))
+    known = names_of(options) if options else frozenset(said)
+    for name in said:
+        if name not in known:
+            raise Error(f'There is no setting "{name}" for {analysis}.', Code.BAD_CONFIGURATION)
+    if config is None:
+        return usual | said
+    if "config" not in known:
+        raise Error(f"There is no configuration for {analysis}.", Code.BAD_CONFIGURATION)
+    for name in said:
+        if name not in UNCONFIGURED:
+            raise Error(
+                f'The setting "{name}" goes into the configuration.', Code.BAD_CONFIGURATION
+            )
+    return said | configuration(config)
+
+
+def configuration(config: str | os.PathLike[str]) -> Settings:
+    """Tell a text from a path."""
     if isinstance(config, str) and ("\n" in config or "=" in config):
         return {"config_text": config}
     return {"config_file": os.fspath(config)}
@@ -239,162 +197,61 @@ def _plain(value: object) -> object:
     return f"{whole // 1000} seconds" if whole % 1000 == 0 else f"{whole} milliseconds"
 
 
-def boxes(
-    table: object,
-    *,
-    cell_length: int | None = None,
-    box: Span | None = None,
-    space_factor: float | None = None,
-    time_factor: float | None = None,
-    **run: Unpack[Run],
-) -> Table:
+def boxes(table: object, **options: Unpack[Cells]) -> Table:
     """Give the cells and time boxes of every fix.
 
     Parameters
     ----------
     table : table
-        See `Run`, as for all that all analyses have.
-    cell_length : int, optional
-        Characters of a cell's geohash, 0 to 25; 6 by default: 1200 m by 600 m at the equator.
-    box : str or timedelta, optional
-        The length of a time box, ``"1 hours"`` by default.
-    space_factor, time_factor : float, optional
-        The share of a fix's accuracy, and of the time tolerance, within which it touches cells and
-        boxes: 0 to 1, 1 by default.
-    **run
         See `Run`.
+    **options
+        See `Cells`, and `Run` for what all analyses have.
 
     Returns
     -------
     Table
         A row for each cell and time box that a fix lies in.
     """
-    return _answer(
-        "boxes",
-        table,
-        run,
-        cell_length=cell_length,
-        box=box,
-        space_factor=space_factor,
-        time_factor=time_factor,
-    )
+    return _answer("boxes", table, options)
 
 
-def presence(
-    table: object,
-    *,
-    window: Span | None = None,
-    min_count: int | None = None,
-    ratio: float | None = None,
-    final: bool = False,
-    cell_length: int | None = None,
-    box: Span | None = None,
-    space_factor: float | None = None,
-    time_factor: float | None = None,
-    **run: Unpack[Run],
-) -> Table:
+def presence(table: object, **options: Unpack[Records]) -> Table:
     """Tell who was seen often enough in which cell and time box.
 
     Parameters
     ----------
     table : table
         See `Run`.
-    window : str or timedelta, optional
-        What is looked back upon, shorter than a time box; ``"15 minutes"`` by default.
-    min_count : int, optional
-        Fixes that there have to be; 5 by default.
-    ratio : float, optional
-        The share of the fixes that a box must have, 0 to 1; 0.5 by default.
-    final : bool, optional
-        The last figures of each entity, cell and box, not those of its first report.
-    cell_length, box, space_factor, time_factor
-        As `boxes` has them.
-    **run
-        See `Run`.
+    **options
+        See `Records`, `Cells` and `Run`.
 
     Returns
     -------
     Table
         A row for each record.
     """
-    return _answer(
-        "presence",
-        table,
-        run,
-        window=window,
-        min_count=min_count,
-        ratio=ratio,
-        final=final,
-        cell_length=cell_length,
-        box=box,
-        space_factor=space_factor,
-        time_factor=time_factor,
-    )
+    return _answer("presence", table, options)
 
 
-def hangouts(
-    table: object,
-    *,
-    window: Span | None = None,
-    min_count: int | None = None,
-    ratio: float | None = None,
-    final: bool = False,
-    cell_length: int | None = None,
-    box: Span | None = None,
-    space_factor: float | None = None,
-    time_factor: float | None = None,
-    **run: Unpack[Run],
-) -> Table:
+def hangouts(table: object, **options: Unpack[Records]) -> Table:
     """Tell who stayed without a break in which cell and time box.
 
     Parameters
     ----------
     table : table
         See `Run`.
-    window : str or timedelta, optional
-        How long it has to be, shorter than a time box; ``"15 minutes"`` by default.
-    min_count : int, optional
-        Fixes that there have to be; 5 by default.
-    ratio : float, optional
-        The share of `min_count` that a box must have in fixes, 0 to 1; 1 by default.
-    final : bool, optional
-        The last figures of each entity, cell and box, not those of its first report.
-    cell_length, box, space_factor, time_factor
-        As `boxes` has them.
-    **run
-        See `Run`.
+    **options
+        See `Records`, `Cells` and `Run`.
 
     Returns
     -------
     Table
         A row for each hangout.
     """
-    return _answer(
-        "hangouts",
-        table,
-        run,
-        window=window,
-        min_count=min_count,
-        ratio=ratio,
-        final=final,
-        cell_length=cell_length,
-        box=box,
-        space_factor=space_factor,
-        time_factor=time_factor,
-    )
+    return _answer("hangouts", table, options)
 
 
-def stays(
-    table: object,
-    *,
-    radius: float | None = None,
-    min_stay: Span | None = None,
-    max_gap: Span | None = None,
-    max_bridge: Span | None = None,
-    max_away: Span | None = None,
-    max_accuracy: float | None = None,
-    **run: Unpack[Run],
-) -> Table:
+def stays(table: object, **options: Unpack[Stays]) -> Table:
     """Tell who stayed where, from when to when.
 
     A stay is within a radius of one place for long enough; cells have no part in it, and there is
@@ -404,49 +261,18 @@ def stays(
     ----------
     table : table
         See `Run`.
-    radius : float, optional
-        How far from the middle of a stay its fixes may lie, metres; 200 by default.
-    min_stay : str or timedelta, optional
-        The least time that makes a stay; ``"15 minutes"`` by default.
-    max_gap : str or timedelta, optional
-        A longer silence ends a stay, unless the next fix is at the same place; ``"1 hours"`` by
-        default.
-    max_bridge : str or timedelta, optional
-        A longer silence ends it in any case; ``"24 hours"`` by default.
-    max_away : str or timedelta, optional
-        Fixes elsewhere end a stay when they go on for so long; ``"5 minutes"`` by default.
-    max_accuracy : float, optional
-        A less accurate fix neither begins, ends nor moves a stay, metres; 200 by default.
-    **run
-        See `Run`.
+    **options
+        See `Stays` and `Run`.
 
     Returns
     -------
     Table
         A row for each stay; those of one entity do not overlap in time.
     """
-    return _answer(
-        "stays",
-        table,
-        run,
-        radius=radius,
-        min_stay=min_stay,
-        max_gap=max_gap,
-        max_bridge=max_bridge,
-        max_away=max_away,
-        max_accuracy=max_accuracy,
-    )
+    return _answer("stays", table, options)
 
 
-def meet(
-    table: object,
-    *,
-    within: float | None = None,
-    apart: Span | None = None,
-    min_minutes: float | None = None,
-    pairs: bool = False,
-    **run: Unpack[Run],
-) -> Table:
+def meet(table: object, **options: Unpack[Encounters]) -> Table:
     """Tell who was with whom, from when to when.
 
     Two are together at a fix of either when the other is then near. Where it is then: on the way
@@ -457,35 +283,18 @@ def meet(
     ----------
     table : table
         See `Run`.
-    within : float, optional
-        How near two are who are together, metres; 50 by default.
-    apart : str or timedelta, optional
-        How far apart in time two fixes may be for what is between them to be known;
-        ``"5 minutes"`` by default.
-    min_minutes : float, optional
-        Shorter encounters are left out; 0 by default.
-    pairs : bool
-        The sums of each pair, longest together first, in place of their encounters.
-    **run
-        See `Run`.
+    **options
+        See `Encounters` and `Run`.
 
     Returns
     -------
     Table
         A row for each encounter, or pair.
     """
-    return _answer(
-        "encounters",
-        table,
-        run,
-        within=within,
-        apart=apart,
-        min_minutes=min_minutes,
-        pairs=pairs,
-    )
+    return _answer("encounters", table, options)
 
 
-def _answer(analysis: str, table: object, run: Run, **settings: object) -> Table:
-    options: dict[str, Any] = {**settings, **run}
-    progress = options.pop("progress", False)
-    return Session(analysis, options.pop("config", None), **options)._answer(table, progress)
+def _answer(analysis: str, table: object, options: Run) -> Table:
+    said: dict[str, Any] = {**options}
+    progress = said.pop("progress", False)
+    return Session(analysis, said.pop("config", None), **said)._answer(table, progress)

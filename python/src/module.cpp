@@ -2,9 +2,11 @@
 #include "src/PySession.h"
 #include "src/Source.h"
 #include "src/TableBuilder.h"
+#include "src/explain.h"
 #include "src/faults.h"
 #include "src/geohash.h"
 #include "src/settings.h"
+#include "src/synth.h"
 
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/string.h>
@@ -97,5 +99,14 @@ NB_MODULE(_engine, module) {
     module.def("guess", &guessColumns, nb::arg("names"),
                nb::sig("def guess(names: collections.abc.Sequence[str]) -> dict[str, list[str]]"));
     module.def("milliseconds", &milliseconds, nb::arg("length"));
+    module.def("explain", &explainRow, nb::arg("analysis"), nb::arg("settings"), nb::arg("source"),
+               nb::arg("row"),
+               nb::sig("def explain(analysis: str, settings: collections.abc.Mapping[str, object], "
+                       "source: Source, row: int) -> dict[str, typing.Any]"));
+    module.def("check", &checkConfiguration, nb::arg("settings"), nb::arg("source").none(),
+               nb::sig("def check(settings: collections.abc.Mapping[str, object], "
+                       "source: Source | None) -> dict[str, typing.Any]"));
+    module.def("synth", &synth, nb::arg("entities"), nb::arg("days"), nb::arg("seed"),
+               nb::arg("truth"));
     bindGeohash(module);
 }

@@ -219,6 +219,7 @@ REFUSED = [
     (lambda: qorvel.stays(fixes(), radius=0), "BAD_CONFIGURATION", "radius"),
     (lambda: qorvel.hangouts(fixes(), config="a=1", box="1 hours"), "BAD_CONFIGURATION", "box"),
     (lambda: qorvel.Session("walks"), "BAD_CONFIGURATION", "walks"),
+    (lambda: qorvel.stays(fixes(), window="1 days"), "BAD_CONFIGURATION", "window"),
     (lambda: qorvel.boxes(fixes(), config="nowhere.toml"), "MISUSE", "nowhere.toml"),
     (lambda: qorvel.geohash.encode([1.0], [2.0], 13), "BAD_CONFIGURATION", "13"),
     (lambda: qorvel.geohash.encode([1.0], [2.0, 3.0], 5), "MISUSE", "as many"),

@@ -9,7 +9,7 @@ from typing import Any
 
 import pyarrow as pa
 
-from qorvel._analyses import _configuration
+from qorvel._analyses import configuration
 from qorvel._errors import Code, Error
 from qorvel.spark._input import Input
 from qorvel.spark._task import Question
@@ -51,7 +51,7 @@ def _text_of(config: str | os.PathLike[str] | None) -> str | None:
     """Read a file here: tasks run where it may not be."""
     if config is None:
         return None
-    said = _configuration(config)
+    said = configuration(config)
     if "config_text" in said:
         return str(said["config_text"])
     try:
