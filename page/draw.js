@@ -5,7 +5,8 @@ const MOST_STRIPES = 4;
 class Drawing {
   constructor(app) {
     this.app = app;
-    this.contexts = Object.fromEntries(["ground", "rows", "marks"].map(id => [id, element(id).getContext("2d")]));
+    this.contexts = Object.fromEntries(["ground", "rows", "marks"].map(id =>
+      [id, element(id).getContext("2d", { willReadFrequently: id === "rows" })])); // whose pixels are ours
     this.wanted = new Set();
     this.ratio = 1;
     this.tileImages = new Map();
