@@ -1,12 +1,17 @@
-// How good the engine's stays are: stay_quality FIRST LAST, seeds of the scenes.
-#include "testing/support/findStays.h"
+// How good the engine's stays and places are: stay_quality FIRST LAST, seeds of the scenes.
+#include "testing/support/findPlaces.h"
 #include "testing/world/StayScene.h"
 #include "testing/world/StayScore.h"
+#include "testing/world/World.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -67,6 +72,85 @@ void report(const std::string& name, const Measured& measured) {
                 1e9 * measured.seconds / static_cast<double>(score.fixes()), judge(name, score));
 }
 
+/// Where somebody of the town stayed, in all.
+struct TruePlace {
+    double lat = 0.0;
+    double lon = 0.0;
+    double hours = 0.0;
+    double longest = 0.0; ///< hours
+};
+
+struct PlaceScore {
+    double truePlaces = 0, found = 0, hits = 0;
+    double people = 0, homes = 0, works = 0; ///< those that are named rightly
+    double homeLabels = 0, workLabels = 0;   ///< of people
+    std::vector<double> metres, minutes;     ///< errors of the hits
+};
+
+double metresTo(const TruePlace& place, const PlaceRow& row) {
+    return std::hypot((place.lat - row.lat) * 111320.0, (place.lon - row.lon) * 64959.7);
+}
+
+using TruePlaces = std::map<std::pair<std::uint32_t, std::string>, TruePlace>;
+
+/// Those with a stay of a quarter of an hour.
+TruePlaces placesOf(const world::World& town) {
+    TruePlaces places;
+    for (const world::Stay& stay : town.stays) {
+        TruePlace& place = places[{stay.entity, stay.place}];
+        const double hours = static_cast<double>(stay.toMs - stay.fromMs) / 3.6e6;
+        place = {stay.lat, stay.lon, place.hours + hours, std::max(place.longest, hours)};
+    }
+    std::erase_if(places, [](const auto& entry) { return entry.second.longest < 0.25; });
+    return places;
+}
+
+/// A place is found when one of the entity's lies within 100 m of it.
+void scorePlaces(std::uint64_t seed, PlaceScore& score) {
+    const world::World town = world::makeWorld({100, 7, seed});
+    qorvel_engine::AnalysisOptions asked;
+    asked.question = qorvel_engine::Question::places;
+    asked.places.labels = true;
+    std::vector<PlaceRow> rows = findPlaces(world::makeTownScene(100, seed).fixes, asked);
+    score.found += static_cast<double>(rows.size());
+    for (const PlaceRow& row : rows) {
+        const bool isOfPerson = town.entities[static_cast<std::size_t>(row.entity)][0] == 'p';
+        score.homeLabels += isOfPerson && row.label == "home" ? 1 : 0;
+        score.workLabels += isOfPerson && row.label == "work" ? 1 : 0;
+    }
+    for (const std::string& name : town.entities) {
+        score.people += name[0] == 'p' ? 1 : 0;
+    }
+    for (const auto& [key, place] : placesOf(town)) {
+        const auto& [entity, name] = key;
+        ++score.truePlaces;
+        const auto hit = std::find_if(rows.begin(), rows.end(), [&](const PlaceRow& row) {
+            return row.entity == entity && metresTo(place, row) <= 100.0;
+        });
+        if (hit != rows.end()) {
+            ++score.hits;
+            score.metres.push_back(metresTo(place, *hit));
+            score.minutes.push_back(60.0 * std::abs(place.hours - hit->hours[0]));
+            score.homes += name.starts_with("home") && hit->label == "home" ? 1 : 0;
+            score.works += name.starts_with("work") && hit->label == "work" ? 1 : 0;
+            rows.erase(hit);
+        }
+    }
+}
+
+double medianOf(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values.empty() ? 0.0 : values[values.size() / 2];
+}
+
+void reportPlaces(const PlaceScore& score) {
+    std::printf("\nplaces of the town: %.0f true ones, F1 %.4f, median errors %.1f m and %.1f "
+                "minutes; of %.0f people, homes %.0f right of %.0f named, works %.0f of %.0f\n",
+                score.truePlaces, 2.0 * score.hits / (score.truePlaces + score.found),
+                medianOf(score.metres), medianOf(score.minutes), score.people, score.homes,
+                score.homeLabels, score.works, score.workLabels);
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -93,5 +177,10 @@ int main(int count, char** arguments) {
         measure(world::makeTownScene(100, seed), town);
     }
     report("town", town);
+    PlaceScore places;
+    for (std::uint64_t seed = first; seed <= last; ++seed) {
+        scorePlaces(seed, places);
+    }
+    reportPlaces(places);
     return 0;
 }

@@ -60,7 +60,8 @@ struct qorvel_engine_figures {
     uint64_t pushed;       ///< rows taken in, bad ones included
     uint64_t processed;    ///< rows whose results are final
     uint64_t rejected;     ///< rows that cannot be used
-    uint64_t late;         ///< rows older than was promised; for stays they are left out
+    uint64_t late;         ///< rows older than was promised; for stays and places they are left
+                           ///< out
     uint64_t out_of_order; ///< rows older than one of their entity before them; counted only where
                            ///< events are remembered
     uint64_t results;      ///< that are final
@@ -75,9 +76,9 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// Opens a session. Whatever it returns, `*session` is then to be closed; after a fault it is good
 /// for qorvel_engine_last_fault only, and null where there was no memory even for that.
 ///
-/// @param question       "boxes", "presence", "hangouts", "stays" or "encounters"
-/// @param configuration  masters, assignments and specs: the text of a TOML file; for stays and
-///                       encounters it may be empty
+/// @param question       "boxes", "presence", "hangouts", "stays", "encounters" or "places"
+/// @param configuration  masters, assignments and specs: the text of a TOML file; for stays,
+///                       encounters and places it may be empty
 /// @param options        a line "key=value" for each of these that is not as shown, or null
 ///
 /// | option | meaning |
@@ -86,10 +87,10 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// | default_tolerance=30 | metres, where a row has no accuracy |
 /// | time_tolerance=0 | ms, 0 or 1 |
 /// | late=86400000 | how far a row may lie behind the newest one before it, ms, or "ever" |
-/// | | for stays 3600000 behind the newest one of its entity; later ones are left out |
+/// | | for stays and places 3600000 behind the newest one of its entity; later ones are left out |
 /// | last_figures=0 | 1: presence and hangouts with the last figures of each record |
-/// | radius=200 | stays: how far from their centre fixes may lie, metres |
-/// | min_stay=900000 | stays: the least time that makes one, ms |
+/// | radius=200 | stays: how far from their centre fixes may lie, metres; places: how far stays |
+/// | min_stay=900000 | the same two: the least time that makes one, ms |
 /// | max_gap=3600000 | stays: a longer silence ends one, unless it goes on there, ms |
 /// | max_bridge=86400000 | stays: a longer silence ends one in any case, ms |
 /// | max_away=300000 | stays: fixes elsewhere end one when they go on for so long, ms |
@@ -98,6 +99,8 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// | apart=300000 | encounters: how far apart fixes may be for the way between to be known, ms |
 /// | min_duration=0 | encounters: shorter encounters are left out, ms |
 /// | pairs=0 | encounters: 1: the sums of each pair in place of its encounters |
+/// | time_zone=UTC | places: whose clocks tell nights and days of the week |
+/// | labels=0 | places: 1: the likely home and work are named |
 /// | entity=entity | the name of a column that is needed; the same for lat, lon and time |
 /// | accuracy=accuracy | the name of one that may be missing; if empty, it is not read |
 /// | primary_key=primary_key | the same |

@@ -115,7 +115,7 @@ Told run(const char* question, const std::string& options, const Tables& tables,
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Bytes bytes(data, size);
     const char* const question =
-        bytes.pick({"boxes", "presence", "hangouts", "stays", "encounters"});
+        bytes.pick({"boxes", "presence", "hangouts", "stays", "encounters", "places"});
     const std::string options = bytes.pick({"", "late=0\n", "late=ever\n", "last_figures=1\n"});
     const std::uint64_t shape = bytes.take(2);
     Tables tables;

@@ -28,6 +28,7 @@ void addValue(PageColumn& to, const ResultTable& table, std::size_t row, std::si
         return to.addText(table.text(row, column));
     case ResultKind::degrees:
     case ResultKind::metres:
+    case ResultKind::hours:
         return to.addReal(table.real(row, column));
     case ResultKind::whole:
     case ResultKind::time:

@@ -55,6 +55,7 @@ Texts valuesOf(const ResultTable& table, std::size_t row) {
             value = kind == ResultKind::text      ? std::string(table.text(row, i))
                     : kind == ResultKind::degrees ? testing::PrintToString(table.real(row, i))
                     : kind == ResultKind::metres  ? testing::PrintToString(table.real(row, i))
+                    : kind == ResultKind::hours   ? testing::PrintToString(table.real(row, i))
                                                   : std::to_string(table.whole(row, i));
         }
     }

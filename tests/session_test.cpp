@@ -114,7 +114,8 @@ public:
                 table.names().append(table.entity(row, i), out);
             } else if (kind == ResultKind::text) {
                 out += table.text(row, i);
-            } else if (kind == ResultKind::degrees || kind == ResultKind::metres) {
+            } else if (kind == ResultKind::degrees || kind == ResultKind::metres ||
+                       kind == ResultKind::hours) {
                 out += std::to_string(table.real(row, i));
             } else {
                 out += std::to_string(table.whole(row, i));
@@ -223,7 +224,7 @@ std::string run(const RowStream& stream, const Way& way) {
 const std::vector<Way> kQuestions = {{Question::boxes},          {Question::presence},
                                      {Question::presence, true}, {Question::hangouts},
                                      {Question::hangouts, true}, {Question::stays},
-                                     {Question::encounters}};
+                                     {Question::encounters},    {Question::places}};
 
 std::multiset<std::string> sorted(const std::string& lines) {
     std::multiset<std::string> set;

@@ -3,12 +3,14 @@
 #include "engine/analysis/BoxResult.h"
 #include "engine/analysis/EncounterResult.h"
 #include "engine/analysis/PairResult.h"
+#include "engine/analysis/PlaceResult.h"
 #include "engine/analysis/RecordResult.h"
 #include "engine/analysis/StayResult.h"
 #include "engine/analysis/detail/BoxesAnalysis.h"
 #include "engine/analysis/detail/EncountersAnalysis.h"
 #include "engine/analysis/detail/FirstRecordsAnalysis.h"
 #include "engine/analysis/detail/LastRecordsAnalysis.h"
+#include "engine/analysis/detail/PlacesAnalysis.h"
 #include "engine/analysis/detail/StaysAnalysis.h"
 #include "engine/columns/Fault.h"
 
@@ -28,7 +30,8 @@ constexpr QuestionName kQuestions[] = {{"boxes", Question::boxes},
                                        {"presence", Question::presence},
                                        {"hangouts", Question::hangouts},
                                        {"stays", Question::stays},
-                                       {"encounters", Question::encounters}};
+                                       {"encounters", Question::encounters},
+                                       {"places", Question::places}};
 
 template <class Result>
 std::unique_ptr<Analysis> makeRecordsAnalysis(const Tables& tables, bool lastFigures) {
@@ -83,12 +86,15 @@ const ResultSchema& schemaOf(const AnalysisOptions& options) {
     case Question::encounters:
         return options.encounters.pairs ? PairResult::layout().schema()
                                         : EncounterResult::layout().schema();
+    case Question::places:
+        return PlaceResult::layout().schema();
     }
     throw Fault(FaultCode::misuse, "there is no such question");
 }
 
 bool needsConfiguration(Question question) {
-    return question != Question::stays && question != Question::encounters;
+    return question == Question::boxes || question == Question::presence ||
+           question == Question::hangouts;
 }
 
 std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options, const Tables* tables) {
@@ -104,6 +110,8 @@ std::unique_ptr<Analysis> makeAnalysis(const AnalysisOptions& options, const Tab
         return std::make_unique<detail::StaysAnalysis>(options.stays);
     case Question::encounters:
         return std::make_unique<detail::EncountersAnalysis>(options.encounters);
+    case Question::places:
+        return std::make_unique<detail::PlacesAnalysis>(options.stays, options.places);
     }
     throw Fault(FaultCode::misuse, "there is no such question");
 }

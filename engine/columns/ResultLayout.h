@@ -135,6 +135,14 @@ public:
                               std::move(description));
     }
 
+    /// A double: a length of time.
+    template <auto Pointer>
+    static Field hours(std::string name, std::string description) {
+        static_assert(std::is_same<Value<Pointer>, double>::value, "hours");
+        return field<Pointer>(appendReal<Pointer>, ResultKind::hours, std::move(name), "h",
+                              std::move(description));
+    }
+
     /// A std::int64_t: ms since 1970 UTC.
     template <auto Pointer>
     static Field time(std::string name, std::string description) {

@@ -16,6 +16,7 @@ enum class ResultKind : std::uint8_t {
     text,    ///< UTF-8
     degrees, ///< a real number
     metres,  ///< a real number
+    hours,   ///< a real number
     whole,   ///< an integer
     time,    ///< ms since 1970 UTC
     boxEnd   ///< the same, at which a time box ends; there may be no end, see isEver

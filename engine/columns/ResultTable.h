@@ -77,9 +77,9 @@ public:
     std::int64_t whole(std::size_t row, std::size_t column) const {
         return columnOf(row, column, ResultKind::whole, ResultKind::boxEnd).wholes[row];
     }
-    /// Degrees or metres; 0 where it is missing.
+    /// Degrees, metres or hours; 0 where it is missing.
     double real(std::size_t row, std::size_t column) const {
-        return columnOf(row, column, ResultKind::degrees, ResultKind::metres).reals[row];
+        return columnOf(row, column, ResultKind::degrees, ResultKind::hours).reals[row];
     }
 
     /// The cells of a row, `cellCount` of them, until the table is changed.

@@ -104,6 +104,7 @@ std::string formatOf(ResultKind kind, EntityKind entityKind, bool isLarge) {
         return "l";
     case ResultKind::degrees:
     case ResultKind::metres:
+    case ResultKind::hours:
         return "g";
     case ResultKind::time:
     case ResultKind::boxEnd:

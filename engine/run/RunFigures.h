@@ -10,7 +10,8 @@ struct RunFigures {
     std::uint64_t pushed = 0;     ///< rows taken in, bad ones included
     std::uint64_t processed = 0;  ///< rows whose results are final
     std::uint64_t rejected = 0;   ///< rows that cannot be used
-    std::uint64_t late = 0;       ///< rows older than was promised; for stays they are left out
+    std::uint64_t late = 0;       ///< rows older than was promised; for stays and places they are
+                                  ///< left out
     std::uint64_t outOfOrder = 0; ///< rows older than one of their entity before them; counted only
                                   ///< where events are remembered
     std::uint64_t results = 0;    ///< that are final

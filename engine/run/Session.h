@@ -46,9 +46,10 @@ namespace qorvel_engine {
 /// All that remains to be done with it is to destroy it.
 class QORVEL_ENGINE_EXPORT Session {
 public:
-    /// For stays the configuration may be empty; nothing of it is used. The caller must not hold
-    /// the library's process-wide lock. Throws the Fault `badConfiguration` for a configuration or
-    /// an option that cannot be, `tooLarge` where the system gives no thread; std::bad_alloc.
+    /// For questions that need none, see needsConfiguration, nothing of it is used. The caller must
+    /// not hold the library's process-wide lock. Throws the Fault `badConfiguration` for a
+    /// configuration or an option that cannot be, `tooLarge` where the system gives no thread;
+    /// std::bad_alloc.
     Session(const AnalysisOptions& analysis, const Config& config,
             const SessionOptions& options = {});
     Session(const Session&) = delete;

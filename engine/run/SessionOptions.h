@@ -23,8 +23,8 @@ struct SessionOptions {
     /// of which the caller knows better (see Session::push). What only later rows could continue is
     /// forgotten.
     ///
-    /// For stays, behind the newest one of its own entity before it; none: an hour, with the same
-    /// exception. Rows are put in order as far as that, and later ones are left out.
+    /// For stays and places, behind the newest one of its own entity before it; none: an hour, with
+    /// the same exception. Rows are put in order as far as that, and later ones are left out.
     std::optional<std::int64_t> late;
 
     /// Null: results are handed on as tables.

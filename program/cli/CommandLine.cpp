@@ -1,5 +1,6 @@
 #include "program/cli/CommandLine.h"
 
+#include "engine/columns/Fault.h"
 #include "program/cli/completion.h"
 #include "program/output/TextFile.h"
 
@@ -29,6 +30,7 @@ namespace {
 constexpr char kFooter[] = R"(Examples:
   qorvel synth --out tracks.csv --truth truth.csv     a made-up town to try things on
   qorvel stays tracks.csv                             who stayed where, from when to when
+  qorvel places --label tracks.csv                    where each lives, works and goes
   qorvel meet --out meetings.html tracks.csv.gz       who was with whom, as a map
   qorvel hangouts --window "30 minutes" --box "1 days" tracks.csv
   qorvel presence --config town.toml --rejects bad.csv --out presence.gpkg tracks.ndjson
@@ -81,6 +83,14 @@ std::int64_t readLength(const std::string& option, const std::string& text,
 std::int64_t readLate(const std::string& text) {
     return text == "ever" ? std::numeric_limits<std::int64_t>::max()
                           : readLength("--late", text, "want days or a shorter unit, or \"ever\"");
+}
+
+TimeZone readZone(const std::string& name) {
+    try {
+        return TimeZone(name);
+    } catch (const Fault& fault) {
+        throw usageFailure(std::string("--time-zone: ") + fault.what());
+    }
 }
 
 std::int64_t readMinutes(double minutes) {
@@ -434,6 +444,8 @@ private:
         addFinal(hangouts);
 
         addStays(add(Question::stays, "stays", "who stayed where, from when to when"));
+        addPlaces(add(Question::places, "places",
+                      "where who stayed again and again, how long, by night and by weekday"));
         addMeet(add(Question::encounters, "meet", "who was with whom, from when to when"));
     }
 
@@ -453,6 +465,25 @@ private:
                   "strays");
         addValue(command, "--max-accuracy", stays.maxAccuracy,
                  "a less accurate fix neither begins, ends nor moves a stay, metres");
+    }
+
+    void addPlaces(CLI::App& command) {
+        PlaceOptions& places = last().line.run.analysis.places;
+        addStays(command);
+        command.get_option("--radius")
+            ->description(
+                "how far from the middle of a stay its fixes may lie, and from that of a place its "
+                "stays, metres");
+        command
+            .add_option_function<std::string>(
+                "--time-zone", [&places](const std::string& name) { places.zone = readZone(name); },
+                "whose clocks tell nights (22 to 6) and days of the week, as in "
+                "\"Europe/Berlin\", or an offset such as \"+02:00\"")
+            ->default_str(places.zone.name());
+        command.add_flag("--label", places.labels,
+                         "name the likely home, with most hours by night, and work, with most "
+                         "hours from 9 to 17 on Mondays to Fridays elsewhere, if a visit is an "
+                         "hour long on average");
     }
 
     void addMeet(CLI::App& command) {

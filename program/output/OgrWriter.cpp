@@ -26,6 +26,7 @@ OGRFieldType typeOf(ResultKind kind) {
         return OFTInteger64;
     case ResultKind::degrees:
     case ResultKind::metres:
+    case ResultKind::hours:
         return OFTReal;
     case ResultKind::time:
     case ResultKind::boxEnd:

@@ -41,13 +41,15 @@ inline void appendDegrees(std::string& text, double degrees) {
 }
 
 /// Appends a value that is none of textOf: whole numbers as such, degrees with seven decimals,
-/// which is a centimetre, as are two decimals of a metre; times as ISO 8601, in any text format.
+/// which is a centimetre, as are two decimals of a metre, and two of an hour; times as ISO 8601, in
+/// any text format.
 inline void appendValue(std::string& text, const ResultTable& table, std::size_t row,
                         std::size_t column) {
     switch (table.schema().columns[column].kind) {
     case ResultKind::degrees:
         return appendDegrees(text, table.real(row, column));
     case ResultKind::metres:
+    case ResultKind::hours:
         return csv::appendDecimal(text, std::llround(table.real(row, column) * 1e2), 2);
     case ResultKind::time:
         return appendTime(text, table.whole(row, column));

@@ -12,10 +12,10 @@ go out to any of them::
 from importlib.metadata import version as _version
 
 from qorvel import geohash
-from qorvel._analyses import Session, boxes, hangouts, meet, presence, stays
+from qorvel._analyses import Session, boxes, hangouts, meet, places, presence, stays
 from qorvel._errors import Code, Error
 from qorvel._explain import Check, ConfigFault, Explanation, check, explain
-from qorvel._options import Cells, Encounters, Records, Run, Stays
+from qorvel._options import Cells, Encounters, Places, Records, Run, Stays
 from qorvel._synth import synth
 from qorvel._table import Table
 from qorvel._tables import guess
@@ -29,6 +29,7 @@ __all__ = [
     "Encounters",
     "Error",
     "Explanation",
+    "Places",
     "Records",
     "Run",
     "Session",
@@ -41,6 +42,7 @@ __all__ = [
     "guess",
     "hangouts",
     "meet",
+    "places",
     "presence",
     "stays",
     "synth",

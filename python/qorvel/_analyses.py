@@ -13,6 +13,7 @@ from qorvel._options import (
     QUESTIONS,
     Cells,
     Encounters,
+    Places,
     Progress,
     Records,
     Run,
@@ -41,7 +42,7 @@ class Session:
 
     Parameters
     ----------
-    analysis : {"boxes", "presence", "hangouts", "stays", "encounters"}
+    analysis : {"boxes", "presence", "hangouts", "stays", "encounters", "places"}
         What is asked.
     config : path or str, optional
         Masters, assignments and specs: the path of a TOML file, or its text.
@@ -270,6 +271,27 @@ def stays(table: object, **options: Unpack[Stays]) -> Table:
         A row for each stay; those of one entity do not overlap in time.
     """
     return _answer("stays", table, options)
+
+
+def places(table: object, **options: Unpack[Places]) -> Table:
+    """Tell where who stayed again and again, how long, by night and by weekday.
+
+    The stays of each entity, gathered into places: where it spent most time is one, with all stays
+    within the radius of it; then of the others where it spent most; and so on.
+
+    Parameters
+    ----------
+    table : table
+        See `Run`.
+    **options
+        See `Places`, `Stays` and `Run`.
+
+    Returns
+    -------
+    Table
+        A row for each place, those of an entity by their hours.
+    """
+    return _answer("places", table, options)
 
 
 def meet(table: object, **options: Unpack[Encounters]) -> Table:

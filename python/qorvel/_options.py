@@ -125,6 +125,23 @@ class Stays(Run, total=False):
     max_accuracy: float | None
 
 
+class Places(Stays, total=False):
+    """What `places` has besides, `radius` being that of places, too.
+
+    Attributes
+    ----------
+    time_zone : str
+        Whose clocks tell nights, from 22 to 6, and days of the week: ``"Europe/Berlin"``, or an
+        offset such as ``"+02:00"``; UTC by default.
+    label : bool
+        Names the likely home, where most hours by night are, and work, where of the other places
+        most hours from 9 to 17 on Mondays to Fridays are, if a visit is an hour long on average.
+    """
+
+    time_zone: str | None
+    label: bool
+
+
 class Encounters(Run, total=False):
     """What `meet` has.
 
@@ -154,6 +171,7 @@ QUESTIONS: dict[str, tuple[type, dict[str, object]]] = {
     "hangouts": (Records, {}),
     "stays": (Stays, {}),
     "encounters": (Encounters, {}),
+    "places": (Places, {}),
 }
 
 

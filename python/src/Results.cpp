@@ -55,7 +55,8 @@ nb::object valueAt(const ArrowArray& column, const ResultColumn& about, EntityKi
         return nb::str(static_cast<const char*>(column.buffers[2]) + begin,
                        static_cast<std::size_t>(loadAt<std::int32_t>(values, place + 1) - begin));
     }
-    if (about.kind == ResultKind::degrees || about.kind == ResultKind::metres) {
+    if (about.kind == ResultKind::degrees || about.kind == ResultKind::metres ||
+        about.kind == ResultKind::hours) {
         return nb::float_(loadAt<double>(values, place));
     }
     if (about.kind == ResultKind::entity && kind == EntityKind::uint64) {

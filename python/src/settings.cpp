@@ -96,6 +96,11 @@ constexpr Setting kSettings[] = {
     {"pairs", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.pairs); }},
     {"first_ms", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.first); }},
     {"last_ms", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.last); }},
+    {"time_zone",
+     [](nb::handle v, Reading& r) {
+         r.settings.analysis.places.zone = TimeZone(nb::cast<std::string>(v));
+     }},
+    {"label", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.places.labels); }},
     {"config_file",
      [](nb::handle v, Reading& r) { r.config = readConfig(nb::cast<std::string>(v)); }},
     {"config_text",

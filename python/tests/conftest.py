@@ -23,6 +23,7 @@ COMMANDS = {
     "presence": ["--final"],
     "hangouts": [],
     "stays": [],
+    "places": ["--label", "--time-zone", "+01:00"],
     "meet": [],
 }
 
@@ -103,6 +104,9 @@ def csv_text(table):
                     for t in texts
                 ]
             )
+        elif name.endswith("hours"):
+            hundredths = [int(value * 100 + 0.5) for value in column.to_pylist()]
+            columns.append([f"{part // 100}.{part % 100:02d}" for part in hundredths])
         elif name.endswith("_m"):
             columns.append([f"{value:.2f}" for value in column.to_pylist()])
         elif pa.types.is_floating(column.type):

@@ -10,7 +10,11 @@ from conftest import COMMANDS, csv_text, data_files, read
 import qorvel
 
 # Streams of the sample world have rows that are hours late, of which the program knows.
-OPTIONS = {"presence": {"final": True}, "stays": {"late": "ever"}}
+OPTIONS = {
+    "presence": {"final": True},
+    "stays": {"late": "ever"},
+    "places": {"late": "ever", "label": True, "time_zone": "+01:00"},
+}
 
 
 def answer(command, table, **options):

@@ -217,6 +217,7 @@ REFUSED = [
     (lambda: qorvel.stays(fixes(), threads=0), "BAD_CONFIGURATION", "threads"),
     (lambda: qorvel.stays(fixes(), threads=-1), "BAD_CONFIGURATION", "threads"),
     (lambda: qorvel.stays(fixes(), radius=0), "BAD_CONFIGURATION", "radius"),
+    (lambda: qorvel.places(fixes(), time_zone="Here"), "BAD_CONFIGURATION", "Here"),
     (lambda: qorvel.hangouts(fixes(), config="a=1", box="1 hours"), "BAD_CONFIGURATION", "box"),
     (lambda: qorvel.Session("walks"), "BAD_CONFIGURATION", "walks"),
     (lambda: qorvel.stays(fixes(), window="1 days"), "BAD_CONFIGURATION", "window"),

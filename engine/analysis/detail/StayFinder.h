@@ -14,6 +14,10 @@
 
 namespace qorvel_engine::detail {
 
+/// How late a fix may be in its entity where nothing is promised, ms: an hour, for a device that
+/// was without a network for a while.
+inline constexpr std::int64_t kLateStays = 3'600'000;
+
 /// The same options. Throws the Fault `badConfiguration` for those that cannot be.
 StayOptions checked(const StayOptions& options);
 

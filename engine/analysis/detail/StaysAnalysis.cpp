@@ -1,7 +1,6 @@
 #include "engine/analysis/detail/StaysAnalysis.h"
 
 #include "engine/analysis/StayResult.h"
-#include "engine/analysis/detail/StayFinder.h"
 
 #include <algorithm>
 #include <tuple>

@@ -3,6 +3,7 @@
 
 #include "engine/analysis/Analysis.h"
 #include "engine/analysis/StayOptions.h"
+#include "engine/analysis/detail/StayFinder.h"
 
 namespace qorvel_engine::detail {
 
@@ -22,8 +23,7 @@ public:
     std::int64_t lookBack() const override { return 0; }
     bool dependsOnOrder() const override { return false; }
 
-    /// An hour: a device that was without a network for a while.
-    std::optional<std::int64_t> lateInEntity() const override { return 3'600'000; }
+    std::optional<std::int64_t> lateInEntity() const override { return kLateStays; }
 
 private:
     const StayOptions options_;

@@ -34,6 +34,12 @@ bool read(std::string_view text, std::string& name) {
     return true;
 }
 
+/// One that there is not says itself what is wrong.
+bool read(std::string_view text, TimeZone& zone) {
+    zone = TimeZone(std::string(text));
+    return true;
+}
+
 struct Option {
     std::string_view key;
     bool (*take)(CallOptions& options, std::string_view value);
@@ -67,6 +73,10 @@ constexpr Option kOptions[] = {
      [](CallOptions& o, std::string_view v) { return read(v, o.analysis.encounters.minDuration); }},
     {"pairs",
      [](CallOptions& o, std::string_view v) { return read(v, o.analysis.encounters.pairs); }},
+    {"time_zone",
+     [](CallOptions& o, std::string_view v) { return read(v, o.analysis.places.zone); }},
+    {"labels",
+     [](CallOptions& o, std::string_view v) { return read(v, o.analysis.places.labels); }},
     {"entity", [](CallOptions& o, std::string_view v) { return read(v, o.columns.entity); }},
     {"lat", [](CallOptions& o, std::string_view v) { return read(v, o.columns.latitude); }},
     {"lon", [](CallOptions& o, std::string_view v) { return read(v, o.columns.longitude); }},

@@ -14,6 +14,7 @@ void appendValue(const ResultTable& from, std::size_t row, std::size_t column, R
         break;
     case ResultKind::degrees:
     case ResultKind::metres:
+    case ResultKind::hours:
         to.real(from.real(row, column));
         break;
     case ResultKind::whole:
