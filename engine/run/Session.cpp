@@ -59,7 +59,7 @@ public:
           analysis_(makeAnalysis(analysis, tables_.get())),
           empty_(analysis_->makeTable(std::make_shared<EntityDictionary>(EntityKind::text))),
           intake_(makeKeyNumbers(config), *analysis_, options.late, counters_),
-          pipeline_(*analysis_, options, counters_) {}
+          pipeline_(*analysis_, options.late, counters_) {}
 
     void push(const Observations& observations, const std::shared_ptr<const void>& owner,
               std::optional<std::int64_t> oldestToCome) {
@@ -139,6 +139,8 @@ public:
     const ResultSchema& schema() const { return empty_.schema(); }
 
     bool looksBack() const noexcept { return analysis_->lookBack() >= 0; }
+
+    bool ordersEntities() const noexcept { return analysis_->lateInEntity().has_value(); }
 
     std::shared_ptr<const EntityNames> names() const noexcept { return intake_.names(); }
 
@@ -225,6 +227,10 @@ const ResultSchema& Session::schema() const {
 
 bool Session::looksBack() const noexcept {
     return state_->looksBack();
+}
+
+bool Session::ordersEntities() const noexcept {
+    return state_->ordersEntities();
 }
 
 std::shared_ptr<const EntityNames> Session::names() const noexcept {

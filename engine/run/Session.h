@@ -102,6 +102,10 @@ public:
     /// are.
     bool looksBack() const noexcept;
 
+    /// Are the rows of each entity put in order? Then SessionOptions::late is about each by itself,
+    /// and rows that may be later are held for longer.
+    bool ordersEntities() const noexcept;
+
     /// What entities are called; null before the first push.
     std::shared_ptr<const EntityNames> names() const noexcept;
 

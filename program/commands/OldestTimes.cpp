@@ -2,11 +2,14 @@
 
 #include "program/Failure.h"
 #include "program/commands/Progress.h"
+#include "program/input/Fix.h"
 #include "program/input/FixSource.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <limits>
+#include <string>
 
 namespace program {
 
@@ -19,7 +22,8 @@ constexpr std::size_t kBlock = 1024;
 
 } // namespace
 
-OldestTimes::OldestTimes(FixSource& source, Progress& progress) : isKnown_(true) {
+OldestTimes::OldestTimes(FixSource& source, Progress& progress, bool entitiesToo)
+    : isKnown_(true), lateInEntity_(entitiesToo ? std::optional<std::int64_t>(0) : std::nullopt) {
     progress.begin("reading times");
     try {
         readTimes(source, progress);
@@ -33,13 +37,24 @@ OldestTimes::OldestTimes(FixSource& source, Progress& progress) : isKnown_(true)
 }
 
 void OldestTimes::readTimes(FixSource& source, Progress& progress) {
+    NewestTimes newest;
+    Fix fix;
     for (std::uint64_t row = 0; source.next(); ++row) {
         if (row % kBlock == 0) {
             oldest_.push_back(kFarFuture);
             progress.show(source.shareRead(), row);
         }
         oldest_.back() = std::min(oldest_.back(), source.readTime().value_or(kFarFuture));
+        if (lateInEntity_ && source.read(fix).empty()) {
+            compare(fix, newest);
+        }
     }
+}
+
+void OldestTimes::compare(const Fix& fix, NewestTimes& newest) {
+    const auto [entry, isNew] = newest.try_emplace(std::hash<std::string>()(fix.entity), fix.time);
+    entry->second = std::max(entry->second, fix.time);
+    lateInEntity_ = std::max(*lateInEntity_, entry->second - fix.time);
 }
 
 std::int64_t OldestTimes::from(std::uint64_t row) const {

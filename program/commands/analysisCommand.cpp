@@ -88,7 +88,7 @@ public:
         : options_(options), progress_(!options.isQuiet), source_(openFixSource(options.input)),
           writer_(openResultWriter(options.output, schemaOf(options.analysis))),
           rejects_(options.rejectsFile, options.output.isCsvSafe),
-          session_(openSession(options, writer_->renderer())), oldest_(readTimes()),
+          session_(openSession(options.late)), oldest_(readTimes()),
           reader_(*source_, oldest_, rejects_, progress_, options.isStrict) {}
 
     ExitCode operator()() {
@@ -113,21 +113,27 @@ public:
 
 private:
     /// Its threads leave interrupts to this one, which may wait for input.
-    static std::unique_ptr<Session> openSession(const RunOptions& options,
-                                                std::shared_ptr<const Renderer> renderer) {
+    std::unique_ptr<Session> openSession(std::optional<std::int64_t> late) const {
         SessionOptions session;
-        session.threads = options.threads;
-        session.defaultTolerance = options.events.defaultTolerance;
-        session.timeTolerance = options.events.timeTolerance;
-        session.late = options.late;
-        session.renderer = std::move(renderer);
+        session.threads = options_.threads;
+        session.defaultTolerance = options_.events.defaultTolerance;
+        session.timeTolerance = options_.events.timeTolerance;
+        session.late = late;
+        session.renderer = writer_->renderer();
         const InterruptsBlocked blocked;
-        return std::make_unique<Session>(options.analysis, options.config, session);
+        return std::make_unique<Session>(options_.analysis, options_.config, session);
     }
 
     OldestTimes readTimes() {
         const bool isWanted = session_->looksBack() && !options_.late && source_->isRepeatable();
-        return isWanted ? OldestTimes(*source_, progress_) : OldestTimes();
+        if (!isWanted) {
+            return {};
+        }
+        OldestTimes times(*source_, progress_, session_->ordersEntities());
+        if (times.lateInEntity()) {
+            session_ = openSession(times.lateInEntity()); // the first has found the options right
+        }
+        return times;
     }
 
     void process() {
