@@ -85,7 +85,8 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {2, 0, "boxes --final -", "--final"},
         {2, 0, "hangouts --box '0 hours' -", "a count of 0"},
         {2, 0, "presence --window '0 minutes' -", "a count of 0"},
-        {2, 0, "hangouts --box '1 hour' -", "ERROR_TIMEBOXSPEC_1"},
+        {2, 0, "hangouts --box '1 hor' -", "ERROR_TIMEBOXSPEC_1"},
+        {2, 0, "hangouts --box 15 minutes -", "in quotes"}, // as the shell hands it on
         {2, 0, "presence --window '3 fortnights' -", "the units are"},
         {2, 0, "hangouts --box hours -", "want a count"},
         {0, 4, "boxes --box '50 days' -", "warning"}, // wraps to 7 hours

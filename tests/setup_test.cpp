@@ -148,7 +148,7 @@ min_count = 1.0   # min_count: want a whole number from 0 to 4294967295
 ratio = 1
 [[hangout]]
 min_count = 4294967296    # min_count: want a whole number from 0 to 4294967295
-window = '5 minute'       # window: "5 minute": want a count and a unit
+window = '5 minut'        # window: "5 minut": want a count and a unit
 [[hangout]]
 window = '0 hours'        # window: "0 hours": a count of 0
 [[assignments]]           # "assignments" is not known; did you mean [[assignment]]?
@@ -407,6 +407,51 @@ TEST(Geohash, GoesThereAndBack) {
     }
     EXPECT_THROW(answerGeohash({Task::encode, 90.0, 0.0, 30, ""}), Failure);
     EXPECT_THROW(answerGeohash({Task::encode, 0.0, 0.0, 129, ""}), Failure);
+}
+
+TEST(Setup, ReadsLengthsAsPeopleWriteThem) {
+    const std::pair<const char*, const char*> rows[] = {{"15 minutes", "15 minutes"},
+                                                        {"15min", "15 minutes"},
+                                                        {"15 Min", "15 minutes"},
+                                                        {"1 hour", "1 hours"},
+                                                        {"1h", "1 hours"},
+                                                        {"250 ms", "250 milliseconds"},
+                                                        {"2 weeks", "14 days"},
+                                                        {"1 month", "1 months"},
+                                                        {"ever", "1 ever"},
+                                                        {"PT15M", "15 minutes"},
+                                                        {"P1D", "1 days"},
+                                                        {"P2W", "14 days"},
+                                                        {"PT1H30M", "90 minutes"},
+                                                        {"P1DT1S", "86401 seconds"},
+                                                        {"P3M", "3 months"},
+                                                        {"P1Y", "1 years"}};
+    for (const auto& [text, span] : rows) {
+        EXPECT_EQ(readSpan(text).text(), span) << text;
+    }
+    for (const char* bad : {"15",
+                            "15 ",
+                            "5m",
+                            "P",
+                            "PT",
+                            "P1DT",
+                            "P0D",
+                            "P1M1D",
+                            "PT1D",
+                            "P1H",
+                            "PT1M1H",
+                            "PT1.5H",
+                            "P1D1D",
+                            "P-1D",
+                            "p1d",
+                            "P9999999999D",
+                            "P4294967295W",
+                            "613566757 weeks",
+                            "hours",
+                            "0 hours",
+                            ""}) {
+        EXPECT_THROW(readSpan(bad), std::invalid_argument) << bad;
+    }
 }
 
 /// As the C library has it, which reads the same database.

@@ -17,7 +17,8 @@ struct Span {
     std::string text() const { return std::to_string(count) + ' ' + unit; }
 };
 
-/// Reads "30 minutes", "30minutes", or just "ever". Throws std::invalid_argument with a sentence
+/// Reads "30 minutes", "30minutes", what else people write for that ("30 min", "1h", "2 weeks", and
+/// of ISO 8601 "PT30M", "P1D"), or just "ever". The span has the library's words. Throws std::invalid_argument with a sentence
 /// (and the library's tag), in which the text itself does not stand, for anything else and for a
 /// count of 0.
 QORVEL_ENGINE_EXPORT Span readSpan(const std::string& text);
