@@ -81,6 +81,9 @@ public:
     /// what is promised, and shards collect what the caller knows.
     virtual std::optional<std::int64_t> lateInEntity() const { return std::nullopt; }
 
+    /// Rows less accurate than this are left out, metres; none: they are not.
+    virtual std::optional<double> worstAccuracy() const { return std::nullopt; }
+
     /// Whether the rows of an entity give other results in another order than that of time.
     virtual bool dependsOnOrder() const { return true; }
 

@@ -21,6 +21,8 @@ constexpr std::int64_t kBatchRows = 1024;
 
 constexpr unsigned kMostThreads = 256;
 
+constexpr char kOnlyAtEnd[] = "That is known after the last row only.";
+
 void expect(bool holds, FaultCode code, const char* otherwise) {
     if (!holds) {
         throw Fault(code, otherwise);
@@ -58,8 +60,8 @@ public:
         : tables_(makeTables(config, analysis.question)),
           analysis_(makeAnalysis(analysis, tables_.get())),
           empty_(analysis_->makeTable(std::make_shared<EntityDictionary>(EntityKind::text))),
-          intake_(makeKeyNumbers(config), *analysis_, options.late, counters_),
-          pipeline_(*analysis_, options.late, counters_) {}
+          intake_(makeKeyNumbers(config), *analysis_, options, counters_),
+          pipeline_(*analysis_, options, counters_) {}
 
     void push(const Observations& observations, const std::shared_ptr<const void>& owner,
               std::optional<std::int64_t> oldestToCome) {
@@ -117,8 +119,13 @@ public:
 
     RunFigures figures() const noexcept { return counters_.read(); }
 
+    InputFigures inputFigures() const {
+        expect(last_.has_value(), FaultCode::misuse, kOnlyAtEnd);
+        return intake_.figures();
+    }
+
     std::vector<std::string> remarks() const {
-        expect(last_.has_value(), FaultCode::misuse, "Remarks are there after the last row only.");
+        expect(last_.has_value(), FaultCode::misuse, kOnlyAtEnd);
         std::vector<std::string> remarks = analysis_->remarks();
         const RunFigures figures = counters_.read();
         if (figures.outOfOrder > 0 && analysis_->dependsOnOrder()) {
@@ -215,6 +222,10 @@ void Session::cancel() noexcept {
 
 RunFigures Session::figures() const noexcept {
     return state_->figures();
+}
+
+InputFigures Session::inputFigures() const {
+    return state_->inputFigures();
 }
 
 std::vector<std::string> Session::remarks() const {

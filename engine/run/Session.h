@@ -4,6 +4,7 @@
 #include "engine/analysis/makeAnalysis.h"
 #include "engine/columns/Observations.h"
 #include "engine/export.h"
+#include "engine/run/InputFigures.h"
 #include "engine/run/Reject.h"
 #include "engine/run/ResultBatch.h"
 #include "engine/run/RunFigures.h"
@@ -91,6 +92,9 @@ public:
 
     /// How far it is.
     RunFigures figures() const noexcept;
+
+    /// What all rows were like, after finish(). Before it, Fault `misuse`.
+    InputFigures inputFigures() const;
 
     /// What there is to say after finish(), a sentence each. Before it, Fault `misuse`.
     std::vector<std::string> remarks() const;

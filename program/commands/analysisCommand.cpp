@@ -3,6 +3,7 @@
 #include "engine/run/Session.h"
 #include "program/Interrupt.h"
 #include "program/commands/BatchReader.h"
+#include "program/commands/advice.h"
 #include "program/commands/OldestTimes.h"
 #include "program/commands/Progress.h"
 #include "program/commands/Rejects.h"
@@ -210,6 +211,10 @@ private:
             tell(withOptions(remark));
         }
         const RunFigures figures = session_->figures();
+        const std::string advice = adviceOn(options_, figures, session_->inputFigures());
+        if (!advice.empty() && !isCutOff_) {
+            tell(advice);
+        }
         const std::chrono::duration<double> seconds = Clock::now() - start_;
         std::fprintf(stderr,
                      "qorvel: %s%llu rows read, %llu processed, %llu rejected, %llu results, "

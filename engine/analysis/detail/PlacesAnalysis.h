@@ -23,6 +23,7 @@ public:
     std::int64_t lookBack() const override { return 0; }
     bool dependsOnOrder() const override { return false; }
     std::optional<std::int64_t> lateInEntity() const override { return kLateStays; }
+    std::optional<double> worstAccuracy() const override { return stays_.maxAccuracy; }
 
 private:
     const StayOptions stays_;

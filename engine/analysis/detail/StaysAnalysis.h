@@ -24,6 +24,7 @@ public:
     bool dependsOnOrder() const override { return false; }
 
     std::optional<std::int64_t> lateInEntity() const override { return kLateStays; }
+    std::optional<double> worstAccuracy() const override { return options_.maxAccuracy; }
 
 private:
     const StayOptions options_;

@@ -12,13 +12,17 @@ namespace {
 /// A pass looks at that many entities for each row, at most: each costs a fraction of a row.
 constexpr std::uint64_t kEntitiesPerRow = 4;
 
+constexpr std::int64_t kNone = -1; // no time is negative
+
 } // namespace
 
-Intake::Intake(KeyNumbers keys, const Analysis& analysis, std::optional<std::int64_t> late,
+Intake::Intake(KeyNumbers keys, const Analysis& analysis, const SessionOptions& options,
                Counters& counters)
-    : keys_(std::move(keys)), horizon_(late), lookBack_(analysis.lookBack()), counters_(counters) {
+    : keys_(std::move(keys)), horizon_(options.late), lookBack_(analysis.lookBack()),
+      counters_(counters), defaultAccuracy_(options.defaultTolerance),
+      worstAccuracy_(analysis.worstAccuracy()) {
     if (const std::optional<std::int64_t> usual = analysis.lateInEntity()) {
-        entityHorizons_.emplace(late, *usual);
+        entityHorizons_.emplace(options.late, *usual);
     }
 }
 
@@ -51,6 +55,7 @@ void Intake::fill(Batch& batch, std::int64_t from, std::int64_t to, bool isOldes
         if (lookBack_ >= 0) {
             judge(entry, columns.timeMs(row), isOldestKnown);
         }
+        countAccuracy(columns, row);
         batch.shares[entry.lane].entries.push_back(batch.entries.size());
         batch.entries.push_back(entry);
         collect(batch);
@@ -61,6 +66,10 @@ void Intake::fill(Batch& batch, std::int64_t from, std::int64_t to, bool isOldes
 void Intake::know(Batch& batch, std::int64_t oldestToCome) {
     horizon_.know(oldestToCome);
     collect(batch);
+}
+
+InputFigures Intake::figures() const {
+    return {names_ == nullptr ? 0 : names_->size(), intervals_.median(), inaccurate_};
 }
 
 std::vector<Reject> Intake::takeRejects() {
@@ -97,7 +106,7 @@ std::uint64_t Intake::entityOf(const Observations& columns, std::int64_t row) {
 
 /// Is it out of order, or late?
 void Intake::judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown) {
-    countDisorder(entry.eid, time);
+    countTime(entry.eid, time);
     if (entityHorizons_) {
         entry.oldestToCome =
             entityHorizons_->oldestToCome(entry.eid, newest_[entry.eid], isOldestKnown);
@@ -110,13 +119,23 @@ void Intake::judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown) {
     }
 }
 
-void Intake::countDisorder(std::uint64_t eid, std::int64_t time) {
+void Intake::countAccuracy(const Observations& columns, std::int64_t row) {
+    const bool isLeftOut =
+        worstAccuracy_ && columns.accuracy(row).value_or(defaultAccuracy_) > *worstAccuracy_;
+    inaccurate_ += isLeftOut ? 1 : 0;
+}
+
+/// Is it out of order, or how long is it after the one before?
+void Intake::countTime(std::uint64_t eid, std::int64_t time) {
     if (eid >= newest_.size()) {
-        newest_.resize(eid + 1); // no time is negative
+        newest_.resize(eid + 1, kNone);
     }
     if (time < newest_[eid]) {
         Counters::add(counters_.outOfOrder);
     } else {
+        if (newest_[eid] != kNone && time > newest_[eid]) {
+            intervals_.add(time - newest_[eid]);
+        }
         newest_[eid] = time;
     }
 }

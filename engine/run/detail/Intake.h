@@ -3,12 +3,15 @@
 
 #include "engine/analysis/Analysis.h"
 #include "engine/columns/EntityDictionary.h"
+#include "engine/run/InputFigures.h"
 #include "engine/run/Reject.h"
+#include "engine/run/SessionOptions.h"
 #include "engine/run/detail/Batch.h"
 #include "engine/run/detail/Counters.h"
 #include "engine/run/detail/DictionaryNumbers.h"
 #include "engine/run/detail/EntityHorizons.h"
 #include "engine/run/detail/Horizon.h"
+#include "engine/run/detail/IntervalCounts.h"
 #include "engine/run/detail/KeyNumbers.h"
 
 #include <cstdint>
@@ -21,8 +24,7 @@ namespace qorvel_engine::detail {
 /// Numbers rows, entities and keys, sorts out bad rows and says what may be forgotten when.
 class Intake {
 public:
-    /// @param late  as in SessionOptions
-    Intake(KeyNumbers keys, const Analysis& analysis, std::optional<std::int64_t> late,
+    Intake(KeyNumbers keys, const Analysis& analysis, const SessionOptions& options,
            Counters& counters);
 
     /// Throws the Fault `misuse` if entities are called otherwise than before.
@@ -41,6 +43,9 @@ public:
     /// No row after this batch lies before that time.
     void know(Batch& batch, std::int64_t oldestToCome);
 
+    /// Of the rows so far.
+    InputFigures figures() const;
+
     /// Those since the last call.
     std::vector<Reject> takeRejects();
 
@@ -48,7 +53,8 @@ private:
     Batch::Entry makeEntry(const Observations& columns, std::int64_t row, std::size_t lanes);
     std::uint64_t entityOf(const Observations& columns, std::int64_t row);
     void judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown);
-    void countDisorder(std::uint64_t eid, std::int64_t time);
+    void countTime(std::uint64_t eid, std::int64_t time);
+    void countAccuracy(const Observations& columns, std::int64_t row);
     void collect(Batch& batch);
 
     KeyNumbers keys_;
@@ -64,8 +70,12 @@ private:
     std::uint64_t rows_ = 0;
     std::vector<Reject> rejects_;
     std::vector<std::int64_t> newest_; ///< by entity, the time of its rows so far
-    std::int64_t collected_ = 0;       ///< what ended before it has been forgotten
-    std::uint64_t collectedRow_ = 0;   ///< how many rows there were then
+    IntervalCounts intervals_;
+    double defaultAccuracy_;              ///< metres
+    std::optional<double> worstAccuracy_; ///< metres, where others are left out
+    std::uint64_t inaccurate_ = 0;
+    std::int64_t collected_ = 0;     ///< what ended before it has been forgotten
+    std::uint64_t collectedRow_ = 0; ///< how many rows there were then
 };
 
 } // namespace qorvel_engine::detail
