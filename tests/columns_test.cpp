@@ -481,6 +481,8 @@ const Lie kLies[] = {
     {TOLD(b.buffer(entity, 2) = nullptr), "entity", "has texts but no buffer with them"},
     {TOLD(b.put(entity, 0, -1)), "entity", "has offsets that are negative or descend"},
     {TOLD(b.put(entity, 2, 100)), "entity", "has offsets that are negative or descend"},
+    {TOLD(b.tableArray.length = 2; b.put(entity, 2, 100)), "entity",
+     "has offsets that are negative or descend"}, // of a column that goes on behind its table
     {TOLD(b.array(key).n_buffers = 2), "primary_key",
      "has another number of buffers than its type"},
     {TOLD(b.buffer(key, 4) = nullptr), "primary_key", "has no lengths of its buffers"},
