@@ -118,7 +118,8 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {0, 20, "explain --line 2 --default-tolerance 7 -", "within 7 m", kHeader + "a,1,2,3,\n"},
         {0, 1, "meet -", "0 results", // a quarter of an hour apart
          kHeader + "a,1,2,1355832060000,9\nb,1,2,1355832960000,9\n"},
-        {0, 1, "meet -", "two can meet", kHeader + "a,1,2,1355832060000,9\na,1,2,1355832960000,9\n"},
+        {0, 1, "meet -", "two can meet",
+         kHeader + "a,1,2,1355832060000,9\na,1,2,1355832960000,9\n"},
         {0, 1, "meet --apart 1h -", "--within (50 m)",
          kHeader + "a,1,2,1355832060000,9\nb,1,3,1355832960000,9\n"},
         {0, 1, "meet -", "15 minutes apart, and",

@@ -224,7 +224,7 @@ std::string run(const RowStream& stream, const Way& way) {
 const std::vector<Way> kQuestions = {{Question::boxes},          {Question::presence},
                                      {Question::presence, true}, {Question::hangouts},
                                      {Question::hangouts, true}, {Question::stays},
-                                     {Question::encounters},    {Question::places}};
+                                     {Question::encounters},     {Question::places}};
 
 std::multiset<std::string> sorted(const std::string& lines) {
     std::multiset<std::string> set;

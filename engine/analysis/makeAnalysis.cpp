@@ -26,12 +26,10 @@ struct QuestionName {
 };
 
 /// The one list of them.
-constexpr QuestionName kQuestions[] = {{"boxes", Question::boxes},
-                                       {"presence", Question::presence},
-                                       {"hangouts", Question::hangouts},
-                                       {"stays", Question::stays},
-                                       {"encounters", Question::encounters},
-                                       {"places", Question::places}};
+constexpr QuestionName kQuestions[] = {
+    {"boxes", Question::boxes},           {"presence", Question::presence},
+    {"hangouts", Question::hangouts},     {"stays", Question::stays},
+    {"encounters", Question::encounters}, {"places", Question::places}};
 
 template <class Result>
 std::unique_ptr<Analysis> makeRecordsAnalysis(const Tables& tables, bool lastFigures) {

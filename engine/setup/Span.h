@@ -18,9 +18,9 @@ struct Span {
 };
 
 /// Reads "30 minutes", "30minutes", what else people write for that ("30 min", "1h", "2 weeks", and
-/// of ISO 8601 "PT30M", "P1D"), or just "ever". The span has the library's words. Throws std::invalid_argument with a sentence
-/// (and the library's tag), in which the text itself does not stand, for anything else and for a
-/// count of 0.
+/// of ISO 8601 "PT30M", "P1D"), or just "ever". The span has the library's words. Throws
+/// std::invalid_argument with a sentence (and the library's tag), in which the text itself does not
+/// stand, for anything else and for a count of 0.
 QORVEL_ENGINE_EXPORT Span readSpan(const std::string& text);
 
 /// The length in ms; none for months, years and "ever".
