@@ -2,6 +2,7 @@
 
 #include "engine/columns/detail/checkText.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace qorvel_engine {
@@ -66,6 +67,16 @@ RowReason checkKey(const TextColumn& keys, std::int64_t row, RowReason notUtf8, 
 }
 
 } // namespace
+
+std::int64_t Observations::oldestTime() const noexcept {
+    std::int64_t oldest = std::numeric_limits<std::int64_t>::max();
+    for (std::int64_t row = 0; row < columns_.size; ++row) {
+        if (checkTime(columns_.time, row) == RowReason::none) {
+            oldest = std::min(oldest, columns_.time.milliseconds(row));
+        }
+    }
+    return oldest;
+}
 
 RowReason Observations::check(std::int64_t row) const noexcept {
     if (!columns_.rows.has(known(row))) {

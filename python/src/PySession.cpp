@@ -41,17 +41,6 @@ std::int64_t sliceRows(const InputBatch& batch) {
     return std::max(kSliceRows, batch.longestDictionary() / kRowsPerEntry);
 }
 
-/// The least time of rows that can be used.
-std::int64_t oldestOf(const Observations& observations) {
-    std::int64_t oldest = std::numeric_limits<std::int64_t>::max();
-    for (std::int64_t row = 0; row < observations.size(); ++row) {
-        if (observations.check(row) == RowReason::none) {
-            oldest = std::min(oldest, observations.timeMs(row));
-        }
-    }
-    return oldest;
-}
-
 /// Calls with the bounds of each slice of a batch: with the first even of a batch without rows,
 /// whose columns are checked nevertheless.
 template <class Work>
@@ -132,7 +121,7 @@ void PySession::pushWhole(Source& source) {
     std::vector<std::int64_t> oldest;
     while (Batch batch = source.next()) {
         eachSlice(*batch, [&](std::int64_t from, std::int64_t to) {
-            oldest.push_back(oldestOf(bind(source.observations(), *batch, from, to)));
+            oldest.push_back(bind(source.observations(), *batch, from, to).oldestTime());
             attend();
         });
         known_ += static_cast<std::uint64_t>(std::max<std::int64_t>(0, batch->size()));
