@@ -156,12 +156,18 @@ class Encounters(Run, total=False):
         Shorter encounters are left out; 0 by default.
     pairs : bool
         The sums of each pair, longest together first, in place of their encounters.
+    first_ms, last_ms : int
+        The first and the last millisecond since 1970 UTC whose fixes count; those around, up to
+        `apart` away, only tell where their entity was. So a part of the time can be looked at by
+        itself.
     """
 
     within: float | None
     apart: Span | None
     min_minutes: float | None
     pairs: bool
+    first_ms: int
+    last_ms: int
 
 
 # Of each question its options and what they are where nothing else is said, as for the program.

@@ -4,17 +4,23 @@ import math
 import os
 import pathlib
 import random
+import re
+import runpy
+import shutil
 import signal
+import subprocess
 import sys
+import tarfile
 
 import pyarrow as pa
 import pyarrow.csv
 import pyarrow.parquet
 import pytest
-from conftest import COMMANDS, csv_text, data_files, read
+from conftest import COMMANDS, ROOT, csv_text, data_files, read
 
 pytest.importorskip("pyspark", reason="scripts/test-spark runs these")
 
+import dask.dataframe
 from pyspark.sql import SparkSession
 from pyspark.sql import functions as F
 
@@ -26,19 +32,22 @@ OPTIONS = {"presence": {"final": True}}
 ORDER = [(name, "ascending") for name in ("entity", "time_ms", "lat", "lon")]
 
 
+MASTER = "local-cluster[2,1,2048]"
+SETTINGS = {
+    "spark.ui.enabled": "false",
+    "spark.driver.bindAddress": "127.0.0.1",
+    "spark.driver.host": "127.0.0.1",
+    "spark.executor.memory": "1g",
+    "spark.sql.shuffle.partitions": "3",
+    "spark.task.maxFailures": "8",
+}
+
+
 @pytest.fixture(scope="session")
 def spark():
     os.environ["PYSPARK_PYTHON"] = sys.executable
-    settings = {
-        "spark.ui.enabled": "false",
-        "spark.driver.bindAddress": "127.0.0.1",
-        "spark.driver.host": "127.0.0.1",
-        "spark.executor.memory": "1g",
-        "spark.sql.shuffle.partitions": "3",
-        "spark.task.maxFailures": "8",
-    }
-    builder = SparkSession.builder.master("local-cluster[2,1,2048]")
-    for name, value in settings.items():
+    builder = SparkSession.builder.master(MASTER)
+    for name, value in SETTINGS.items():
         builder = builder.config(name, value)
     session = builder.getOrCreate()
     session.sparkContext.setLogLevel("ERROR")
@@ -117,13 +126,13 @@ def test_meetings_do_not_depend_on_where_on_earth_or_how_fast(spark):
     """Jumps to any place, the other end of the earth too, poles, and fixes of the same time."""
     random.seed(5)
     rows = []
-    for entity in range(8):
-        lat, lon, time = [0.0, 89.9, -48.0][entity % 3], 179.9, 10**12
+    for entity in range(9):
+        place, time = [0.0, 89.9, -48.0][entity % 3], 10**12
         for _ in range(150):
             time += random.randrange(1, 400_000)
             time -= time % random.choice([1, 100_000])
-            lat = max(-90.0, min(90.0, lat + random.uniform(-0.1, 0.1)))
-            lon = math.remainder(lon + random.uniform(-0.1, 0.1), 360)
+            lat = max(-90.0, min(90.0, place + random.uniform(-0.1, 0.2)))
+            lon = math.remainder(179.9 + random.uniform(-0.2, 0.2), 360)
             rows.append((f"e{entity}", lat, lon, time))
             if random.random() < 0.02:
                 rows.append((f"e{entity}", -lat, math.remainder(lon + 180, 360), time + 100_000))
@@ -133,7 +142,7 @@ def test_meetings_do_not_depend_on_where_on_earth_or_how_fast(spark):
     columns = dict(zip(frame.columns, map(list, zip(*rows, strict=True)), strict=True))
     wanted = lines_of(csv_text(qorvel.meet(pa.table(columns), within=20_000.0)))
     assert len(wanted) > 100
-    assert sum("null island" in line for line in wanted) == 1
+    assert sum("in its way" in line for line in wanted) == 1
     assert found(ask("meet", frame, within=20_000.0, partitions=3)) == wanted
 
 
@@ -164,8 +173,9 @@ def deadly(marker, victim):
     return work
 
 
-@pytest.mark.parametrize("victim", ["executor", "worker"])
-@pytest.mark.parametrize("command", ["stays", "meet"])
+@pytest.mark.parametrize(
+    ("command", "victim"), [("stays", "worker"), ("stays", "executor"), ("meet", "executor")]
+)
 def test_what_dies_on_the_way_changes_nothing(command, victim, program, world, spark, tmp_path):
     tracks = Tracks(read(world), tmp_path, program)
     marker = str(tmp_path / "killed")
@@ -215,12 +225,12 @@ FRAME = "entity string, lat double, lon double, time_ms bigint"
 REFUSED = [
     ("stays", FRAME.replace("lat", "north"), {}, "no column that is known for the lat"),
     ("stays", FRAME.replace("lat double", "lat string"), {}, 'column "lat" is utf8'),
-    ("meet", FRAME.replace("entity string", "entity map<int,int>"), {}, "of the type map<int,int>"),
-    ("boxes", FRAME + ", lat double", {}, "several columns"),
+    ("meet", FRAME.replace("entity string", "entity map<int,int>"), {}, "columns of its own"),
+    ("boxes", FRAME + ", lat double", {"columns": {"lat": "lat"}}, "several columns"),
     ("stays", FRAME, {"radius": -1}, "radius of stays has to be above 0"),
     ("meet", FRAME, {"apart": "0 minutes"}, "apart"),
     ("meet", FRAME, {"min_minutes": -1}, "min_minutes"),
-    ("hangouts", FRAME, {"config": "[[mister]]"}, "[[master]]"),
+    ("hangouts", FRAME, {"config": "[[mister]]\n"}, "[[master]]"),
     ("hangouts", FRAME, {"config": "nowhere.toml"}, '"nowhere.toml" cannot be read'),
     ("hangouts", FRAME, {"late": "1 hours"}, 'no setting "late"'),
     ("presence", FRAME, {"colour": 1}, 'no setting "colour"'),
@@ -234,3 +244,45 @@ def test_faults_are_told_before_a_task_starts(command, schema, options, sentence
     with pytest.raises(qorvel.Error) as fault:
         getattr(qorvel.spark, command)(frame, **options)
     assert sentence in str(fault.value)
+
+
+def test_the_example_runs_where_workers_have_no_wheel(program, world, tmp_path):
+    """The packed environment is all they have but the system's own Python."""
+    tracks = Tracks(read(world), tmp_path, program)
+    packed = tmp_path / "packed.tar"
+    site = pathlib.Path(pa.__file__).parents[1]
+    with tarfile.open(packed, "w") as archive:
+        for entry in site.iterdir():
+            if not re.match(r"_|pyspark|pip|setuptools|dask|hypothesis|nanobind", entry.name):
+                archive.add(entry, entry.name)
+    settings = SETTINGS | {"spark.executorEnv.PYTHONPATH": "packed"}
+    submit = shutil.which("spark-submit", path=pathlib.Path(sys.executable).parent)
+    command = [submit, "--master", MASTER, "--archives", f"{packed}#packed"]
+    for name, value in settings.items():
+        command += ["--conf", f"{name}={value}"]
+    example = ROOT / "examples" / "spark" / "batch.py"
+    bare = os.path.realpath(sys.executable)
+    environment = os.environ | {"PYSPARK_PYTHON": bare, "PYSPARK_DRIVER_PYTHON": sys.executable}
+    environment.pop("PYTHONPATH", None)
+    lacks = subprocess.run([bare, "-c", "import qorvel._engine"], cwd=tmp_path, capture_output=True)
+    assert lacks.returncode != 0
+    subprocess.run(
+        [*command, str(example), str(tracks.folder), str(tmp_path / "out")],
+        check=True,
+        cwd=tmp_path,
+        env=environment,
+        capture_output=True,
+    )
+    for name, settings in {"stays": {"radius": 150}, "encounters": {"within": 30}}.items():
+        question = "meet" if name == "encounters" else name
+        wanted = getattr(qorvel, question)(read(tracks.file), **settings)
+        assert lines_of(csv_text(pa.parquet.read_table(tmp_path / "out" / name))) == lines_of(
+            csv_text(wanted)
+        )
+
+
+def test_the_recipe_for_dask_gives_the_same(tracks):
+    recipe = runpy.run_path(str(ROOT / "examples" / "spark" / "on_dask.py"))
+    rows = dask.dataframe.read_parquet(tracks.folder)
+    answer = pa.Table.from_pandas(recipe["stays"](rows, 5).compute(), preserve_index=False)
+    assert lines_of(csv_text(answer)) == tracks.wanted("stays")

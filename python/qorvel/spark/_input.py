@@ -9,7 +9,7 @@ import pyarrow as pa
 from pyspark.sql import Column, DataFrame
 from pyspark.sql import functions as F
 from pyspark.sql.pandas.types import to_arrow_schema
-from pyspark.sql.types import StringType, StructField, StructType
+from pyspark.sql.types import StringType, StructField, StructType, TimestampType
 
 from qorvel._errors import Code, Error
 from qorvel._tables import FIELDS, choose, open_source
@@ -107,6 +107,8 @@ def _column(name: str) -> Column:
 
 def _arrow_type(field: StructField) -> pa.DataType | None:
     """Of what Arrow cannot carry, none."""
+    if isinstance(field.dataType, TimestampType):
+        return pa.timestamp("us", "UTC")
     try:
         return to_arrow_schema(StructType([field])).field(0).type
     except Exception:  # of several classes, by the version of pyspark

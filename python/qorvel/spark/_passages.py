@@ -86,7 +86,8 @@ class Grid:
         cubes = np.zeros((len(one), 1), np.int64)
         for axis in range(3):
             ends = np.stack([low[:, axis], high[:, axis]], axis=1) + middle
-            cubes = ((cubes[:, :, None] << AXIS_BITS) | ends[:, None, :]).reshape(len(one), -1)
+            cubes = (cubes[:, :, None] << AXIS_BITS) | ends[:, None, :]
+            cubes = cubes.reshape(len(one), 2 << axis)
         return cubes
 
 

@@ -1,0 +1,138 @@
+"""Rows a second of a core on Spark, beside the bare engine and Spark's own work, and memory.
+
+python spark.py [MILLIONS OF ROWS...]
+"""
+
+import os
+import resource
+import subprocess
+import sys
+import time
+
+import pyarrow as pa
+from pyspark.sql import DataFrame, SparkSession
+from pyspark.sql import functions as F
+
+import qorvel
+import qorvel.spark
+from qorvel.spark._batch import make_question, results_of
+from qorvel.spark._input import look_at
+from qorvel.spark._task import Answers
+
+CORES = 2
+ROWS_OF_ENTITY = 1_000
+MINUTE = 60_000
+START = 1_718_366_400_000
+
+
+def tracks(spark: SparkSession, rows: int) -> DataFrame:
+    """A fix a minute: half an hour at each of some places, walks between them, made on executors."""
+    entity = (F.col("id") / ROWS_OF_ENTITY).cast("long")
+    minute = F.col("id") % ROWS_OF_ENTITY
+    place = F.floor(minute / 40) + F.least(minute % 40, F.lit(10)) / 10
+
+    def wave(seed: int, spread: float) -> F.Column:
+        return spread * F.sin(place * (seed + entity % 17) + entity * seed)
+
+    return spark.range(rows, numPartitions=4 * CORES).select(
+        F.concat(F.lit("e"), entity).alias("entity"),
+        (47.4 + wave(3, 0.05) + 1e-4 * F.rand(1)).alias("lat"),
+        (8.5 + wave(7, 0.05) + 1e-4 * F.rand(2)).alias("lon"),
+        (START + minute * MINUTE).alias("time_ms"),
+    )
+
+
+def seconds_of(frame: DataFrame) -> float:
+    """Work all of it out, and throw it away."""
+    begin = time.perf_counter()
+    frame.write.format("noop").mode("overwrite").save()
+    return time.perf_counter() - begin
+
+
+def tell(what: str, rows: int, seconds: float, cores: int) -> None:
+    """One line."""
+    print(
+        f"{what:32} {rows:>11,} rows {seconds:8.1f} s {rows / seconds / cores:>11,.0f} rows/s/core"
+    )
+
+
+def measure(spark: SparkSession, rows: int, folder: str) -> None:
+    """One size."""
+    file = f"{folder}/{rows}"
+    made = seconds_of(tracks(spark, rows))
+    tell("made", rows, made, CORES)
+    tracks(spark, rows).write.mode("overwrite").parquet(file)
+    frame = spark.read.parquet(file)
+    tell("read", rows, seconds_of(frame), CORES)
+    spread = frame.repartition(4 * CORES, "entity").sortWithinPartitions(
+        "entity", "time_ms"
+    )
+    tell("repartitioned and sorted", rows, seconds_of(spread), CORES)
+    for name in ("stays", "hangouts", "meet"):
+        answer = getattr(qorvel.spark, name)(frame, partitions=4 * CORES)
+        tell(name, rows, seconds_of(answer), CORES)
+    if rows <= 1_000_000:
+        table = frame.toArrow()
+        for name in ("stays", "hangouts", "meet"):
+            begin = time.perf_counter()
+            getattr(qorvel, name)(table, threads=1)
+            tell(f"{name}, the bare engine", rows, time.perf_counter() - begin, 1)
+
+
+def tell_peak(entities: int) -> None:
+    """What a worker takes for a partition of so many entities, in a process of its own."""
+    spark = SparkSession.builder.master("local[1]").getOrCreate()
+    found = look_at(tracks(spark, 0), None, keys=False)
+    question = make_question("hangouts", found, None, {}).where(late="ever")
+    answers = Answers(question, results_of(question, found))
+    times = pa.array(range(START, START + 100 * MINUTE, MINUTE))
+
+    def partition():
+        for entity in range(0, entities, 100):
+            names = pa.array(
+                [
+                    f"e{one:09}"
+                    for one in range(entity, entity + 100)
+                    for _ in range(100)
+                ]
+            )
+            places = pa.array([47.4 + 1e-4 * (row % 3) for row in range(10_000)])
+            columns = [names, places, places, pa.concat_arrays([times] * 100)]
+            yield pa.RecordBatch.from_arrays(columns, ["entity", "lat", "lon", "time"])
+
+    results = sum(batch.num_rows for batch in answers(partition()))
+    peak = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss // 1024
+    print(
+        f"{entities:>9,} entities in a partition: peak of the worker {peak} MB, {results:,} results"
+    )
+
+
+def main() -> None:
+    """Sizes, then memory."""
+    if sys.argv[1:2] == ["--peak"]:
+        tell_peak(int(sys.argv[2]))
+        return
+    os.environ["PYSPARK_PYTHON"] = sys.executable
+    print(f"load of the machine: {os.getloadavg()[0]:.1f} on {os.cpu_count()} cores")
+    spark = (
+        SparkSession.builder.master(f"local-cluster[{CORES},1,2048]")
+        .config("spark.ui.enabled", "false")
+        .config("spark.ui.showConsoleProgress", "false")
+        .config("spark.executor.memory", "1g")
+        .getOrCreate()
+    )
+    spark.sparkContext.setLogLevel("ERROR")
+    for millions in sys.argv[1:] or ["1"]:
+        measure(
+            spark,
+            int(float(millions) * 1e6),
+            os.environ.get("SPARK_LOCAL_DIRS", "/tmp"),
+        )
+    spark.stop()
+    for entities in (1_000, 10_000, 100_000):
+        subprocess.run([sys.executable, __file__, "--peak", str(entities)], check=True)
+    print(f"load of the machine: {os.getloadavg()[0]:.1f} on {os.cpu_count()} cores")
+
+
+if __name__ == "__main__":
+    main()
