@@ -28,7 +28,8 @@ struct UsualNames {
 /// metres and only better than nothing.
 QORVEL_ENGINE_EXPORT const std::vector<UsualNames>& usualNames();
 
-/// Has a column that usual name (in small letters), apart from case and blanks around it?
+/// Has a column that usual name, apart from case and from what stands between its words:
+/// "deviceId", "Device ID" and "device-id" are device_id?
 QORVEL_ENGINE_EXPORT bool isUsualName(std::string_view column, std::string_view usualName) noexcept;
 
 } // namespace qorvel_engine

@@ -1,5 +1,6 @@
 #include "program/input/FixColumns.h"
 
+#include "engine/columns/usualNames.h"
 #include "program/Failure.h"
 
 #include <algorithm>
@@ -8,34 +9,27 @@ namespace program {
 
 namespace {
 
+using qorvel_engine::UsualNames;
 using Names = std::vector<std::string_view>;
 
-struct Usual {
-    std::string_view option;
-    std::vector<Names> ranks; ///< the first one of which a name is there counts
-};
+constexpr std::string_view kOptions[kFixFields] = {
+    "--entity-column",   "--lat-column",         "--lon-column",          "--time-column",
+    "--accuracy-column", "--primary-key-column", "--secondary-key-column"};
 
-/// An id by itself is often the number of the row, a name often a label: both come last. A dilution
-/// of precision is only better than nothing.
-const Usual& usual(FixField field) {
-    static const std::array<Usual, kFixFields> kUsual = {{
-        {"--entity-column",
-         {{"entity", "entity_id"},
-          {"user", "user_id", "mmsi", "device", "device_id", "vehicle", "vehicle_id"},
-          {"id"},
-          {"track_fid", "route_fid"},
-          {"name"}}},
-        {"--lat-column", {{"lat", "latitude"}, {"y"}}},
-        {"--lon-column", {{"lon", "lng", "long", "longitude"}, {"x"}}},
-        {"--time-column",
-         {{"time_ms", "timestamp_ms"},
-          {"time", "timestamp", "datetime", "date_time", "basedatetime"},
-          {"t", "ts"}}},
-        {"--accuracy-column", {{"accuracy_m"}, {"accuracy", "horizontal_accuracy"}, {"hdop"}}},
-        {"--primary-key-column", {{"primary_key"}, {"key"}}},
-        {"--secondary-key-column", {{"secondary_key"}}},
-    }};
-    return kUsual[indexOf(field)];
+/// The engine's, in whose order fields are, but for one: a dilution of precision, which is only
+/// better than nothing, stands in for an accuracy.
+std::vector<UsualNames> makeUsualNames() {
+    std::vector<UsualNames> names = qorvel_engine::usualNames();
+    const std::vector<Names> poor = names.back().ranks;
+    names.pop_back();
+    auto& ranks = names[indexOf(FixField::accuracy)].ranks;
+    ranks.insert(ranks.end(), poor.begin(), poor.end());
+    return names;
+}
+
+const UsualNames& usual(FixField field) {
+    static const std::vector<UsualNames> names = makeUsualNames();
+    return names[indexOf(field)];
 }
 
 /// The optional ones come last.
@@ -51,30 +45,10 @@ bool isPlace(FixField field) {
     return field == FixField::latitude || field == FixField::longitude;
 }
 
-char toLower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view kBlanks = " \t\r\n";
     const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
     return text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
-}
-
-bool isOneOf(std::string_view name, const Names& names) {
-    return std::any_of(names.begin(), names.end(),
-                       [name](std::string_view usualName) { return isSameName(name, usualName); });
-}
-
-template <typename Accepts>
-std::vector<std::size_t> indicesOf(const std::vector<std::string>& names, Accepts accepts) {
-    std::vector<std::size_t> found;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (accepts(names[i])) {
-            found.push_back(i);
-        }
-    }
-    return found;
 }
 
 /// One after another, but not without end, whatever a header holds.
@@ -98,14 +72,8 @@ std::string quoted(const std::string& text) {
 
 } // namespace
 
-bool isSameName(std::string_view column, std::string_view usualName) {
-    const std::string_view core = trimmed(column);
-    return std::equal(core.begin(), core.end(), usualName.begin(), usualName.end(),
-                      [](char a, char b) { return toLower(a) == b; });
-}
-
 std::string_view columnOption(FixField field) {
-    return usual(field).option;
+    return kOptions[indexOf(field)];
 }
 
 FixColumns::FixColumns(const InputOptions& options) : options_(options) {
@@ -155,15 +123,13 @@ std::vector<std::size_t> FixColumns::candidates(FixField field,
         return {};
     }
     const std::string& wanted = options_.columns[indexOf(field)];
-    if (!wanted.empty()) {
-        return indicesOf(names, [&](const std::string& name) {
-            return trimmed(name) == std::string_view(wanted);
-        });
+    if (wanted.empty()) {
+        return usual(field).find(names);
     }
     std::vector<std::size_t> found;
-    for (const Names& rank : usual(field).ranks) {
-        if (found.empty()) {
-            found = indicesOf(names, [&](const std::string& name) { return isOneOf(name, rank); });
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (trimmed(names[i]) == std::string_view(wanted)) {
+            found.push_back(i);
         }
     }
     return found;
@@ -171,20 +137,20 @@ std::vector<std::size_t> FixColumns::candidates(FixField field,
 
 void FixColumns::failAbsent(FixField field, const std::vector<std::string>& names,
                             const std::string& where) const {
-    const Usual& known = usual(field);
+    const auto& ranks = usual(field).ranks;
+    const std::string option(columnOption(field));
     const std::string& wanted = options_.columns[indexOf(field)];
     Names others;
-    for (const Names& rank : known.ranks) {
+    for (const Names& rank : ranks) {
         others.insert(others.end(), rank.begin(), rank.end());
     }
     others.erase(others.begin());
     const std::string what =
-        wanted.empty() ? std::string(known.ranks.front().front()) + " (nor " + listed(others) + ")"
-                       : quoted(wanted) + ", which " + std::string(known.option) + " names";
-    throw Failure(
-        ExitCode::broken,
-        where + " has no column " + what + "; it has " + listed(names) +
-            (wanted.empty() ? "; name the right one with " + std::string(known.option) : ""));
+        wanted.empty() ? std::string(ranks.front().front()) + " (nor " + listed(others) + ")"
+                       : quoted(wanted) + ", which " + option + " names";
+    throw Failure(ExitCode::broken,
+                  where + " has no column " + what + "; it has " + listed(names) +
+                      (wanted.empty() ? "; name the right one with " + option : ""));
 }
 
 void FixColumns::failTwice(FixField field, const std::string& one, const std::string& other,
@@ -192,7 +158,7 @@ void FixColumns::failTwice(FixField field, const std::string& one, const std::st
     const std::string which = one == other ? " has two columns " + quoted(one) + "; name another"
                                            : " has the columns " + quoted(one) + " and " +
                                                  quoted(other) + "; name the one that counts";
-    throw Failure(ExitCode::broken, where + which + " with " + std::string(usual(field).option));
+    throw Failure(ExitCode::broken, where + which + " with " + std::string(columnOption(field)));
 }
 
 } // namespace program

@@ -22,11 +22,8 @@ inline constexpr std::size_t kFixFields = indexOf(FixField::count);
 /// The option that names the column of a field, "--lat-column".
 std::string_view columnOption(FixField field);
 
-/// Whether a column has that usual name (in small letters), apart from case and blanks around it.
-bool isSameName(std::string_view column, std::string_view usualName);
-
 /// Which columns of an input hold what a fix is made of: those that the options name, exactly;
-/// else by their usual names, whatever the case of their letters, the more telling one first.
+/// else by their usual names, see qorvel_engine::usualNames, the more telling one first.
 class FixColumns {
 public:
     static constexpr std::size_t kAbsent = std::numeric_limits<std::size_t>::max();

@@ -1,5 +1,6 @@
 #include "program/input/FixReader.h"
 
+#include "engine/columns/usualNames.h"
 #include "program/input/number.h"
 
 #include <limits>
@@ -130,8 +131,9 @@ std::string FixReader::readAccuracy(std::string_view text, std::optional<double>
     if (text.empty()) {
         return {};
     }
-    const double unit =
-        isSameName(columns_.name(FixField::accuracy), "hdop") ? kMetresPerHdop : 1.0;
+    const double unit = qorvel_engine::isUsualName(columns_.name(FixField::accuracy), "hdop")
+                            ? kMetresPerHdop
+                            : 1.0;
     double value = 0.0;
     std::string fault =
         readReal(FixField::accuracy, text, 0.0, std::numeric_limits<double>::max() / unit, value);
