@@ -609,7 +609,7 @@ TEST(EntityDictionary, OthersReadNamesWhileOneAdds) {
 struct Everything {
     std::uint64_t entity = 0;
     std::uint64_t other = 0;
-    std::vector<SpaceBox> cells;
+    SpaceBox cell;
     std::int64_t start = 0;
     std::int64_t end = 0;
     std::int32_t count = 0;
@@ -622,7 +622,7 @@ struct Everything {
         static const Layout layout("everything", "all that a result may have",
                                    {Layout::entity<&Everything::entity>("entity", "who"),
                                     Layout::entity<&Everything::other>("other", "who else"),
-                                    Layout::cells<&Everything::cells>(),
+                                    Layout::cell<&Everything::cell>(),
                                     Layout::time<&Everything::start>("time", "from when"),
                                     Layout::boxEnd<&Everything::end>("until", "until when"),
                                     Layout::whole<&Everything::count>("count", "1", "how often"),
@@ -648,10 +648,8 @@ std::vector<Everything> manyResults(std::size_t count) {
     for (Everything& result : results) {
         result.entity = below(20);
         result.other = below(20);
-        for (std::size_t i = below(4) + 1; i > 0; --i) {
-            result.cells.emplace_back(make.chance(), make.chance(),
-                                      static_cast<std::uint32_t>(below(129)));
-        }
+        result.cell =
+            SpaceBox(make.chance(), make.chance(), static_cast<std::uint32_t>(below(129)));
         result.start = static_cast<std::int64_t>(make.chance() >> 20U);
         result.end = oneOf<std::int64_t>({5, 253402300799999, 253402300800000, kLast});
         result.count = static_cast<std::int32_t>(make.chance());
@@ -666,7 +664,7 @@ std::string lineOf(const Everything& result) {
     double latitude = 0;
     double longitude = 0;
     std::stringstream errors;
-    const SpaceBox& cell = result.cells[0];
+    const SpaceBox& cell = result.cell;
     QorvelMotionProcessorAPI::getCentroid(cell, latitude, longitude, errors);
     return line(result.entity, result.other, cell.toASCIIString(), cell.getGeoHashBitDepth(),
                 latitude, longitude, result.start, result.end, result.count, result.note) +
@@ -698,9 +696,7 @@ TEST(Results, AreWhatWasAppendedWhereverMemoryRunsOut) {
         ASSERT_EQ(table.size(), results.size());
         for (std::size_t row = 0; row < table.size(); ++row) {
             EXPECT_EQ(lineOf(table, row), lineOf(results[row]));
-            const std::vector<SpaceBox> cells(table.cells(row),
-                                              table.cells(row) + table.cellCount(row));
-            EXPECT_EQ(cells, results[row].cells);
+            EXPECT_EQ(*table.cell(row), results[row].cell);
         }
         table.clear();
         EXPECT_EQ(table.size(), 0U);
@@ -717,7 +713,6 @@ TEST(Results, HaveOneDescription) {
         columns += column.name + (column.isNullable ? "? " : " ");
     }
     EXPECT_EQ(columns, "entity other geohash bits lat lon time until count note accuracy? left? ");
-    EXPECT_TRUE(Everything::layout().schema().hasSeveralCells);
     using Layout = ResultLayout<Visit>;
     const auto makeLayout = [](const char* name) {
         return Layout("visits", "",
@@ -726,18 +721,16 @@ TEST(Results, HaveOneDescription) {
     EXPECT_NE(faultOf([&] { makeLayout(""); }), "");
     EXPECT_NE(faultOf([&] { makeLayout("lon"); }), "");
     const Layout layout = makeLayout("entity");
-    EXPECT_FALSE(layout.schema().hasSeveralCells);
     ResultTable table = layout.makeTable(somebody(EntityKind::text));
     layout.append({3, SpaceBox("u28")}, table);
     EXPECT_EQ(lineOf(table, 0).substr(0, 7), "u28|15|");
     EXPECT_EQ(table.entity(0, 4), 3U);
-    EXPECT_EQ(table.cellCount(0), 1U);
+    EXPECT_EQ(*table.cell(0), SpaceBox("u28"));
     const std::string none = "7: The table has no such row or column.";
     const std::string kind = "7: The column is of another kind.";
     EXPECT_EQ(faultOf([&] { table.whole(0, 5); }), none);
     EXPECT_EQ(faultOf([&] { table.isNull(1, 0); }), none);
-    EXPECT_EQ(faultOf([&] { table.cells(1); }), none);
-    EXPECT_EQ(faultOf([&] { table.cellCount(1); }), none);
+    EXPECT_EQ(faultOf([&] { table.cell(1); }), none);
     EXPECT_EQ(faultOf([&] { table.whole(0, 2); }), kind);
     EXPECT_EQ(faultOf([&] { table.text(0, 1); }), kind);
     EXPECT_EQ(faultOf([&] { table.real(0, 0); }), kind);
@@ -805,7 +798,7 @@ void expectExported(EntityKind kind, const std::vector<Everything>& results) {
         names->append(result.entity, name);
         EXPECT_EQ(lineOf(batch, row),
                   lineOf(Row{name, batch.latitude(row), batch.longitude(row), result.start,
-                             result.accuracy, result.cells[0].toASCIIString(), result.note}));
+                             result.accuracy, result.cell.toASCIIString(), result.note}));
     }
     EXPECT_EQ(array->children[cUntil]->null_count, everlasting);
     // A child that was moved out lives on without its parent, and the other way round.

@@ -50,20 +50,14 @@ struct Sample {
 using Layout = ResultLayout<Sample>;
 
 /// A shape without columns.
-Layout makeLayout(bool hasSeveralCells) {
-    return Layout("found", "for tests",
-                  {Layout::entity<&Sample::entity>("entity", ""),
-                   Layout::whole<&Sample::total>("total", "", ""),
-                   Layout::degrees<&Sample::lat>("lat", ""),
-                   Layout::metres<&Sample::off>("off", ""),
-                   Layout::time<&Sample::time>("time", ""),
-                   Layout::boxEnd<&Sample::end>("end", ""),
-                   {{},
-                    [](const Sample& sample, RowAppender& to) { to.shape(sample.cell); },
-                    hasSeveralCells}});
-}
-const Layout kSingle = makeLayout(false);
-const Layout kSeveral = makeLayout(true);
+const Layout kLayout("found", "for tests",
+                     {Layout::entity<&Sample::entity>("entity", ""),
+                      Layout::whole<&Sample::total>("total", "", ""),
+                      Layout::degrees<&Sample::lat>("lat", ""),
+                      Layout::metres<&Sample::off>("off", ""),
+                      Layout::time<&Sample::time>("time", ""),
+                      Layout::boxEnd<&Sample::end>("end", ""),
+                      {{}, [](const Sample& sample, RowAppender& to) { to.shape(sample.cell); }}});
 
 constexpr std::int64_t kLast = 253402300799999;
 const char kLastText[] = "9999-12-31T23:59:59.999Z";
@@ -191,7 +185,7 @@ struct Output : testing::Test {
 
     /// Writes the samples so many times; not finished.
     std::unique_ptr<ResultWriter> write(const std::string& ending, std::size_t times,
-                                        const Layout& layout = kSingle) const {
+                                        const Layout& layout = kLayout) const {
         auto writer = openResultWriter({file(ending)}, layout.schema());
         writeSamples(*writer, layout, times);
         return writer;
@@ -207,21 +201,16 @@ struct Output : testing::Test {
 
 TEST_F(Output, MapsAreReadBack) {
     for (const std::string ending : {".geojson", ".GPKG", ".fgb"}) {
-        for (const Layout* layout : {&kSingle, &kSeveral}) {
-            std::vector<Texts> expected;
-            for (const Sample& each : kSamples) {
-                const std::string ring = "((" + each.read.back() + "))";
-                expected.push_back(each.read);
-                expected.back().back() = layout->schema().hasSeveralCells
-                                             ? "MULTIPOLYGON (" + ring + ")"
-                                             : "POLYGON " + ring;
-            }
-            std::sort(expected.begin(), expected.end());
-            write(ending, 1, *layout)->finish();
-            EXPECT_EQ(readMap(file(ending)), expected) << ending;
-            write(ending, 0, *layout)->finish();
-            EXPECT_EQ(readMap(file(ending)), std::vector<Texts>()) << ending;
+        std::vector<Texts> expected;
+        for (const Sample& each : kSamples) {
+            expected.push_back(each.read);
+            expected.back().back() = "POLYGON ((" + each.read.back() + "))";
         }
+        std::sort(expected.begin(), expected.end());
+        write(ending, 1)->finish();
+        EXPECT_EQ(readMap(file(ending)), expected) << ending;
+        write(ending, 0)->finish();
+        EXPECT_EQ(readMap(file(ending)), std::vector<Texts>()) << ending;
     }
     EXPECT_EQ(fileCount(), 3);
 }
@@ -263,8 +252,8 @@ TEST_F(Output, TextsAreExact) {
 
 TEST_F(Output, ThreadsAppendTheSame) {
     for (const std::string ending : {".csv", ".ndjson", ".geojson"}) {
-        const auto writer = write(ending, 0, kSeveral);
-        const ResultTable table = tableOf(kSeveral, std::begin(kSamples), std::end(kSamples));
+        const auto writer = write(ending, 0);
+        const ResultTable table = tableOf(kLayout, std::begin(kSamples), std::end(kSamples));
         Texts texts(4);
         std::vector<std::thread> threads;
         for (std::string& text : texts) {
@@ -276,11 +265,11 @@ TEST_F(Output, ThreadsAppendTheSame) {
         }
         for (std::size_t i = 0; i < texts.size(); ++i) {
             threads[i].join();
-            writer->write({tableOf(kSeveral, nullptr, nullptr), texts[i], table.size()});
+            writer->write({tableOf(kLayout, nullptr, nullptr), texts[i], table.size()});
         }
         writer->finish();
         const std::string parallel = contents(file(ending));
-        write(ending, 4, kSeveral)->finish();
+        write(ending, 4)->finish();
         EXPECT_EQ(contents(file(ending)), parallel) << ending;
     }
 }
@@ -311,8 +300,8 @@ TEST_F(Output, RefusesWhatItCannotWrite) {
         {{"/dev/null", OutputFormat::flatgeobuf}, ExitCode::usage, "/dev/null"}};
     for (const auto& [options, code, words] : cases) {
         try {
-            const auto writer = openResultWriter(options, kSingle.schema());
-            writeSamples(*writer, kSingle);
+            const auto writer = openResultWriter(options, kLayout.schema());
+            writeSamples(*writer, kLayout);
             writer->finish();
             ADD_FAILURE() << options.file;
         } catch (const Failure& failure) {
@@ -383,8 +372,8 @@ TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
     std::unique_ptr<ResultWriter> writer;
     for (const std::string ending : {".csv", ".ndjson", ".geojson", ".gpkg", ".fgb", ".html"}) {
         const auto writeRows = [&] {
-            writer = openResultWriter({file(ending)}, kSingle.schema());
-            writeSamples(*writer, kSingle, kRows / std::size(kSamples));
+            writer = openResultWriter({file(ending)}, kLayout.schema());
+            writeSamples(*writer, kLayout, kRows / std::size(kSamples));
             writer->finish();
         };
         writeRows();
@@ -446,33 +435,6 @@ TEST(CellShape, HalvesDownToAPoint) {
         ASSERT_TRUE(b.west <= b.east && b.south <= b.north);
         ASSERT_EQ(cellPolygon(cell)->getExteriorRing()->getNumPoints(), 5);
         parent = b;
-    }
-    EXPECT_EQ(cellUnion({cell, SpaceBox("s")})->getNumGeometries(), 1) << "a point adds no area";
-    EXPECT_EQ(cellUnion({cell, cell})->getNumGeometries(), 2) << "points alone stay";
-}
-
-TEST(CellShape, UnionIsValidInAGis) {
-    const struct {
-        std::vector<SpaceBox> cells;
-        int polygons;
-        double area;
-    } cases[] = {
-        {{{"s0"}, {"s1"}}, 1, 2},          // a common side
-        {{{"s0"}, {"s3"}}, 2, 2},          // a common corner
-        {{{"s0"}, {"s0"}, {"s01"}}, 1, 1}, // one over the other
-        {{{"s0"}, {"s1"}, {"s4"}, {"s2"}, {"s6"}, {"s8"}, {"s9"}, {"sd"}}, 1, 8} // a hole
-    };
-    for (const auto& [cells, polygons, area] : cases) {
-        const auto shape = cellUnion(cells);
-        EXPECT_TRUE(shape->IsValid());
-        EXPECT_EQ(shape->getNumGeometries(), polygons);
-        EXPECT_EQ(shape->get_Area(), area * 11.25 * 5.625);
-        for (const OGRPolygon* polygon : *shape) {
-            EXPECT_FALSE(polygon->getExteriorRing()->isClockwise());
-            for (int hole = 0; hole < polygon->getNumInteriorRings(); ++hole) {
-                EXPECT_TRUE(polygon->getInteriorRing(hole)->isClockwise());
-            }
-        }
     }
 }
 

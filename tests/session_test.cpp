@@ -122,7 +122,7 @@ public:
             }
             out += ' ';
         }
-        out += std::to_string(table.cellCount(row)) + '\n';
+        out += std::to_string(table.cell(row) != nullptr ? 1 : 0) + '\n';
     }
 };
 

@@ -59,16 +59,14 @@ public:
     struct Field {
         std::vector<ResultColumn> columns;                     ///< those that `append` appends
         void (*append)(const Result& result, RowAppender& to); ///< appends their values
-        bool hasSeveralCells = false;                          ///< gives a shape of several cells
     };
 
     /// Throws the Fault `misuse` where two columns have the same name, or one has none.
     ResultLayout(std::string name, std::string description, std::vector<Field> fields)
         : fields_(std::move(fields)) {
-        ResultSchema schema{std::move(name), std::move(description), {}, false};
+        ResultSchema schema{std::move(name), std::move(description), {}};
         for (const Field& field : fields_) {
             schema.columns.insert(schema.columns.end(), field.columns.begin(), field.columns.end());
-            schema.hasSeveralCells = schema.hasSeveralCells || field.hasSeveralCells;
         }
         detail::checkNames(schema);
         schema_ = std::make_shared<const ResultSchema>(std::move(schema));
@@ -164,22 +162,6 @@ public:
                     to.cell(result.*Pointer);
                     to.shape(result.*Pointer);
                 }};
-    }
-
-    /// A std::vector<qorvel::SpaceBox>, all of which are the row's shape; the columns tell the
-    /// first. Without any, the columns tell the whole earth.
-    template <auto Pointer>
-    static Field cells() {
-        static_assert(std::is_same<Of<Pointer>, std::vector<qorvel::SpaceBox>>::value, "cells");
-        return {cellColumns(),
-                [](const Result& result, RowAppender& to) {
-                    const auto& all = result.*Pointer;
-                    to.cell(all.empty() ? qorvel::SpaceBox() : all.front());
-                    for (const qorvel::SpaceBox& cell : all) {
-                        to.shape(cell);
-                    }
-                },
-                true};
     }
 
 private:

@@ -43,7 +43,6 @@ struct ResultSchema {
     std::string name;        ///< such as "hangouts"
     std::string description; ///< a sentence without a full stop: what a row is
     std::vector<ResultColumn> columns;
-    bool hasSeveralCells = false; ///< may the shape of a row have more than one cell?
 };
 
 } // namespace qorvel_engine

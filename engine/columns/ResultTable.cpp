@@ -38,8 +38,7 @@ void ResultTable::truncate() noexcept {
             column.wholes.empty() ? 0 : static_cast<std::size_t>(column.wholes.back()));
         cut(column.validity, (size_ + 7) / 8);
     }
-    cut(cellEnds_, size_);
-    cut(cells_, cellEnds_.empty() ? 0 : cellEnds_.back());
+    cut(cells_, size_);
 }
 
 void ResultTable::refuse(const char* why) {
@@ -99,7 +98,6 @@ void RowAppender::shape(const qorvel::SpaceBox& cell) {
 }
 
 void RowAppender::finish() {
-    table_.cellEnds_.push_back(table_.cells_.size());
     ++table_.size_;
     isFinished_ = true;
 }

@@ -19,8 +19,8 @@ namespace detail {
 class TableExporter;
 }
 
-/// Results, column by column; beside each row the cells that are its shape on a map. Rows are
-/// appended by a ResultLayout, which also says what the columns are.
+/// Results, column by column; beside each row the cell that is its shape on a map, if it has one.
+/// Rows are appended by a ResultLayout, which also says what the columns are.
 ///
 /// Entities are kept as numbers. What they are called is asked of the names when it is wanted; a
 /// table keeps the names alive.
@@ -82,11 +82,11 @@ public:
         return columnOf(row, column, ResultKind::degrees, ResultKind::hours).reals[row];
     }
 
-    /// The cells of a row, `cellCount` of them, until the table is changed.
-    const qorvel::SpaceBox* cells(std::size_t row) const {
-        return cells_.data() + firstCell(known(row));
+    /// The cell of a row, until the table is changed; null for results that have none.
+    const qorvel::SpaceBox* cell(std::size_t row) const {
+        expect(row < size_, kNoSuch);
+        return cells_.empty() ? nullptr : &cells_[row];
     }
-    std::size_t cellCount(std::size_t row) const { return cellEnds_[known(row)] - firstCell(row); }
 
 private:
     friend class RowAppender;
@@ -108,10 +108,6 @@ private:
         expect(first <= kind && kind <= last, "The column is of another kind.");
         return columns_[column];
     }
-    std::size_t known(std::size_t row) const {
-        expect(row < size_, kNoSuch);
-        return row;
-    }
 
     static constexpr char kNoSuch[] = "The table has no such row or column.";
     static void expect(bool holds, const char* otherwise) {
@@ -121,14 +117,12 @@ private:
     }
     [[noreturn]] static void refuse(const char* why);
 
-    std::size_t firstCell(std::size_t row) const { return row == 0 ? 0 : cellEnds_[row - 1]; }
     void truncate() noexcept;
 
     std::shared_ptr<const ResultSchema> schema_;
     std::shared_ptr<const EntityNames> names_;
     std::vector<Column> columns_;
-    std::vector<qorvel::SpaceBox> cells_;
-    std::vector<std::size_t> cellEnds_;
+    std::vector<qorvel::SpaceBox> cells_; ///< one a row, or none at all
     std::size_t size_ = 0;
     std::stringstream errors_; ///< asked for by the library, never written
 };
@@ -152,7 +146,7 @@ public:
 
     /// The next four columns: the cell's text, its bits, and its centre, latitude first.
     void cell(const qorvel::SpaceBox& cell);
-    /// A cell of the row's shape.
+    /// The cell that is the row's shape: of every row of a layout, or of none.
     void shape(const qorvel::SpaceBox& cell);
 
     /// The row is complete.

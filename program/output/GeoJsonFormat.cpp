@@ -3,7 +3,6 @@
 #include "program/output/cellShape.h"
 
 #include <charconv>
-#include <ogr_geometry.h>
 
 namespace program {
 
@@ -24,29 +23,7 @@ void appendPosition(std::string& text, double longitude, double latitude) {
     text += ']';
 }
 
-/// Puts `appendItem` of each item between brackets.
-template <typename Items, typename AppendItem>
-void appendList(std::string& text, const Items& items, AppendItem appendItem) {
-    char separator = '[';
-    for (const auto& item : items) {
-        text += separator;
-        appendItem(text, item);
-        separator = ',';
-    }
-    text += ']';
-}
-
-void appendRing(std::string& text, const OGRLinearRing* ring) {
-    appendList(text, *ring, [](std::string& out, const OGRPoint& point) {
-        appendPosition(out, point.getX(), point.getY());
-    });
-}
-
-void appendPolygon(std::string& text, const OGRPolygon* polygon) {
-    appendList(text, *polygon, appendRing);
-}
-
-/// What cellPolygon gives, without making one: as a rule, results have one cell.
+/// What cellPolygon gives, without making one.
 void appendCell(std::string& text, const SpaceBox& cell) {
     const CellBounds bounds = cellBounds(cell);
     text += '[';
@@ -65,29 +42,13 @@ void appendCell(std::string& text, const SpaceBox& cell) {
     text += "]]";
 }
 
-void appendCells(std::string& text, const SpaceBox* cells, std::size_t count) {
-    if (count == 1) {
-        text += '[';
-        appendCell(text, *cells);
-        text += ']';
-    } else {
-        appendList(text, *cellUnion({cells, cells + count}), appendPolygon);
-    }
-}
-
-void appendGeometry(std::string& text, const SpaceBox* cells, std::size_t count,
-                    bool hasSeveralCells) {
-    if (count == 0) {
+void appendGeometry(std::string& text, const SpaceBox* cell) {
+    if (cell == nullptr) {
         text += "null";
         return;
     }
-    if (hasSeveralCells) {
-        text += R"({"type":"MultiPolygon","coordinates":)";
-        appendCells(text, cells, count);
-    } else {
-        text += R"({"type":"Polygon","coordinates":)";
-        appendCell(text, *cells);
-    }
+    text += R"({"type":"Polygon","coordinates":)";
+    appendCell(text, *cell);
     text += '}';
 }
 
@@ -105,7 +66,7 @@ void GeoJsonFormat::append(std::string& out, const ResultTable& table, std::size
            R"({"type":"Feature","properties":)";
     properties_.append(out, table, row);
     out += R"(,"geometry":)";
-    appendGeometry(out, table.cells(row), table.cellCount(row), schema_.hasSeveralCells);
+    appendGeometry(out, table.cell(row));
     out += '}';
 }
 

@@ -35,10 +35,6 @@ OGRFieldType typeOf(ResultKind kind) {
     return OFTString;
 }
 
-OGRwkbGeometryType shapeType(const ResultSchema& schema) {
-    return schema.hasSeveralCells ? wkbMultiPolygon : wkbPolygon;
-}
-
 /// Longitude first, as everywhere here.
 OGRSpatialReference wgs84() {
     OGRSpatialReference reference;
@@ -48,15 +44,8 @@ OGRSpatialReference wgs84() {
 }
 
 std::unique_ptr<OGRGeometry> shapeOf(const ResultTable& table, std::size_t row) {
-    const SpaceBox* const cells = table.cells(row);
-    const std::size_t count = table.cellCount(row);
-    if (count == 0) {
-        return nullptr;
-    }
-    if (table.schema().hasSeveralCells) {
-        return cellUnion({cells, cells + count});
-    }
-    return cellPolygon(*cells);
+    const SpaceBox* const cell = table.cell(row);
+    return cell == nullptr ? nullptr : cellPolygon(*cell);
 }
 
 /// A text field ends at a NUL.
@@ -118,8 +107,7 @@ void OgrWriter::create() {
     dataset_.reset(driver->Create(file_.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
     if (dataset_) {
         OGRSpatialReference reference = wgs84();
-        layer_ =
-            dataset_->CreateLayer(schema_.name.c_str(), &reference, shapeType(schema_), nullptr);
+        layer_ = dataset_->CreateLayer(schema_.name.c_str(), &reference, wkbPolygon, nullptr);
     }
 }
 

@@ -1,7 +1,5 @@
 #include "program/output/cellShape.h"
 
-#include "program/GdalErrors.h"
-
 #include <algorithm>
 #include <ogr_geometry.h>
 
@@ -37,26 +35,6 @@ Side sideOf(std::uint64_t code, std::uint32_t count, double extent) {
     return {static_cast<double>(first) * 0x1p-63 * extent, end * 0x1p-63 * extent};
 }
 
-std::unique_ptr<OGRMultiPolygon> collect(const std::vector<SpaceBox>& cells) {
-    auto polygons = std::make_unique<OGRMultiPolygon>();
-    for (const SpaceBox& cell : cells) {
-        polygons->addGeometryDirectly(cellPolygon(cell).release());
-    }
-    return polygons;
-}
-
-/// As RFC 7946 has it; the union's own order is the other way round.
-void orientRings(OGRMultiPolygon& polygons) {
-    for (OGRPolygon* polygon : polygons) {
-        const OGRLinearRing* outer = polygon->getExteriorRing();
-        for (OGRLinearRing* ring : polygon) {
-            if ((ring->isClockwise() != 0) == (ring == outer)) {
-                ring->reverseWindingOrder();
-            }
-        }
-    }
-}
-
 } // namespace
 
 CellBounds cellBounds(const SpaceBox& cell) {
@@ -82,21 +60,6 @@ std::unique_ptr<OGRPolygon> cellPolygon(const SpaceBox& cell) {
     auto polygon = std::make_unique<OGRPolygon>();
     polygon->addRingDirectly(ring.release());
     return polygon;
-}
-
-std::unique_ptr<OGRMultiPolygon> cellUnion(const std::vector<SpaceBox>& cells) {
-    auto polygons = collect(cells);
-    if (cells.size() < 2) {
-        return polygons;
-    }
-    const GdalErrors quiet;
-    std::unique_ptr<OGRGeometry> united(polygons->UnionCascaded());
-    if (!united || united->IsEmpty() != 0) {
-        return polygons;
-    }
-    polygons.reset(OGRGeometryFactory::forceToMultiPolygon(united.release())->toMultiPolygon());
-    orientRings(*polygons);
-    return polygons;
 }
 
 } // namespace program

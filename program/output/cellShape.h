@@ -4,9 +4,7 @@
 #include "qorvel/geohash/SpaceBox.h"
 
 #include <memory>
-#include <vector>
 
-class OGRMultiPolygon;
 class OGRPolygon;
 
 namespace program {
@@ -26,11 +24,6 @@ CellBounds cellBounds(const SpaceBox& cell);
 
 /// A closed ring, counter-clockwise.
 std::unique_ptr<OGRPolygon> cellPolygon(const SpaceBox& cell);
-
-/// The area that the cells cover together, outer rings counter-clockwise and holes clockwise: cells
-/// that touch are one polygon, as GIS programs take polygons with a common side for an error. Cells
-/// too small for that stay each by itself.
-std::unique_ptr<OGRMultiPolygon> cellUnion(const std::vector<SpaceBox>& cells);
 
 } // namespace program
 

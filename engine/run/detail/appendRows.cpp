@@ -36,9 +36,8 @@ void appendRows(const ResultTable& from, std::size_t begin, std::size_t end, Res
             }
             appendValue(from, row, column, appender);
         }
-        const qorvel::SpaceBox* const cells = from.cells(row);
-        for (std::size_t cell = 0; cell < from.cellCount(row); ++cell) {
-            appender.shape(cells[cell]);
+        if (const qorvel::SpaceBox* const cell = from.cell(row)) {
+            appender.shape(*cell);
         }
         appender.finish();
     }

@@ -112,8 +112,6 @@ FigureProcessor::FigureProcessor(Kind kind, Wanted wanted,
         std::make_shared<const Configuration>(masterRows, assignmentRows, compressionSpecs));
 }
 
-FigureProcessor::FigureProcessor(FigureProcessor&&) noexcept = default;
-
 FigureProcessor::~FigureProcessor() = default;
 
 void FigureProcessor::boxes(const Event& event, BoxSink& sink) const {

@@ -90,7 +90,6 @@ public:
                     const std::list<STBCompressionSpec>& compressionSpecs);
     FigureProcessor(const FigureProcessor&) = delete;
     FigureProcessor& operator=(const FigureProcessor&) = delete;
-    FigureProcessor(FigureProcessor&&) noexcept;
     ~FigureProcessor();
 
     /// Calls the sink with each space-time box that the event touches, as MotionProcessor::getSTB.
