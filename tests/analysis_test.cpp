@@ -88,9 +88,9 @@ std::vector<Texts> ask(const AnalysisOptions& options, const Config& config,
         }
     }
     EXPECT_TRUE(session.takeRejects().empty());
-    for (const std::string& remark : session.remarks()) {
-        if (remark.find("older") == std::string::npos) {
-            results.push_back({remark.substr(0, remark.find(" had more than "))});
+    for (const Remark& remark : session.remarks()) {
+        if (remark.kind != RemarkKind::outOfOrder) {
+            results.push_back({remark.sentence});
         }
     }
     return results;

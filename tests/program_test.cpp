@@ -431,7 +431,7 @@ TEST(Program, TakesLateRowsAsTheyComeAndCountsThem) {
     EXPECT_TRUE(has(file.err, all) && !has(file.err, "came later")) << file.err;
     EXPECT_TRUE(has(file.err, ": 3 rows are older than one of their entity")) << file.err;
     EXPECT_FALSE(has(run("meet -", rows).err, "older")); // the order is nothing to it
-    for (const auto& [late, count] : {std::pair("", "1 rows came later than --late allows"),
+    for (const auto& [late, count] : {std::pair("", "1 row came later than --late allows"),
                                       {"--late '6399 seconds'", "3 rows came later"},
                                       {"--late '6400 seconds'", "2 rows came later"}}) {
         const Outcome piped =

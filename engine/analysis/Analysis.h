@@ -2,6 +2,7 @@
 #define QORVEL_ENGINE_ANALYSIS_ANALYSIS_H
 
 #include "engine/analysis/LastResults.h"
+#include "engine/analysis/Remark.h"
 #include "engine/analysis/SeenFix.h"
 #include "engine/columns/EntityNames.h"
 #include "engine/columns/ResultTable.h"
@@ -97,8 +98,8 @@ public:
     /// After the last row: what `see` has gathered.
     virtual void finish(const EntityNames&, LastResults&) {}
 
-    /// What there is to say about it after the last row, a sentence each.
-    virtual std::vector<std::string> remarks() const { return {}; }
+    /// What there is to say about it after the last row.
+    virtual std::vector<Remark> remarks() const { return {}; }
 };
 
 } // namespace qorvel_engine

@@ -124,21 +124,22 @@ public:
         return intake_.figures();
     }
 
-    std::vector<std::string> remarks() const {
+    std::vector<Remark> remarks() const {
         expect(last_.has_value(), FaultCode::misuse, kOnlyAtEnd);
-        std::vector<std::string> remarks = analysis_->remarks();
+        std::vector<Remark> remarks = analysis_->remarks();
         const RunFigures figures = counters_.read();
         if (figures.outOfOrder > 0 && analysis_->dependsOnOrder()) {
-            remarks.push_back(std::to_string(figures.outOfOrder) +
-                              " rows are older than one of their entity before them; sorted by "
-                              "time they may give other results");
+            remarks.push_back({RemarkKind::outOfOrder, figures.outOfOrder,
+                               std::to_string(figures.outOfOrder) +
+                                   " rows are older than one of their entity before them; sorted "
+                                   "by time they may give other results"});
         }
         if (figures.late > 0) {
-            remarks.push_back(std::to_string(figures.late) +
-                              (analysis_->lateInEntity()
-                                   ? " rows came later than promised and were left out"
-                                   : " rows came later than promised; what they continue may have "
-                                     "been forgotten"));
+            const bool isLeftOut = analysis_->lateInEntity().has_value();
+            remarks.push_back({isLeftOut ? RemarkKind::leftOut : RemarkKind::late, figures.late,
+                               std::to_string(figures.late) + " rows came later than promised" +
+                                   (isLeftOut ? " and were left out"
+                                              : "; what they continue may have been forgotten")});
         }
         return remarks;
     }
@@ -228,7 +229,7 @@ InputFigures Session::inputFigures() const {
     return state_->inputFigures();
 }
 
-std::vector<std::string> Session::remarks() const {
+std::vector<Remark> Session::remarks() const {
     return state_->remarks();
 }
 

@@ -1,6 +1,7 @@
 #ifndef QORVEL_ENGINE_RUN_SESSION_H
 #define QORVEL_ENGINE_RUN_SESSION_H
 
+#include "engine/analysis/Remark.h"
 #include "engine/analysis/makeAnalysis.h"
 #include "engine/columns/Observations.h"
 #include "engine/export.h"
@@ -96,8 +97,8 @@ public:
     /// What all rows were like, after finish(). Before it, Fault `misuse`.
     InputFigures inputFigures() const;
 
-    /// What there is to say after finish(), a sentence each. Before it, Fault `misuse`.
-    std::vector<std::string> remarks() const;
+    /// What there is to say after finish(). Before it, Fault `misuse`.
+    std::vector<Remark> remarks() const;
 
     /// What the columns of results are.
     const ResultSchema& schema() const;

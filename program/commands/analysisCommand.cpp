@@ -16,7 +16,7 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
-#include <string_view>
+#include <string>
 #include <sys/resource.h>
 #include <vector>
 
@@ -37,17 +37,19 @@ unsigned long long printable(std::uint64_t value) {
 }
 
 /// The engine knows no options of a command line.
-std::string withOptions(std::string remark) {
-    constexpr std::pair<std::string_view, std::string_view> kWords[] = {
-        {"than promised", "than --late allows"},
-        {"looked through, and met", "looked through (--late), and met"}};
-    for (const auto& [engines, own] : kWords) {
-        const std::size_t at = remark.find(engines);
-        if (at != std::string::npos) {
-            remark.replace(at, engines.size(), own);
-        }
+std::string sentenceOf(const Remark& remark) {
+    const std::string rows = std::to_string(remark.rows) + (remark.rows == 1 ? " row" : " rows");
+    switch (remark.kind) {
+    case RemarkKind::late:
+        return rows + " came later than --late allows; what they continue may have been forgotten";
+    case RemarkKind::leftOut:
+        return rows + " came later than --late allows and were left out";
+    case RemarkKind::metNobody:
+        return rows + " came after their time had been looked through (--late), and met nobody";
+    case RemarkKind::outOfOrder:
+        break;
     }
-    return remark;
+    return remark.sentence;
 }
 
 /// Batches of fixes for a session, which may hold several at once.
@@ -207,8 +209,8 @@ private:
         for (const std::string& remark : source_->remarks()) {
             tell(remark);
         }
-        for (const std::string& remark : session_->remarks()) {
-            tell(withOptions(remark));
+        for (const Remark& remark : session_->remarks()) {
+            tell(sentenceOf(remark));
         }
         const RunFigures figures = session_->figures();
         const std::string advice = adviceOn(options_, figures, session_->inputFigures());

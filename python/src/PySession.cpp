@@ -209,7 +209,11 @@ std::unique_ptr<Results> PySession::takeRejects() {
 
 std::vector<std::string> PySession::remarks() {
     const Turn turn(*this, nb::none());
-    return session_->remarks();
+    std::vector<std::string> sentences;
+    for (qorvel_engine::Remark& remark : session_->remarks()) {
+        sentences.push_back(std::move(remark.sentence));
+    }
+    return sentences;
 }
 
 nb::dict PySession::figures() const {

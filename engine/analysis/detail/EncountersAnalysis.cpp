@@ -131,13 +131,14 @@ void EncountersAnalysis::addPairs(const NameOrder& isBefore, LastResults& result
     }
 }
 
-std::vector<std::string> EncountersAnalysis::remarks() const {
+std::vector<Remark> EncountersAnalysis::remarks() const {
     const std::uint64_t late = encounters_.lateFixes();
     if (late == 0) {
         return {};
     }
-    return {(late == 1 ? "1 row" : std::to_string(late) + " rows") +
-            " came after their time had been looked through, and met nobody"};
+    return {{RemarkKind::metNobody, late,
+             (late == 1 ? "1 row" : std::to_string(late) + " rows") +
+                 " came after their time had been looked through, and met nobody"}};
 }
 
 } // namespace qorvel_engine::detail

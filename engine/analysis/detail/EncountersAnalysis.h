@@ -33,7 +33,7 @@ public:
     void see(const SeenFix& fix) override;
     void collect(std::int64_t time, const EntityNames& names, LastResults& results) override;
     void finish(const EntityNames& names, LastResults& results) override;
-    std::vector<std::string> remarks() const override;
+    std::vector<Remark> remarks() const override;
 
 private:
     /// What a pair's encounters come to.

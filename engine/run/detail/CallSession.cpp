@@ -126,7 +126,7 @@ const char* CallSession::remark(std::size_t index) {
     if (remarks_.empty()) {
         remarks_ = session().remarks();
     }
-    return index < remarks_.size() ? remarks_[index].c_str() : nullptr;
+    return index < remarks_.size() ? remarks_[index].sentence.c_str() : nullptr;
 }
 
 Session& CallSession::session() {

@@ -50,7 +50,7 @@ private:
     std::unique_ptr<Session> session_;
     ColumnNames columns_;
     std::optional<ObservationSchema> schema_;
-    std::vector<std::string> remarks_;
+    std::vector<Remark> remarks_;
 };
 
 } // namespace qorvel_engine::detail
