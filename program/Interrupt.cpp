@@ -98,4 +98,16 @@ bool waitReadable(int file) {
     return !interrupted();
 }
 
+ExitCode unlessInterrupted(const std::function<ExitCode()>& command) {
+    ExitCode code = ExitCode::interrupted;
+    try {
+        code = command();
+    } catch (const Failure&) {
+        if (!interrupted()) {
+            throw;
+        }
+    }
+    return interrupted() ? ExitCode::interrupted : code;
+}
+
 } // namespace program

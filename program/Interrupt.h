@@ -1,7 +1,10 @@
 #ifndef QORVEL_PROGRAM_INTERRUPT_H
 #define QORVEL_PROGRAM_INTERRUPT_H
 
+#include "program/Failure.h"
+
 #include <csignal>
+#include <functional>
 
 namespace program {
 
@@ -16,6 +19,10 @@ bool interrupted();
 
 /// What a shell makes of a process that such a signal killed: 128 and the number of the first one.
 int interruptedExitCode();
+
+/// Runs a command that reads an input. What it says of one that an interrupt cut off counts for
+/// nothing.
+ExitCode unlessInterrupted(const std::function<ExitCode()>& command);
 
 /// As long as it lives, its thread is not disturbed by interrupts, nor ever are those that it
 /// starts meanwhile.

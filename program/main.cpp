@@ -10,15 +10,10 @@
 #include <cerrno>
 #include <exception>
 #include <fcntl.h>
-#include <functional>
 #include <new>
 #include <unistd.h>
-#include <variant>
 
 namespace {
-
-using program::Command;
-using program::CommandLine;
 
 /// The number of a standard stream that is closed would go to the next file that is opened, and
 /// what is told into the results. To use such a stream still fails.
@@ -30,39 +25,10 @@ void occupyStandardStreams() {
     }
 }
 
-/// What is said of an input that an interrupt cut off counts for nothing.
-program::ExitCode unlessInterrupted(const std::function<program::ExitCode()>& command) {
-    program::ExitCode code = program::ExitCode::interrupted;
-    try {
-        code = command();
-    } catch (const program::Failure&) {
-        if (!program::interrupted()) {
-            throw;
-        }
-    }
-    return program::interrupted() ? program::ExitCode::interrupted : code;
-}
-
 program::ExitCode run(int argc, const char* const* argv) {
     occupyStandardStreams();
     program::installSignalHandlers();
-    const auto read = program::readCommandLine(argc, argv);
-    if (const auto* code = std::get_if<program::ExitCode>(&read)) {
-        return *code;
-    }
-    const auto& line = std::get<CommandLine>(read);
-    switch (line.command) {
-    case Command::synth:
-        return program::runSynth(line.synth);
-    case Command::geohash:
-        return program::runGeohash(line.geohash);
-    case Command::check:
-        return unlessInterrupted([&line] { return program::runCheck(line.check); });
-    case Command::explain:
-        return unlessInterrupted([&line] { return program::runExplain(line.explain); });
-    default:
-        return program::runAnalysis(line.run);
-    }
+    return program::runCommandLine(argc, argv);
 }
 
 program::ExitCode complain(const char* what, program::ExitCode code = program::ExitCode::broken) {

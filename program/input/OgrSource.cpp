@@ -4,132 +4,15 @@
 #include "program/GdalErrors.h"
 #include "program/Interrupt.h"
 #include "program/input/gdalOpening.h"
+#include "program/input/ogrLayers.h"
+#include "program/input/ogrText.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <cpl_conv.h>
-#include <cpl_json.h>
-#include <cstdio>
 #include <filesystem>
 #include <ogr_spatialref.h>
 #include <ogrsf_frmts.h>
 
 namespace program {
-
-namespace {
-
-/// Layers of a GPX file by whose features a track or route is told apart, and where its name is.
-struct TrackLayer {
-    const char* points;
-    const char* tracks;
-    const char* number;
-};
-constexpr TrackLayer kTrackLayers[] = {{"track_points", "tracks", "track_fid"},
-                                       {"route_points", "routes", "route_fid"}};
-
-bool isPointLayer(OGRLayer& layer) {
-    const OGRwkbGeometryType type = wkbFlatten(layer.GetGeomType());
-    return type == wkbPoint || type == wkbUnknown;
-}
-
-bool isOfFormat(GDALDataset& dataset, std::string_view format) {
-    return dataset.GetDriver()->GetDescription() == format;
-}
-
-std::string layerNames(GDALDataset& dataset) {
-    std::string names;
-    for (OGRLayer* layer : dataset.GetLayers()) {
-        names += (names.empty() ? "" : ", ") + std::string(layer->GetName());
-    }
-    return names.empty() ? "none" : names;
-}
-
-bool hasFeatures(OGRLayer& layer) {
-    layer.ResetReading();
-    const OGRFeatureUniquePtr first(layer.GetNextFeature());
-    layer.ResetReading();
-    return first != nullptr;
-}
-
-/// All digits it takes to get the same number back, and never an exponent.
-std::string realText(double value) {
-    char digits[1100]; // the smallest number there is has 1074 decimals
-    const auto end = std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed);
-    return {digits, end.ptr};
-}
-
-/// Of GDAL's flag: 100 is UTC, each step a quarter of an hour east of it; 0 and 1 say nothing.
-std::string offsetText(int flag) {
-    if (flag <= 1) {
-        return {};
-    }
-    const int minutes = (flag - 100) * 15;
-    char text[16];
-    std::snprintf(text, sizeof text, "%c%02d:%02d", minutes < 0 ? '-' : '+',
-                  std::abs(minutes) / 60 % 100, std::abs(minutes) % 60);
-    return text;
-}
-
-std::string timeText(const OGRFeature& feature, int field) {
-    int year = 0;
-    int month = 0;
-    int day = 0;
-    int hour = 0;
-    int minute = 0;
-    float second = 0;
-    int flag = 0;
-    feature.GetFieldAsDateTime(field, &year, &month, &day, &hour, &minute, &second, &flag);
-    // GDAL keeps seconds in 32 bits of floating point: rounding gives back what was read.
-    const long ms = std::lround(static_cast<double>(second) * 1000.0);
-    char text[64];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02ld.%03ld", year, month, day, hour,
-                  minute, ms / 1000, ms % 1000);
-    return text + offsetText(flag);
-}
-
-std::string fieldText(const OGRFeature& feature, int field) {
-    if (!feature.IsFieldSetAndNotNull(field)) {
-        return {};
-    }
-    switch (feature.GetFieldDefnRef(field)->GetType()) {
-    case OFTDate:
-    case OFTDateTime:
-        return timeText(feature, field);
-    case OFTReal:
-        return realText(feature.GetFieldAsDouble(field));
-    default:
-        return feature.GetFieldAsString(field);
-    }
-}
-
-void addProperty(CPLJSONObject& properties, const OGRFeature& feature, int field) {
-    const char* name = feature.GetFieldDefnRef(field)->GetNameRef();
-    const OGRFieldType type = feature.GetFieldDefnRef(field)->GetType();
-    if (!feature.IsFieldSetAndNotNull(field)) {
-        properties.AddNull(name);
-    } else if (type == OFTInteger || type == OFTInteger64) {
-        properties.Add(name, feature.GetFieldAsInteger64(field));
-    } else if (type == OFTReal && std::isfinite(feature.GetFieldAsDouble(field))) {
-        properties.Add(name, feature.GetFieldAsDouble(field));
-    } else {
-        properties.Add(name, fieldText(feature, field));
-    }
-}
-
-void addGeometry(CPLJSONObject& json, const OGRFeature& feature) {
-    const OGRGeometry* geometry = feature.GetGeometryRef();
-    char* text = geometry != nullptr ? geometry->exportToJson() : nullptr;
-    CPLJSONDocument document;
-    if (text != nullptr && document.LoadMemory(text)) {
-        json.Add("geometry", document.GetRoot());
-    } else {
-        json.AddNull("geometry");
-    }
-    CPLFree(text);
-}
-
-} // namespace
 
 OgrSource::OgrSource(const InputOptions& options)
     : name_(options.file == "-" ? "standard input" : options.file), options_(options),
@@ -138,7 +21,6 @@ OgrSource::OgrSource(const InputOptions& options)
     const auto status = std::filesystem::status(options.file, ignored);
     repeatable_ = is_regular_file(status) || is_directory(status);
     open();
-    layer_ = chooseLayer(); // NOLINT(cppcoreguidelines-prefer-member-initializer): it is open now
     findColumns();
     if (hasPlace_) {
         prepareTransformation();
@@ -157,37 +39,7 @@ void OgrSource::open() {
                       name_ + ": which of GDAL's drivers is to read it? --gdal-driver says it");
     }
     dataset_.reset(openWithGdal(options_.file, driver, isTrusted));
-}
-
-OGRLayer* OgrSource::chooseLayer() {
-    const GdalErrors errors;
-    if (!options_.layer.empty()) {
-        OGRLayer* named = dataset_->GetLayerByName(options_.layer.c_str());
-        if (named == nullptr) {
-            fail("no layer \"" + options_.layer + "\"; the layers are " + layerNames(*dataset_));
-        }
-        return named;
-    }
-    OGRLayer* chosen = dataset_->GetLayerCount() == 1 ? dataset_->GetLayer(0) : firstWithPoints();
-    if (chosen == nullptr) {
-        fail("no layer has points; the layers are " + layerNames(*dataset_), errors.first());
-    }
-    return chosen;
-}
-
-OGRLayer* OgrSource::firstWithPoints() {
-    std::vector<OGRLayer*> layers;
-    for (const TrackLayer& kind : kTrackLayers) {
-        layers.push_back(isOfFormat(*dataset_, "GPX") ? dataset_->GetLayerByName(kind.points)
-                                                      : nullptr);
-    }
-    for (OGRLayer* layer : dataset_->GetLayers()) {
-        layers.push_back(isPointLayer(*layer) ? layer : nullptr);
-    }
-    const auto found = std::find_if(layers.begin(), layers.end(), [](OGRLayer* layer) {
-        return layer != nullptr && hasFeatures(*layer);
-    });
-    return found != layers.end() ? *found : nullptr;
+    layer_ = &chooseLayer(*dataset_, options_.layer, name_);
 }
 
 void OgrSource::findColumns() {
@@ -208,27 +60,7 @@ void OgrSource::findColumns() {
              errors.first());
     }
     fixes_.find(names, name_ + ": layer \"" + layer_->GetName() + '"', hasPlace_);
-    for (const TrackLayer& kind : kTrackLayers) {
-        if (isOfFormat(*dataset_, "GPX") &&
-            fixes_.columns().name(FixField::entity) == kind.number) {
-            readTrackNames(kind.tracks);
-        }
-    }
-}
-
-void OgrSource::readTrackNames(const char* layerName) {
-    const GdalErrors errors; // a file that is broken there is broken for its points too
-    OGRLayer* tracks = dataset_->GetLayerByName(layerName);
-    while (tracks != nullptr) {
-        const OGRFeatureUniquePtr track(tracks->GetNextFeature());
-        if (!track) {
-            return;
-        }
-        const int name = track->GetFieldIndex("name");
-        if (name >= 0 && track->IsFieldSetAndNotNull(name)) {
-            trackNames_[std::to_string(track->GetFID())] = track->GetFieldAsString(name);
-        }
-    }
+    trackNames_ = trackNames(*dataset_, fixes_.columns().name(FixField::entity));
 }
 
 void OgrSource::prepareTransformation() {
@@ -329,16 +161,7 @@ void OgrSource::setText(FixField field, std::string text) {
 }
 
 std::string OgrSource::verbatim() const {
-    CPLJSONObject json;
-    json.Add("type", "Feature");
-    json.Add("id", static_cast<GInt64>(feature_->GetFID()));
-    addGeometry(json, *feature_);
-    CPLJSONObject properties;
-    for (int field = 0; field < feature_->GetFieldCount(); ++field) {
-        addProperty(properties, *feature_, field);
-    }
-    json.Add("properties", properties);
-    return json.Format(CPLJSONObject::PrettyFormat::Plain);
+    return featureText(*feature_);
 }
 
 void OgrSource::rewind() {
@@ -348,7 +171,6 @@ void OgrSource::rewind() {
         layer_->ResetReading();
     } else { // after an error some drivers have nothing more to give
         open();
-        layer_ = chooseLayer();
     }
     row_ = 0;
     trouble_.clear();

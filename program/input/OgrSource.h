@@ -47,10 +47,7 @@ private:
     };
 
     void open();
-    OGRLayer* chooseLayer();
-    OGRLayer* firstWithPoints();
     void findColumns();
-    void readTrackNames(const char* layerName);
     void prepareTransformation();
     void takeAttribute(FixField field);
     std::string takePlace();

@@ -1,0 +1,71 @@
+// The commands that look for stays: stays and places.
+#include "engine/columns/Fault.h"
+#include "program/cli/commands.h"
+#include "program/cli/options.h"
+#include "program/cli/runGroup.h"
+
+#include <memory>
+
+namespace program {
+
+namespace {
+
+std::shared_ptr<RunOptions> addStaying(CLI::App& command, Question question) {
+    const auto options = std::make_shared<RunOptions>();
+    RunOptions& run = *options;
+    run.analysis.question = question;
+    addRun(command, run);
+    addLate(command, run);
+    StayOptions& stays = run.analysis.stays;
+    addValue(command, "--radius", stays.radius,
+             "how far from the middle of a stay its fixes may lie, metres");
+    addLength(command, "--min-stay", stays.minStay, "the least time that makes a stay");
+    addLength(command, "--max-gap", stays.maxGap,
+              "a longer silence ends a stay, unless the next fix is at the same place");
+    addLength(command, "--max-bridge", stays.maxBridge, "a longer silence ends it in any case");
+    addLength(command, "--max-away", stays.maxAway,
+              "fixes elsewhere end a stay when they go on for so long; shorter runs are "
+              "strays");
+    addValue(command, "--max-accuracy", stays.maxAccuracy,
+             "a less accurate fix neither begins, ends nor moves a stay, metres");
+    return options;
+}
+
+TimeZone readZone(const std::string& name) {
+    try {
+        return TimeZone(name);
+    } catch (const Fault& fault) {
+        throw usageFailure(std::string("--time-zone: ") + fault.what());
+    }
+}
+
+} // namespace
+
+Command addStays(CLI::App& program) {
+    CLI::App& command = *program.add_subcommand("stays", "who stayed where, from when to when");
+    const auto run = addStaying(command, Question::stays);
+    return {&command, [run] { return runUnconfigured(*run); }};
+}
+
+Command addPlaces(CLI::App& program) {
+    CLI::App& command = *program.add_subcommand(
+        "places", "where who stayed again and again, how long, by night and by weekday");
+    const auto run = addStaying(command, Question::places);
+    PlaceOptions& places = run->analysis.places;
+    command.get_option("--radius")
+        ->description("how far from the middle of a stay its fixes may lie, and from that of a "
+                      "place its stays, metres");
+    command
+        .add_option_function<std::string>(
+            "--time-zone", [&places](const std::string& name) { places.zone = readZone(name); },
+            "whose clocks tell nights (22 to 6) and days of the week, as in "
+            "\"Europe/Berlin\", or an offset such as \"+02:00\"")
+        ->default_str(places.zone.name());
+    command.add_flag("--label", places.labels,
+                     "name the likely home, with most hours by night, and work, with most "
+                     "hours from 9 to 17 on Mondays to Fridays elsewhere, if a visit is an "
+                     "hour long on average");
+    return {&command, [run] { return runUnconfigured(*run); }};
+}
+
+} // namespace program

@@ -1,0 +1,83 @@
+#include "program/cli/runGroup.h"
+
+#include "program/cli/inputGroup.h"
+#include "program/cli/options.h"
+
+#include <algorithm>
+#include <limits>
+#include <thread>
+
+namespace program {
+
+namespace {
+
+std::int64_t readLate(const std::string& text) {
+    return text == "ever" ? std::numeric_limits<std::int64_t>::max()
+                          : readLength("--late", text, "want days or a shorter unit, or \"ever\"");
+}
+
+} // namespace
+
+void addRun(CLI::App& command, RunOptions& run) {
+    const std::map<std::string, OutputFormat> formats = {{"by-name", OutputFormat::byName},
+                                                         {"csv", OutputFormat::csv},
+                                                         {"ndjson", OutputFormat::ndjson},
+                                                         {"geojson", OutputFormat::geojson},
+                                                         {"geopackage", OutputFormat::geopackage},
+                                                         {"flatgeobuf", OutputFormat::flatgeobuf},
+                                                         {"html", OutputFormat::html}};
+    run.threads = std::max(1U, std::thread::hardware_concurrency());
+    addInput(command, run.input);
+    addValue(command, "--out", run.output.file,
+             "file for the results, which has its name only when it is complete; - for standard "
+             "output");
+    addChoice(command, "--format", run.output.format, formats,
+              "format of the results; by the file's name: .csv .ndjson .geojson .gpkg .fgb, "
+              "and .html for a page with a map that needs nothing but a browser");
+    command.add_option(
+        "--tiles", run.output.tiles,
+        "for a page: the address of a street map's tiles, with {z}, {x} and {y}. The page gets a "
+        "button for it, and asks that host for nothing until it is pressed");
+    command.add_option("--rejects", run.rejectsFile,
+                       "CSV file for the rows that cannot be used, with line and reason");
+    command.add_flag(
+        "--csv-safe", run.output.isCsvSafe,
+        "for CSV that a spreadsheet opens: an apostrophe in front of names that begin with = + - @ "
+        "(which would run there as formulas), a tab, a line break or an apostrophe; otherwise "
+        "names "
+        "are written as they came");
+    command.add_flag("--strict", run.isStrict, "stop at the first bad row");
+    command.add_flag("--quiet", run.isQuiet, "neither progress nor summary");
+    command.add_option("--threads", run.threads, "threads; the output does not depend on it")
+        ->default_str("all cores")
+        ->check(CLI::Range(1U, 256U));
+    addEvents(command, run.events);
+}
+
+void addLate(CLI::App& command, RunOptions& run) {
+    command.add_option_function<std::string>(
+        "--late", [&run](const std::string& text) { run.late = readLate(text); },
+        "how far a row may lie behind the newest one before it, as in \"2 hours\", or \"ever\": "
+        "what is older is forgotten, which bounds the memory. Later rows are processed as they "
+        "come, and counted. Not said: a file may be in any order (it is read twice to know it), "
+        "other input has \"1 days\"");
+}
+
+void refuseSenseless(const RunOptions& run) {
+    refuseSenseless(run.events);
+    const std::string input = run.input.file == "-" ? "/dev/stdin" : run.input.file;
+    if (isSameFile(run.rejectsFile, run.output.file) || isSameFile(run.rejectsFile, input)) {
+        throw usageFailure("--rejects cannot be the file of the tracks or of the results");
+    }
+    if (isSameFile(run.output.file, input)) {
+        throw usageFailure("--out cannot be the file of the tracks");
+    }
+}
+
+ExitCode runUnconfigured(RunOptions& run) {
+    refuseSenseless(run);
+    ignoreKeys(run.input);
+    return runAnalysis(run);
+}
+
+} // namespace program

@@ -1,0 +1,25 @@
+#ifndef QORVEL_PROGRAM_CLI_RUNGROUP_H
+#define QORVEL_PROGRAM_CLI_RUNGROUP_H
+
+#include "program/commands/analysisCommand.h"
+
+#include <CLI/CLI.hpp>
+
+namespace program {
+
+/// The options of every question to tracks.
+void addRun(CLI::App& command, RunOptions& run);
+
+/// --late, for questions that look back.
+void addLate(CLI::App& command, RunOptions& run);
+
+/// Throws Failure(usage) where one file would be written over another, and for what cannot be
+/// meant.
+void refuseSenseless(const RunOptions& run);
+
+/// Runs a question that needs no configuration.
+ExitCode runUnconfigured(RunOptions& run);
+
+} // namespace program
+
+#endif
