@@ -687,10 +687,21 @@ std::string lineOf(const ResultTable& table, std::size_t row) {
 
 TEST(Results, AreWhatWasAppendedWhereverMemoryRunsOut) {
     ResultTable table = Everything::layout().makeTable(somebody(EntityKind::text));
-    for (const auto& results : {manyResults(70), manyResults(50)}) {
+    for (std::vector<Everything> results : {manyResults(70), manyResults(50)}) {
         int failures = 0;
-        for (const Everything& result : results) {
-            failures += failEachAllocation([&] { table.append(result); });
+        for (Everything& result : results) {
+            // In turn with the one and the other: what failed leaves none behind.
+            std::array<Everything, 2> tried{result, result};
+            const std::size_t exact = below(2);
+            tried[exact].accuracy = 0.25;
+            tried[exact].left = tried[1 - exact].accuracy = std::nullopt;
+            tried[1 - exact].left = 9;
+            const Everything* last = nullptr;
+            failures += failEachAllocation([&] {
+                last = &tried[static_cast<std::size_t>(allocationsLeft % 2)];
+                table.append(*last);
+            });
+            result = *last;
         }
         EXPECT_TRUE(failures > 12 || results.size() == 50); // memory was kept
         ASSERT_EQ(table.size(), results.size());

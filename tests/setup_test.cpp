@@ -173,7 +173,7 @@ radius = 1)");
 {master = 'none'}] # warning: no [[presence]] or [[hangout]] looks at
 master = [{name = 'hour', cell_length = 25},
 {name = 'year', box = '1 years'}, # warning: box "1 years" counts as 17.3 days wherever
-{name = '49', box = '49 days', cell_length = 4},
+{name = '49', box = '4294967295 milliseconds', cell_length = 4},
 {name = '50', box = '50 days'}, # warning: box "50 days" counts as 6.95 hours; lengths count in
 {name = '1', box = '1 months'},
 {name = '2', box = '2 months'}, # warning: box "2 months" counts as 10.3 days
