@@ -28,7 +28,7 @@ import qorvel
 import qorvel.spark
 from qorvel.spark import _meet
 
-OPTIONS = {"presence": {"final": True}}
+OPTIONS = {"presence": {"final": True}, "places": {"label": True, "time_zone": "+01:00"}}
 ORDER = [(name, "ascending") for name in ("entity", "time_ms", "lat", "lon")]
 
 
@@ -179,7 +179,7 @@ def deadly(marker, victim):
 def test_what_dies_on_the_way_changes_nothing(command, victim, program, world, spark, tmp_path):
     tracks = Tracks(read(world), tmp_path, program)
     marker = str(tmp_path / "killed")
-    answer = ask(command, tracks.frame(spark), partitions=7)
+    answer = ask(command, tracks.frame(spark), partitions=3)
     answer = answer.mapInArrow(deadly(marker, victim), answer.schema)
     assert found(answer) == tracks.wanted(command)
     assert pathlib.Path(marker).exists()

@@ -10,7 +10,7 @@ Lazily, without collecting anything, and with the answer that a single machine g
 Needs pyspark 4, and the same version of this module on every machine of the cluster.
 """
 
-from qorvel.spark._batch import boxes, hangouts, presence, rejects, stays
+from qorvel.spark._batch import boxes, hangouts, places, presence, rejects, stays
 from qorvel.spark._meet import meet
 
-__all__ = ["boxes", "hangouts", "meet", "presence", "rejects", "stays"]
+__all__ = ["boxes", "hangouts", "meet", "places", "presence", "rejects", "stays"]

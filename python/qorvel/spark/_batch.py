@@ -45,7 +45,7 @@ def stays(
         milliseconds since 1970 UTC, places degrees of WGS 84.
     config : path or str, optional
         Masters, assignments and specs: the path of a TOML file, read here and now, or its text.
-        There is none for stays.
+        There is none for stays and places.
     columns : mapping of str to str, optional
         The columns that `qorvel.guess` would not find, by its fields.
     partitions : int, optional
@@ -67,6 +67,22 @@ def stays(
         configuration that is refused.
     """
     return _ask("stays", frame, config, columns, partitions, order_by, settings)
+
+
+def places(
+    frame: DataFrame,
+    *,
+    config: str | os.PathLike[str] | None = None,
+    columns: Mapping[str, str] | None = None,
+    partitions: int | None = None,
+    order_by: Order | None = None,
+    **settings: Any,  # noqa: ANN401
+) -> DataFrame:
+    """Tell where who stayed again and again.
+
+    Parameters as `stays` has them, settings as `qorvel.places` has them.
+    """
+    return _ask("places", frame, config, columns, partitions, order_by, settings)
 
 
 def presence(
@@ -164,7 +180,7 @@ def _ask(
     expect_count(partitions)
     found = look_at(frame, columns, keys=config is not None)
     # Rows in the order of time are held no longer than needed to see that it goes on.
-    in_time = analysis == "stays" and order_by is None
+    in_time = analysis in ("stays", "places") and order_by is None
     question = make_question(analysis, found, config, settings)
     question = question.where(late="1 milliseconds" if in_time else "ever")
     schema = results_of(question, found)

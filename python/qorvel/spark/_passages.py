@@ -20,7 +20,7 @@ END_OF_TIME = 2**63 - 1
 # Spans so long that what has to be known beside them, `apart` on both sides, is little.
 APART_IN_SPAN = 12
 # Cubes so large that an entity comes by few, so small that few entities come by one; metres.
-LEAST_CUBE = 4_000.0
+LEAST_CUBE = 8_000.0
 WITHIN_IN_CUBE = 16.0
 # Of a cube: along so much of a track only cubes at eight corners can be met.
 STEP_IN_CUBE = 0.25
@@ -77,18 +77,23 @@ class Grid:
             }
         )
 
-    def cubes_between(self, one: Numbers, other: Numbers) -> Wholes:
-        """Give eight cubes for each two places near each other: all on the way between them."""
+    def cubes_between(self, one: Numbers, other: Numbers) -> tuple[Wholes, Wholes]:
+        """Give the cubes between each two places near each other: of which two, and which.
+
+        There are at most eight, at the corners of a box around both.
+        """
         margin = self.within + MARGIN + (STEP_IN_CUBE * self.cube) ** 2 / (4 * RADIUS)
         low = np.floor((np.minimum(one, other) - margin) / self.cube).astype(np.int64)
         high = np.floor((np.maximum(one, other) + margin) / self.cube).astype(np.int64)
         middle = 1 << (AXIS_BITS - 1)
-        cubes = np.zeros((len(one), 1), np.int64)
+        of = np.arange(len(one))
+        cubes = np.zeros(len(one), np.int64)
         for axis in range(3):
-            ends = np.stack([low[:, axis], high[:, axis]], axis=1) + middle
-            cubes = (cubes[:, :, None] << AXIS_BITS) | ends[:, None, :]
-            cubes = cubes.reshape(len(one), 2 << axis)
-        return cubes
+            cubes = (cubes << AXIS_BITS) | (low[of, axis] + middle)
+            apart = np.flatnonzero(high[of, axis] != low[of, axis])
+            second = cubes[apart] + (high - low)[of[apart], axis]
+            of, cubes = np.concatenate([of, of[apart]]), np.concatenate([cubes, second])
+        return of, cubes
 
 
 @dataclasses.dataclass(frozen=True)
@@ -228,31 +233,29 @@ def _places(fixes: Fixes, grid: Grid) -> Iterator[Wholes]:
     """Give entity, span and cube of all places of the tracks, often more than once."""
     points = _points(fixes.lat, fixes.lon)
     time = fixes.time
-    for spread in (-grid.apart, 0, grid.apart):
-        near = (
-            np.maximum(time, -spread) + spread
-            if spread < 0
-            else time + np.minimum(END_OF_TIME - time, spread)
-        )
-        yield _rows(fixes.entity, near // grid.span, grid.cubes_between(points, points))
+    of, cubes = grid.cubes_between(points, points)
+    own = time // grid.span
+    yield _rows(fixes.entity[of], own[of], cubes)
+    before = np.maximum(time - grid.apart, 0) // grid.span
+    after = (time + np.minimum(END_OF_TIME - time, grid.apart)) // grid.span
+    for beside in (before, after):
+        other = (beside != own)[of]
+        yield _rows(fixes.entity[of[other]], beside[of[other]], cubes[other])
     is_known = (fixes.entity[1:] == fixes.entity[:-1]) & (time[1:] - time[:-1] <= grid.apart)
     known = np.flatnonzero(is_known)
     lengths = np.sqrt(((points[known + 1] - points[known]) ** 2).sum(axis=1))
     steps = np.ceil(lengths * (math.pi / 2) / (grid.cube * STEP_IN_CUBE)).astype(np.int64)
     for at in _slices(steps, PLACES_AT_ONCE):
         way, begin, end = _steps(points[known[at]], points[known[at] + 1], steps[at])
-        row = known[at][way]
-        cubes = grid.cubes_between(begin, end)
-        for near in (time[row], time[row + 1]):
-            yield np.unique(_rows(fixes.entity[row], near // grid.span, cubes), axis=0)
+        of, cubes = grid.cubes_between(begin, end)
+        row = known[at][way[of]]
+        for span in (own[row], own[row + 1]):
+            yield np.unique(_rows(fixes.entity[row], span, cubes), axis=0)
     yield from _opposite(fixes, points, known, grid)
 
 
-def _rows(entity: Wholes, span: Wholes, cubes: Wholes) -> Wholes:
-    count = cubes.shape[1]
-    return np.stack(
-        [np.repeat(entity, count), np.repeat(span, count), cubes.reshape(-1)], axis=1
-    ).astype(np.int64)
+def _rows(entity: Wholes, span: Wholes, cube: Wholes) -> Wholes:
+    return np.stack([entity, span, cube], axis=1)
 
 
 def _points(lat: Numbers, lon: Numbers) -> Numbers:
@@ -339,8 +342,9 @@ def _opposite(fixes: Fixes, points: Numbers, known: Wholes, grid: Grid) -> Itera
         time, gap = int(fixes.time[row]), int(fixes.time[row + 1] - fixes.time[row])
         for ms in {gap // 2, gap - gap // 2}:
             middle = _at(start, end, np.array([ms * (1.0 / gap)]))
-            span = np.array([(time + ms) // grid.span])
-            yield _rows(fixes.entity[row : row + 1], span, grid.cubes_between(middle, middle))
+            _, cubes = grid.cubes_between(middle, middle)
+            span = np.full(len(cubes), (time + ms) // grid.span)
+            yield _rows(np.full(len(cubes), fixes.entity[row]), span, cubes)
 
 
 def _exact_point(lat: float, lon: float) -> Numbers:
