@@ -18,8 +18,7 @@ class Drawing {
   resize() {
     const frame = element("frame");
     this.ratio = Math.min(window.devicePixelRatio || 1, 2);
-    this.app.view.width = Math.max(frame.clientWidth, 1);
-    this.app.view.height = Math.max(frame.clientHeight, 1);
+    this.app.view.resize(Math.max(frame.clientWidth, 1), Math.max(frame.clientHeight, 1));
     for (const context of Object.values(this.contexts)) {
       context.canvas.width = Math.round(this.app.view.width * this.ratio);
       context.canvas.height = Math.round(this.app.view.height * this.ratio);
@@ -223,37 +222,51 @@ class Drawing {
   }
 
   drawPoints() {
-    const { results, view, visible, classes, entityColours: colours } = this.app;
+    const { results, view, classes, entityColours: colours } = this.app;
     const { ratio, raster } = this;
     const palette = this.palette();
     const rim = packed(this.colour("rim"));
     const [left, right] = [results.who[0], results.who[1] || results.who[0]];
     const colourOf = (row, who) => palette[classes ? classes[row] : who ? colours[who[row]] : 0];
-    const shown = [];
-    let area = 0;
     const perMetre = view.scale * ratio / METRES_A_DEGREE;
     const radiusOf = row => results.spread && !results.spread.missing.has(row) ? results.spread.number(row) * perMetre : 0;
-    for (let row = 0; row < results.size; row++) {
-      const place = results.placeOf[row];
-      if (!visible[row] || place < 0) continue;
-      const x = view.x(results.west[place]) * ratio, y = view.y(results.north[place]) * ratio;
-      const radius = radiusOf(row);
-      if (x < -radius - 20 || y < -radius - 20 || x > raster.width + radius + 20 || y > raster.height + radius + 20) continue;
-      shown.push(row, x, y);
-      area += Math.min(4 * radius * radius, raster.width * raster.height);
+    const { rows, xs, ys, count } = this.pointsInSight(radiusOf);
+    let area = 0;
+    for (let i = 0; i < count; i++) area += Math.min(4 * radiusOf(rows[i]) ** 2, raster.width * raster.height);
+    for (let i = 0; results.spread && i < count; i++) {
+      const radius = radiusOf(rows[i]);
+      if (radius > 5 * ratio) raster.circle(xs[i], ys[i], radius, colourOf(rows[i], left), area > 2e7);
     }
-    const isOpen = area > 2e7;
-    const order = Array.from({ length: shown.length / 3 }, (_, i) => 3 * i);
-    if (classes) order.sort((a, b) => classes[shown[a]] - classes[shown[b]] || a - b); // what is rare stays in sight
-    for (const i of results.spread ? order : []) {
-      const radius = radiusOf(shown[i]);
-      if (radius > 5 * ratio) raster.circle(shown[i + 1], shown[i + 2], radius, colourOf(shown[i], left), isOpen);
+    // Of dots with the same centre the last one hides the others.
+    const last = new Map();
+    const centre = i => Math.round(ys[i]) * 65536 + Math.round(xs[i]);
+    for (let i = 0; i < count; i++) last.set(centre(i), i);
+    const size = (last.size > 20000 ? 3 : last.size > 2000 ? 4 : 5) * ratio;
+    for (let i = 0; i < count; i++) {
+      if (last.get(centre(i)) === i) raster.dot(xs[i], ys[i], size, colourOf(rows[i], left), colourOf(rows[i], right), rim);
     }
-    const size = (shown.length > 60000 ? 3 : shown.length > 6000 ? 4 : 5) * ratio;
-    for (const i of order) {
-      const row = shown[i];
-      raster.dot(shown[i + 1], shown[i + 2], size, colourOf(row, left), colourOf(row, right), rim);
+  }
+
+  // The visible rows on the canvas and where, in the order in which they are drawn: what is rare comes last and
+  // so stays in sight.
+  pointsInSight(radiusOf) {
+    const { results, view, visible, classes } = this.app;
+    const { ratio, raster } = this;
+    const [rows, xs, ys] = [new Int32Array(results.size), new Float64Array(results.size), new Float64Array(results.size)];
+    let count = 0;
+    for (let level = 0; level < (classes ? RAMPS.light.length : 1); level++) {
+      for (let row = 0; row < results.size; row++) {
+        const place = results.placeOf[row];
+        if (!visible[row] || place < 0 || (classes && classes[row] !== level)) continue;
+        const x = view.x(results.west[place]) * ratio, y = view.y(results.north[place]) * ratio;
+        const reach = radiusOf(row) + 20;
+        if (x < -reach || y < -reach || x > raster.width + reach || y > raster.height + reach) continue;
+        rows[count] = row;
+        xs[count] = x;
+        ys[count++] = y;
+      }
     }
+    return { rows, xs, ys, count };
   }
 
   // The rows under the pointer and those whose details are shown.

@@ -69,7 +69,7 @@ function readableTime(time, zone) {
 function durationText(minutes) {
   const round = value => String(Math.round(value * 10) / 10);
   if (minutes < 1 && minutes > 0) return `${round(minutes * 60)} s`;
-  if (minutes < 120) return `${round(minutes)} min`;
+  if (minutes < 60) return `${round(minutes)} min`;
   return minutes < 2880 ? `${round(minutes / 60)} h` : `${round(minutes / 1440)} d`;
 }
 

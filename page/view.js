@@ -9,12 +9,7 @@ class View {
     this.lon = 0;
     this.scale = 4; // CSS pixels a degree of latitude
     this.width = this.height = 1;
-  }
-  // Pixels a degree of longitude. The whole earth is drawn less narrow: there is no latitude to be true to.
-  get across() {
-    const narrowing = Math.max(Math.cos(this.lat * Math.PI / 180), 0.1);
-    const share = Math.min(Math.max((this.height / this.scale - 20) / 100, 0), 1);
-    return this.scale * (narrowing + (1 - narrowing) * share);
+    this.across = 4; // pixels a degree of longitude
   }
   // From -180 to 180, from the centre.
   eastOfCentre(lon) {
@@ -27,11 +22,19 @@ class View {
     const lon = this.lon + (x - this.width / 2) / this.across;
     return { lon: lon - 360 * Math.floor((lon + 180) / 360), lat: this.lat - (y - this.height / 2) / this.scale };
   }
+  resize(width, height) {
+    [this.width, this.height] = [width, height];
+    this.set(this.lat, this.lon, this.scale);
+  }
   set(lat, lon, scale) {
     const least = Math.min(this.width / 400, this.height / 200);
     this.scale = Math.min(Math.max(scale, least), 5e7);
     this.lat = Math.min(Math.max(lat, -90), 90);
     this.lon = lon - 360 * Math.floor((lon + 180) / 360);
+    // The whole earth is drawn less narrow: there is no latitude to be true to.
+    const narrowing = Math.max(Math.cos(this.lat * Math.PI / 180), 0.1);
+    const share = Math.min(Math.max((this.height / this.scale - 20) / 100, 0), 1);
+    this.across = this.scale * (narrowing + (1 - narrowing) * share);
   }
   // The centre goes so many pixels to the right and down.
   move(dx, dy) { this.set(this.lat - dy / this.scale, this.lon + dx / this.across, this.scale); }

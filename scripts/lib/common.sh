@@ -48,6 +48,21 @@ build() {
 # run_tests PRESET
 run_tests() { ctest --preset "$1" --parallel "$(nproc)"; }
 
+# What the page with a map is tested with: a browser, and who drives it. Node brings npm on some systems.
+install_page_packages() {
+    local packages=(chromium)
+    command -v node >/dev/null || packages+=(nodejs)
+    command -v npm >/dev/null || packages+=(npm)
+    install_packages "${packages[@]}"
+}
+
+# prepare_page_tests FOLDER: what drives the browser, and the scripts of a folder beside it, in build/page.
+prepare_page_tests() {
+    mkdir -p build/page
+    cp tests/page/package*.json "$1"/*.mjs build/page/
+    npm ci --prefix build/page --silent --no-audit --no-fund
+}
+
 build_and_test() {
     build "$1"
     run_tests "$1"
