@@ -13,8 +13,8 @@
 namespace qorvel_page {
 
 /// A column of a page. Each value is kept as one whole number: a time or an integer as it is,
-/// degrees as 1e-7 of them and metres as centimetres, which is what is shown, and a text as its
-/// number among the different ones, in the order in which they came.
+/// degrees as 1e-7 of them, metres and hours as hundredths, which is what is shown, and a text as
+/// its number among the different ones, in the order in which they came.
 class PageColumn {
 public:
     explicit PageColumn(qorvel_engine::ResultColumn about) : about_(std::move(about)) {}
@@ -23,7 +23,7 @@ public:
     void addText(std::string_view text);
     /// For integers and times.
     void addWhole(std::int64_t value) { values_.push_back(value); }
-    /// For degrees and metres. What is not finite is missing.
+    /// For degrees, metres and hours. What is not finite is missing.
     void addReal(double value);
     /// The value is missing.
     void addMissing();

@@ -19,14 +19,16 @@ function colourings(results) {
   const list = [];
   if (results.entities.length) list.push({ id: "entity", label: "by entity" });
   const minutes = results.column("minutes");
+  const hours = results.column("hours");
   if (minutes) list.push(byNumber("duration", "by duration", row => minutes.values[row], durationText, roundDuration, 1));
+  else if (hours) list.push(byNumber("duration", "by duration", row => hours.number(row) * 60, durationText, roundDuration, 1));
   else if (results.hasTimes) {
     const length = row => Math.min((results.end[row] - results.begin[row]) / 60000, 1e9);
     list.push(byNumber("duration", "by duration", length, durationText, roundDuration, 1 / 60));
   }
   for (const column of results.columns) {
-    const isCount = column.kind === "whole" || column.kind === "metres";
-    if (!isCount || column === minutes || column.name === "bits") continue;
+    const isCount = ["whole", "metres", "hours"].includes(column.kind);
+    if (!isCount || column === minutes || column === hours || column.name === "bits") continue;
     const unit = column.unit ? " " + column.unit : "";
     list.push(byNumber(column.name, `by ${column.name}`, row => column.number(row), value => plain(value) + unit, roundNumber, column.kind === "whole" ? 1 : 0.1));
   }

@@ -1,6 +1,5 @@
 // The results: read as packColumns.cpp wrote them.
 
-const KINDS = ["entity", "text", "degrees", "metres", "whole", "time", "boxEnd"];
 const EVER = 253402300800000; // ms since 1970; a box that ends then or later has no end
 const element = id => document.getElementById(id);
 
@@ -67,12 +66,13 @@ function orderByEntity(codes, entities) {
 class Column {
   constructor(reader) {
     this.name = reader.text();
-    this.kind = KINDS[reader.byte()];
+    this.kind = reader.text();
     this.unit = reader.text();
     this.description = reader.text();
     const missing = reader.unsigned();
     this.missing = new Set(missing ? reader.numbers(missing, true) : []);
     this.isText = this.kind === "entity" || this.kind === "text";
+    this.decimals = { degrees: 7, metres: 2, hours: 2 }[this.kind] || 0;
     this.isTime = this.kind === "time" || this.kind === "boxEnd";
     this.exact = null; // as 64 bits, where doubles do not do
     if (this.isText) {
@@ -105,17 +105,14 @@ class Column {
       this.values[order[i]] = numbers[i] + (way === 1 ? other.values[order[i]] : 0);
     }
   }
-  // Degrees, metres, ms since 1970, or the integer.
-  number(row) {
-    return this.values[row] / (this.kind === "degrees" ? 1e7 : this.kind === "metres" ? 1e2 : 1);
-  }
+  // Degrees, metres, hours, ms since 1970, or the integer.
+  number(row) { return this.values[row] / 10 ** this.decimals; }
   // As a file of CSV has it, but for times in another zone than UTC.
   text(row, zone = "UTC") {
     if (this.missing.has(row)) return "";
     const value = this.values[row];
     if (this.isText) return this.texts[value];
-    if (this.kind === "degrees") return decimal(value, 7);
-    if (this.kind === "metres") return decimal(value, 2);
+    if (this.decimals) return decimal(value, this.decimals);
     if (this.kind === "boxEnd" && value >= EVER) return "ever";
     if (this.isTime) return timeText(this.exact ? this.exact[row] : value, zone);
     return String(this.exact ? this.exact[row] : value);

@@ -115,6 +115,29 @@ std::optional<Values> byText(const Values& values, const PageColumn& texts) {
     return result;
 }
 
+/// What the page calls it.
+std::string_view wordOf(ResultKind kind) {
+    switch (kind) {
+    case ResultKind::entity:
+        return "entity";
+    case ResultKind::text:
+        return "text";
+    case ResultKind::degrees:
+        return "degrees";
+    case ResultKind::metres:
+        return "metres";
+    case ResultKind::hours:
+        return "hours";
+    case ResultKind::whole:
+        return "whole";
+    case ResultKind::time:
+        return "time";
+    case ResultKind::boxEnd:
+        return "boxEnd";
+    }
+    return {};
+}
+
 bool isTime(ResultKind kind) {
     return kind == ResultKind::time || kind == ResultKind::boxEnd;
 }
@@ -160,7 +183,7 @@ private:
 
     void writeColumn(const PageColumn& column) {
         to_.text(column.about().name);
-        to_.byte(static_cast<std::uint8_t>(column.about().kind));
+        to_.text(wordOf(column.about().kind));
         to_.text(column.about().unit);
         to_.text(column.about().description);
         to_.unsignedNumber(column.missing().size());

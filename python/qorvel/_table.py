@@ -3,6 +3,9 @@
 from __future__ import annotations
 
 import html
+import os
+import tempfile
+import zlib
 from typing import TYPE_CHECKING, Any
 
 from qorvel import _engine, geohash
@@ -15,6 +18,8 @@ if TYPE_CHECKING:
     import pyarrow
 
 SHOWN_ROWS = 10
+# A notebook keeps all that it shows: of more rows, the first only.
+SHOWN_ON_MAP = 200_000
 
 
 class Table:
@@ -99,6 +104,39 @@ class Table:
             raise Error("This table has no places.", Code.MISUSE)
         return geopandas.GeoDataFrame(table.to_pandas(), geometry=shapes, crs="OGC:CRS84")
 
+    def to_html(self, path: str | os.PathLike[str], *, tiles: str | None = None) -> None:
+        """Write a page that shows all rows on a map, with a time slider, a list and a table.
+
+        The page is one file that needs a browser and nothing else; it asks the network for nothing.
+
+        Parameters
+        ----------
+        path : str or path
+            The file, which has its name only when it is complete.
+        tiles : str, optional
+            The address of a street map's tiles, with ``{z}``, ``{x}`` and ``{y}``. The page gets a
+            button for it, and asks that host for nothing until it is pressed.
+        """
+        page = self._page(tiles)
+        target = os.path.realpath(path)
+        if os.path.exists(target) and not os.path.isfile(target):  # a pipe, which stays what it is
+            with open(target, "wb") as file:
+                file.write(page)
+            return
+        mode = _mode_of(target)
+        handle, name = tempfile.mkstemp(".html", "qorvel-", os.path.dirname(target))
+        try:
+            with os.fdopen(handle, "wb") as file:
+                file.write(page)
+            os.chmod(name, mode)
+            os.replace(name, target)
+        except BaseException:
+            os.unlink(name)
+            raise
+
+    def _page(self, tiles: str | None = None) -> bytes:
+        return self._results.page(zlib.compress, tiles or "")
+
     def __len__(self) -> int:
         """Count the rows."""
         return len(self._results)
@@ -115,6 +153,18 @@ class Table:
         )
 
     def _repr_html_(self) -> str:
+        rows = self._first_rows()
+        if not 0 < len(self) <= SHOWN_ON_MAP or "lat" not in self.column_names:
+            return rows
+        page = html.escape(self._page().decode())
+        return (
+            f'<iframe title="{html.escape(self._results.name)} on a map" srcdoc="{page}" '
+            'sandbox="allow-scripts allow-downloads allow-modals" '
+            'style="width:100%;height:600px;border:1px solid #8888;border-radius:6px"></iframe>'
+            f"<details><summary>The first rows</summary>{rows}</details>"
+        )
+
+    def _first_rows(self) -> str:
         def line(tag: str, values: list[Any]) -> str:
             cells = (f"<{tag}>{html.escape(str(value))}</{tag}>" for value in values)
             return f"<tr>{''.join(cells)}</tr>"
@@ -122,3 +172,13 @@ class Table:
         body = "".join(line("td", list(row)) for row in self._results.head(SHOWN_ROWS))
         note = f"<caption>{html.escape(self._results.name)}: {len(self)} rows</caption>"
         return f"<table>{note}{line('th', list(self.column_names))}{body}</table>"
+
+
+def _mode_of(path: str) -> int:
+    """Tell the mode of a file, or what the umask says for one that is not there yet."""
+    try:
+        return os.stat(path).st_mode & 0o777
+    except FileNotFoundError:
+        mask = os.umask(0o077)
+        os.umask(mask)
+        return 0o666 & ~mask

@@ -38,6 +38,11 @@ public:
     /// Up to so many of the first rows, a tuple each.
     nanobind::list head(std::size_t count) const;
 
+    /// The page that shows all rows on a map, in UTF-8. `compress` is what zlib.compress is;
+    /// `tiles` is an address that isTileAddress takes, or empty. Throws the Fault `misuse` for
+    /// another, and `tooLarge` for more rows than a page takes.
+    nanobind::bytes page(const nanobind::callable& compress, const std::string& tiles) const;
+
 private:
     std::shared_ptr<const qorvel_engine::ResultSchema> schema_;
     qorvel_engine::EntityKind kind_;

@@ -69,6 +69,9 @@ void bindTables(nb::module_& module) {
         .def_prop_ro("name", &Results::name)
         .def_prop_ro("column_names", &Results::columnNames)
         .def("stream", &Results::stream, nb::sig("def stream(self) -> object"))
+        .def("page", &Results::page, nb::arg("compress"), nb::arg("tiles"),
+             nb::sig("def page(self, compress: collections.abc.Callable[[bytes, int], bytes], "
+                     "tiles: str) -> bytes"))
         .def("head", &Results::head, nb::arg("count"),
              nb::sig("def head(self, count: int) -> list[tuple[str | int | float | None, ...]]"));
 }

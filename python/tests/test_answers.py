@@ -1,5 +1,9 @@
 """What comes out is what the program writes, whatever the rows come in."""
 
+import base64
+import re
+import zlib
+
 import duckdb
 import pandas as pd
 import polars as pl
@@ -130,6 +134,27 @@ window = "10 minutes"
         assert difference("hangouts", table, wanted, config=config) is None
 
 
+def test_a_page_has_what_the_programs_has(program, world, tmp_path):
+    def data(page):
+        text = re.search('id="data">([^<]*)<', page.read_text())[1]
+        return zlib.decompress(base64.b64decode(text))
+
+    ours, theirs = tmp_path / "ours.html", tmp_path / "theirs.html"
+    ours.write_text("old")
+    ours.chmod(0o604)
+    tiles = "https://tiles.invalid/{z}/{x}/{y}"
+    qorvel.boxes(read(world)).to_html(ours, tiles=tiles)
+    program.run("boxes", "--quiet", "--tiles", tiles, "--out", str(theirs), str(world))
+    assert data(ours) == data(theirs)
+    assert ours.stat().st_mode & 0o777 == 0o604
+    assert sorted(file.name for file in tmp_path.iterdir()) == ["ours.html", "theirs.html"]
+    numbered = qorvel.boxes({"entity": [-7], "lat": [1.0], "lon": [2.0], "time": [3]})
+    numbered.to_html(theirs)
+    assert b"\x02-7" in data(theirs)
+    with pytest.raises(qorvel.Error, match="want an address"):
+        numbered.to_html(ours, tiles="javascript:{z}{x}{y}")
+
+
 def test_results_can_be_read_again_and_by_all(world):
     result = qorvel.stays(read(world))
     first, second = pa.table(result), result.to_pyarrow()
@@ -140,7 +165,10 @@ def test_results_can_be_read_again_and_by_all(world):
     assert duckdb.sql("SELECT count(*) FROM first").fetchall() == [(len(result),)]
     rows = [tuple(row.values()) for row in first.cast(times_as_numbers(first.schema)).to_pylist()]
     assert [tuple(row.values()) for row in result.head(10**9)] == rows
-    assert f"{len(result)} rows" in result._repr_html_()
+    shown = result._repr_html_()
+    assert f"{len(result)} rows" in shown
+    assert "<script" not in shown  # the page is within its frame
+    assert "&lt;script" in shown
     frame = result.to_geopandas()
     assert str(frame.crs) == "OGC:CRS84"
     sides = frame.geometry.bounds

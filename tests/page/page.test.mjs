@@ -65,7 +65,7 @@ const town = [...stay("one", 54.3, 10.1), ...stay("two", 54.3001, 10.1001, 4), .
   .sort((a, b) => a[3] < b[3] ? -1 : 1);
 
 test("all columns of each kind of result are those of the CSV", async () => {
-  for (const command of ["boxes", "presence", "hangouts", "stays", "meet"]) {
+  for (const command of ["boxes", "presence", "hangouts", "stays", "places", "meet"]) {
     const csv = readCsv(run(command, town, "csv"));
     const page = await open(run(command, town, "html"), { hash: "row=1" });
     for (let row = 1; row < Math.min(csv.length, 8); row++) {
