@@ -95,6 +95,7 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// | max_bridge=86400000 | stays: a longer silence ends one in any case, ms |
 /// | max_away=300000 | stays: fixes elsewhere end one when they go on for so long, ms |
 /// | max_accuracy=200 | stays: less accurate fixes are left out, metres |
+/// | rows=0 | stays: 1: the rows of the input that belong to each, in place of the stays |
 /// | within=50 | encounters: how near two are who are together, metres |
 /// | apart=300000 | encounters: how far apart fixes may be for the way between to be known, ms |
 /// | min_duration=0 | encounters: shorter encounters are left out, ms |

@@ -657,7 +657,7 @@ TEST(SessionFromC, RefusesInWords) {
     constexpr std::int32_t kBad = QORVEL_ENGINE_BAD_CONFIGURATION;
     const Opening openings[] = {
         {"boxes", kConfig, nullptr, 0, 0},
-        {"stays", kConfig, "late=ever\nlast_figures=1\n", 0, 0},
+        {"stays", kConfig, "late=ever\nlast_figures=1\nrows=1\n", 0, 0},
         {"encounters", kConfig, "within=7\npairs=1\naccuracy=", 0, 0},
         {"stays", "",
          "radius=1e5\nmin_stay=0\nmax_gap=5\nmax_bridge=5\n"

@@ -33,6 +33,10 @@ struct StayOptions {
     /// A fix less accurate than this neither begins, ends nor moves a stay, metres, from 0.
     /// 200, as the radius: a worse one does not tell whether somebody is within it.
     double maxAccuracy = 200.0;
+
+    /// The rows of each stay are wanted in place of the stays: see StayRowResult. Memory: 8 bytes
+    /// for each fix of the stays under way.
+    bool label = false;
 };
 
 } // namespace qorvel_engine

@@ -6,6 +6,7 @@
 #include "engine/analysis/PlaceResult.h"
 #include "engine/analysis/RecordResult.h"
 #include "engine/analysis/StayResult.h"
+#include "engine/analysis/StayRowResult.h"
 #include "engine/analysis/detail/BoxesAnalysis.h"
 #include "engine/analysis/detail/EncountersAnalysis.h"
 #include "engine/analysis/detail/FirstRecordsAnalysis.h"
@@ -80,7 +81,8 @@ const ResultSchema& schemaOf(const AnalysisOptions& options) {
     case Question::hangouts:
         return HangoutResult::layout().schema();
     case Question::stays:
-        return StayResult::layout().schema();
+        return options.stays.label ? StayRowResult::layout().schema()
+                                   : StayResult::layout().schema();
     case Question::encounters:
         return options.encounters.pairs ? PairResult::layout().schema()
                                         : EncounterResult::layout().schema();

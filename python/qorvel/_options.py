@@ -115,6 +115,10 @@ class Stays(Run, total=False):
         Fixes elsewhere end a stay when they go on for so long; ``"5 minutes"`` by default.
     max_accuracy : float
         A less accurate fix neither begins, ends nor moves a stay, metres; 200 by default.
+    label : bool
+        In place of the stays, the rows of the table that belong to each: ``row``, its number from
+        0, ``entity``, and ``from`` and ``to``, which with the entity tell the stay. Rows of no
+        stay, and fixes that a stay leaves out, are not there.
     """
 
     radius: float | None
@@ -123,6 +127,7 @@ class Stays(Run, total=False):
     max_bridge: Span | None
     max_away: Span | None
     max_accuracy: float | None
+    label: bool
 
 
 class Places(Stays, total=False):

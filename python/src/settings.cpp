@@ -100,7 +100,12 @@ constexpr Setting kSettings[] = {
      [](nb::handle v, Reading& r) {
          r.settings.analysis.places.zone = TimeZone(nb::cast<std::string>(v));
      }},
-    {"label", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.places.labels); }},
+    {"label",
+     [](nb::handle v, Reading& r) {
+         AnalysisOptions& analysis = r.settings.analysis;
+         const bool ofPlaces = analysis.question == Question::places;
+         read(v, ofPlaces ? analysis.places.labels : analysis.stays.label);
+     }},
     {"config_file",
      [](nb::handle v, Reading& r) { r.config = readConfig(nb::cast<std::string>(v)); }},
     {"config_text",

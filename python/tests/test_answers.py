@@ -180,3 +180,27 @@ def times_as_numbers(schema):
     return pa.schema(
         [(f.name, pa.int64() if pa.types.is_timestamp(f.type) else f.type) for f in schema]
     )
+
+
+def test_labels_are_the_rows_of_each_stay(program, world):
+    """As many as the stay has fixes, from its first to its last, however the rows come in."""
+    table = read(world).append_column("row", pa.array(range(read(world).num_rows)))
+    stays = answer("stays", table).to_polars()
+    labels = answer("stays", table, label=True).to_polars()
+    key = ["entity", "from", "to"]
+    times = pl.DataFrame(table).select("row", time=pl.from_epoch("time_ms", time_unit="ms"))
+    found = (
+        labels.join(times, on="row")
+        .group_by(key)
+        .agg(fixes=pl.len(), first=pl.min("time"), last=pl.max("time"))
+        .sort(key)
+    )
+    assert found["fixes"].sum() > 1000
+    assert found.select(*key, "fixes").rows() == stays.sort(key).select(*key, "fixes").rows()
+    begin, end = (found[name].dt.replace_time_zone(None) for name in ("from", "to"))
+    assert ((begin <= found["first"]) & (found["last"] <= end)).all()
+    assert labels["row"].is_unique().all()
+    wanted = labels.sort("row")
+    for size, threads in ((1, 2), (777, 1)):
+        got = answer("stays", batched(table, size), threads=threads, label=True).to_polars()
+        assert got.sort("row").equals(wanted)

@@ -4,6 +4,7 @@
 #include "engine/analysis/detail/FixSum.h"
 
 #include <cstdint>
+#include <vector>
 
 namespace qorvel_engine::detail {
 
@@ -13,6 +14,7 @@ struct Stay {
     std::int64_t to;        ///< of the last one
     std::int64_t knownFrom; ///< the time, of a fix or in a silence, at which it became final
     FixSum fixes;
+    std::vector<std::uint64_t> rows{}; ///< of its fixes, by time, if they are wanted
 };
 
 } // namespace qorvel_engine::detail

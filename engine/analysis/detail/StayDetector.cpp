@@ -69,7 +69,8 @@ void StayDetector::take(const StayFix& fix, Work& work) {
         return;
     }
     const Bead bead{fix.time, fix.time, fix.accuracy,
-                    FixSum(toEarthPoint({fix.latitude, fix.longitude}), fix.accuracy)};
+                    FixSum(toEarthPoint({fix.latitude, fix.longitude}), fix.accuracy),
+                    options.label ? keepRow(fix.row) : 0};
     if (open_.fixes.count() == 0) {
         open_ = bead;
     } else if (squaredDistance(bead.fixes.centre(), open_.fixes.centre()) <= beadRadius2(options)) {
@@ -200,6 +201,7 @@ void StayDetector::moveToMiddle() {
         middle_.fixes.add(old->fixes);
         middle_.fixes.reach(old->fixes, all_.centre());
         middle_.last = old->last;
+        appendRows(*old, middleRows_);
     }
     beads_.erase(beads_.begin(), half);
 }
@@ -254,12 +256,50 @@ void StayDetector::close(std::int64_t knownFrom, Work& work) {
             for (const Bead& bead : beads_) {
                 fixes.reach(bead.fixes, fixes.centre());
             }
-            work.stays.push_back({from, to, knownFrom, fixes});
+            work.stays.push_back({from, to, knownFrom, fixes, middleRows_});
+            for (const Bead& bead : beads_) {
+                appendRows(bead, work.stays.back().rows);
+            }
         }
     }
     beads_.clear();
     middle_ = {};
+    middleRows_.clear();
     away_ = 0;
+}
+
+/// The number of a fix. Rows of those that no bead has any more are given back when they are half
+/// of all.
+std::uint64_t StayDetector::keepRow(std::uint64_t row) {
+    if (rows_.size() == rows_.capacity()) {
+        forgetRows();
+    }
+    rows_.push_back(row);
+    return firstNumber_ + rows_.size() - 1;
+}
+
+void StayDetector::forgetRows() {
+    std::uint64_t needed = firstNumber_ + rows_.size();
+    if (open_.fixes.count() > 0) {
+        needed = std::min(needed, open_.number);
+    }
+    for (const std::vector<Bead>* const beads : {&beads_, &waiting_}) {
+        if (!beads->empty()) {
+            needed = std::min(needed, beads->front().number);
+        }
+    }
+    const auto needless = static_cast<std::ptrdiff_t>(needed - firstNumber_);
+    if (2 * static_cast<std::size_t>(needless) >= rows_.size()) {
+        rows_.erase(rows_.begin(), rows_.begin() + needless);
+        firstNumber_ = needed;
+    }
+}
+
+void StayDetector::appendRows(const Bead& bead, std::vector<std::uint64_t>& to) const {
+    if (!rows_.empty()) {
+        const auto first = rows_.begin() + static_cast<std::ptrdiff_t>(bead.number - firstNumber_);
+        to.insert(to.end(), first, first + static_cast<std::ptrdiff_t>(bead.fixes.count()));
+    }
 }
 
 } // namespace qorvel_engine::detail

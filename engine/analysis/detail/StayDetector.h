@@ -35,6 +35,7 @@ public:
         std::int64_t last = 0;  ///< ms
         double accuracy = 0.0;  ///< of its best fix, metres
         FixSum fixes;
+        std::uint64_t number = 0; ///< of its first fix, among those of the detector; with labels
     };
 
     /// What detectors of one thread share.
@@ -68,6 +69,9 @@ private:
     void cutFront(const StayOptions& options);
     void cutBack(const StayOptions& options);
     const Bead& firstBead() const;
+    std::uint64_t keepRow(std::uint64_t row);
+    void forgetRows();
+    void appendRows(const Bead& bead, std::vector<std::uint64_t>& to) const;
     std::int64_t endingSilence(const StayOptions& options) const;
 
     Bead open_; ///< fixes may still join it; it may have none yet
@@ -81,6 +85,11 @@ private:
     std::vector<Bead> waiting_;
     std::size_t away_ = 0;       ///< how many of them are elsewhere beyond doubt
     std::int64_t awayFirst_ = 0; ///< of the first of these
+
+    // With labels only.
+    std::vector<std::uint64_t> rows_;       ///< of the fixes from that number on
+    std::uint64_t firstNumber_ = 0;         ///< it
+    std::vector<std::uint64_t> middleRows_; ///< of the middle
 };
 
 } // namespace qorvel_engine::detail

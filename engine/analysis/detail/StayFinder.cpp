@@ -3,6 +3,7 @@
 #include "engine/columns/Fault.h"
 
 #include <iterator>
+#include <utility>
 
 namespace qorvel_engine::detail {
 
@@ -30,7 +31,8 @@ void StayFinder::take(const Observation& observation) {
         return;
     }
     Entity& entity = entities_[event.eid];
-    entity.held.add({event.time, event.latitude, event.longitude, event.spaceTolerance});
+    entity.held.add(
+        {event.time, event.latitude, event.longitude, event.spaceTolerance, observation.row});
     proceed(entity, observation.oldestToCome);
     gather(event.eid);
 }
@@ -64,8 +66,8 @@ void StayFinder::proceed(Entity& entity, std::int64_t time) {
 }
 
 void StayFinder::gather(std::uint64_t eid) {
-    for (const Stay& stay : work_.stays) {
-        found_.emplace_back(eid, stay);
+    for (Stay& stay : work_.stays) {
+        found_.emplace_back(eid, std::move(stay));
     }
     work_.stays.clear();
 }

@@ -8,16 +8,17 @@ namespace qorvel_engine::detail {
 
 /// What of an event stays are found by.
 struct StayFix {
-    std::int64_t time; ///< ms since 1970 UTC, not negative
-    double latitude;   ///< degrees
-    double longitude;  ///< degrees
-    double accuracy;   ///< metres, not negative
+    std::int64_t time;     ///< ms since 1970 UTC, not negative
+    double latitude;       ///< degrees
+    double longitude;      ///< degrees
+    double accuracy;       ///< metres, not negative
+    std::uint64_t row = 0; ///< its number in the input
 
     /// By time; fixes of the same time by the rest, so that their order in the input is nothing to
-    /// anybody.
+    /// anybody but who asks for rows.
     bool operator<(const StayFix& other) const {
-        return std::tie(time, latitude, longitude, accuracy) <
-               std::tie(other.time, other.latitude, other.longitude, other.accuracy);
+        return std::tie(time, latitude, longitude, accuracy, row) <
+               std::tie(other.time, other.latitude, other.longitude, other.accuracy, other.row);
     }
 };
 

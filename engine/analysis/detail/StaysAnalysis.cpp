@@ -1,6 +1,7 @@
 #include "engine/analysis/detail/StaysAnalysis.h"
 
 #include "engine/analysis/StayResult.h"
+#include "engine/analysis/StayRowResult.h"
 
 #include <algorithm>
 #include <tuple>
@@ -28,14 +29,27 @@ StayResult resultOf(const StayFinder::FoundStay& found) {
             SpaceBox(latitude, longitude, kCellBits)};
 }
 
+/// Gives a stay, or its rows.
+template <class Give>
+void give(const StayFinder::FoundStay& found, const StayOptions& options, const Give& give) {
+    if (!options.label) {
+        give(resultOf(found));
+        return;
+    }
+    const auto& [eid, stay] = found;
+    for (const std::uint64_t row : stay.rows) {
+        give(StayRowResult{static_cast<std::int64_t>(row), eid, stay.from, stay.to});
+    }
+}
+
 class StaysShard : public Shard {
 public:
-    explicit StaysShard(const StayOptions& options) : finder_(options) {}
+    explicit StaysShard(const StayOptions& options) : options_(options), finder_(options) {}
 
     void take(const Observation& observation, Found& found) override {
         finder_.take(observation);
         for (const StayFinder::FoundStay& stay : finder_.found()) {
-            found.results().append(resultOf(stay));
+            give(stay, options_, [&](const auto& result) { found.results().append(result); });
         }
         finder_.found().clear();
     }
@@ -60,11 +74,14 @@ private:
                    std::tie(right.second.knownFrom, right.first);
         });
         for (const StayFinder::FoundStay& stay : found) {
-            results.add({stay.second.knownFrom, stay.first}, resultOf(stay));
+            give(stay, options_, [&](const auto& result) {
+                results.add({stay.second.knownFrom, stay.first}, result);
+            });
         }
         found.clear();
     }
 
+    const StayOptions options_;
     StayFinder finder_;
 };
 
@@ -73,7 +90,8 @@ private:
 StaysAnalysis::StaysAnalysis(const StayOptions& options) : options_(checked(options)) {}
 
 ResultTable StaysAnalysis::makeTable(std::shared_ptr<const EntityNames> names) const {
-    return StayResult::layout().makeTable(std::move(names));
+    return options_.label ? StayRowResult::layout().makeTable(std::move(names))
+                          : StayResult::layout().makeTable(std::move(names));
 }
 
 std::unique_ptr<Shard> StaysAnalysis::makeShard() const {

@@ -65,6 +65,7 @@ constexpr Option kOptions[] = {
      [](CallOptions& o, std::string_view v) { return read(v, o.analysis.stays.maxAway); }},
     {"max_accuracy",
      [](CallOptions& o, std::string_view v) { return read(v, o.analysis.stays.maxAccuracy); }},
+    {"rows", [](CallOptions& o, std::string_view v) { return read(v, o.analysis.stays.label); }},
     {"within",
      [](CallOptions& o, std::string_view v) { return read(v, o.analysis.encounters.within); }},
     {"apart",
