@@ -109,8 +109,12 @@ private:
 };
 
 bool takeDate(Scanner& text, Date& date) {
-    return text.takeNumber(4, date.year) && text.take("-") && text.takeNumber(2, date.month) &&
-           text.take("-") && text.takeNumber(2, date.day);
+    if (!text.takeNumber(4, date.year)) {
+        return false;
+    }
+    const std::string_view between = text.take("/") ? "/" : "-";
+    return (between == "/" || text.take(between)) && text.takeNumber(2, date.month) &&
+           text.take(between) && text.takeNumber(2, date.day);
 }
 
 struct TimeOfDay {
@@ -173,14 +177,13 @@ void appendYear(std::string& out, std::int64_t year) {
     out.append(digits.size() < 4 ? 4 - digits.size() : 0, '0') += digits;
 }
 
-} // namespace
-
-void appendTime(std::string& out, std::int64_t time) {
+/// As clocks show it, without what says which clocks.
+void appendClock(std::string& out, std::int64_t time) {
     const std::int64_t rest = time % kMsPerDay;
     const std::int64_t msOfDay = rest < 0 ? rest + kMsPerDay : rest;
     const Date date = toDate(time / kMsPerDay - (rest < 0 ? 1 : 0));
     appendYear(out, date.year);
-    char text[] = "-00-00T00:00:00.000Z";
+    char text[] = "-00-00T00:00:00.000";
     put<2>(text + 1, date.month);
     put<2>(text + 4, date.day);
     put<2>(text + 7, msOfDay / 3600000);
@@ -189,18 +192,46 @@ void appendTime(std::string& out, std::int64_t time) {
     const std::int64_t ms = msOfDay % 1000;
     if (ms != 0) {
         put<3>(text + 16, ms);
-        out.append(text, 20);
+        out.append(text, 19);
     } else {
-        text[15] = 'Z';
-        out.append(text, 16);
+        out.append(text, 15);
     }
 }
 
-void appendBoxEnd(std::string& out, std::int64_t time) {
+/// "+01:00", with seconds only where there are any, as before zones had whole minutes.
+void appendOffset(std::string& out, std::int64_t ms) {
+    const std::int64_t seconds = (ms < 0 ? -ms : ms) / 1000;
+    char text[] = "+00:00:00";
+    text[0] = ms < 0 ? '-' : '+';
+    put<2>(text + 1, seconds / 3600);
+    put<2>(text + 4, seconds / 60 % 60);
+    put<2>(text + 7, seconds % 60);
+    out.append(text, seconds % 60 != 0 ? 9 : 6);
+}
+
+} // namespace
+
+void appendTime(std::string& out, std::int64_t time) {
+    appendClock(out, time);
+    out += 'Z';
+}
+
+void appendTime(std::string& out, std::int64_t time,
+                const std::optional<qorvel_engine::TimeZone>& zone) {
+    if (!zone) {
+        appendTime(out, time);
+        return;
+    }
+    appendClock(out, zone->toLocal(time));
+    appendOffset(out, zone->offsetAt(time));
+}
+
+void appendBoxEnd(std::string& out, std::int64_t time,
+                  const std::optional<qorvel_engine::TimeZone>& zone) {
     if (qorvel_engine::isEver(time)) {
         out += "ever";
     } else {
-        appendTime(out, time);
+        appendTime(out, time, zone);
     }
 }
 

@@ -1,7 +1,10 @@
 #ifndef QORVEL_PROGRAM_ISOTIME_H
 #define QORVEL_PROGRAM_ISOTIME_H
 
+#include "engine/setup/TimeZone.h"
+
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,8 +16,13 @@ namespace program {
 /// ("+292278994-08-17T07:12:55.807Z").
 void appendTime(std::string& out, std::int64_t time);
 
+/// The same as the clocks of a zone show it, with their offset: "2012-12-18T12:53:30+01:00".
+void appendTime(std::string& out, std::int64_t time,
+                const std::optional<qorvel_engine::TimeZone>& zone);
+
 /// The same for the end of a time box, but ends beyond the year 9999 are "ever".
-void appendBoxEnd(std::string& out, std::int64_t time);
+void appendBoxEnd(std::string& out, std::int64_t time,
+                  const std::optional<qorvel_engine::TimeZone>& zone = std::nullopt);
 
 /// A time as it was read.
 struct IsoTime {
@@ -23,10 +31,10 @@ struct IsoTime {
 };
 
 /// Reads a time of ISO 8601 in years 0000 to 9999: "2012-12-18T11:58:00.250+01:00". A blank may
-/// stand for the T and before the offset; the offset is Z, UTC, +01:00, +0100 or +01, and may be
-/// missing, as may the fraction (1 to 9 digits; what is finer than a millisecond is dropped), the
-/// seconds, or all behind the date (midnight).
-/// Returns null, or what is wrong, in words that go on from the name of the time.
+/// stand for the T, "2012/12/18" for the date and before the offset; the offset is Z, UTC, +01:00,
+/// +0100 or +01, and may be missing, as may the fraction (1 to 9 digits; what is finer than a
+/// millisecond is dropped), the seconds, or all behind the date (midnight). Returns null, or what
+/// is wrong, in words that go on from the name of the time.
 const char* readIsoTime(std::string_view text, IsoTime& result);
 
 } // namespace program

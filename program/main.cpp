@@ -33,7 +33,7 @@ program::ExitCode run(int argc, const char* const* argv) {
 
 program::ExitCode complain(const char* what, program::ExitCode code = program::ExitCode::broken) {
     if (code != program::ExitCode::readerGone) {
-        program::tell(what);
+        program::tell(what, program::Level::error);
     }
     return code;
 }

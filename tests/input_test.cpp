@@ -1,5 +1,6 @@
 // The program's input: every format, time, header and kind of damage.
 #include "program/Failure.h"
+#include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
 #include "program/isoTime.h"
 
@@ -21,6 +22,7 @@
 namespace {
 
 using namespace program;
+using qorvel_engine::TimeZone;
 using namespace std::string_literals;
 
 /// A file in a folder that goes when the test ends.
@@ -111,7 +113,7 @@ Said said(FixSource& source) {
         EXPECT_EQ(failure.code(), ExitCode::broken);
         all.end = failure.what();
     }
-    for (const std::string& remark : source.remarks()) {
+    for (const std::string& remark : source.assumed().remarks()) {
         all.remarks += remark + '.';
     }
     return all;
@@ -155,6 +157,17 @@ TEST(Input, IsTheSameInEveryFormat) {
                             "8.5401,10\r\n\r\n 1355831940000 ,-33.5,\"Bo\",-70.25,\r\n";
     std::string tsv = csv;
     std::replace(tsv.begin(), tsv.end(), ',', '\t');
+    std::string semicolons = csv;
+    std::replace(semicolons.begin(), semicolons.end(), ',', ';');
+    const std::string points =
+        "t|user|wkt|acc\n 1355831880.251 |Anna|POINT Z(+8.5401 47.371200001 "
+        "9)|\" +10 \"\n2012/12/18 11:59|Bo|srid=4326;Point( -70.25 -33.5 )|\n";
+    const std::string lines =
+        R"({"t":1355831880251000,"point":{"coordinates":[8.5401,47.371200001],"type":"Point"},)"
+        R"("uid":"Anna","acc":10})"
+        "\n"
+        R"j({"t":1355831940000000,"uid":"Bo","point":"POINT(-70.25 -33.5)"})j"
+        "\n";
     std::string macLineEnds = csv;
     macLineEnds.erase(std::remove(macLineEnds.begin(), macLineEnds.end(), '\n'), macLineEnds.end());
     const std::string geoJson = save(
@@ -175,6 +188,11 @@ TEST(Input, IsTheSameInEveryFormat) {
         save("members.csv.gz", packed(csv.substr(0, 50)) + packed("") + packed(csv.substr(50)) +
                                    std::string(512, '\0')),
         piped(csv),
+        piped(semicolons),
+        piped(lines),
+        piped(packed("\xEF\xBB\xBF\n" + lines)),
+        save("tabs.csv", tsv),
+        save("points.txt", points),
         piped(packed("\xEF\xBB\xBF" + csv)),
         save("a.ndjson",
              R"({"t":1355831880.251,"lat":47.371200001,"user":"\u0041nna","lng":"8.5401",)"
@@ -217,21 +235,28 @@ TEST(Input, ReadsTimes) {
         {"time", 99999999999000, asSeconds, {"99999999999"}},
         {"time", 100000000000, "", {"100000000000", "100000000000.9"}},
         {"time_ms", 99999999999, "", {"99999999999"}},
-        {"time", 99999999999999, "", {"99999999999999", "99999999999999.9"}},
+        {"time", 99999999999999, "", {"99999999999999", "99999999999999.9", " +99999999999999 "}},
         {"time_ms", -1, "beyond the year 5138; say with --time-unit", {"100000000000000"}},
-        {"time", -1, "beyond the year 5138", {"1355831880250000", "9223372036854775807"}},
+        {"time", 100000000000, "read as microseconds", {"100000000000000", "100000000000000.9"}},
+        {"time", 99999999999999, "read as microseconds", {"99999999999999999"}},
+        {"time", 100000000000, "read as nanoseconds", {"100000000000000000"}},
+        {"time", 9223372036854, "read as nanoseconds", {"9223372036854775807"}},
+        {"time_us", 1355831880250, "", {"1355831880250000"}},
+        {"timestampNs", 1355831880250, "", {"1355831880250000000"}},
+        {"timeMs", 1, "", {"1", "+1"}},
         {"time", 1355831880250, asSeconds, {"1355831880.25", "1355831880.2509"}},
-        {"time", -1, noWhole, {"9223372036854775808", "1.5e3", "13558 ", "1.x", "--1"}},
+        {"time", -1, noWhole, {"9223372036854775808", "1.5e3", "1 3", "1.x", "--1"}},
         {"time", -1, "is negative", {"-1", "-0.5"}},
-        {"time", -1, "neither a number nor an ISO 8601 time", {"soon", "nan", ".5"}},
-        {"time", -1, "time is missing", {""}},
+        {"time", -1, "neither a number nor an ISO 8601 time", {"soon", "nan", ".5", "++1", "+-1"}},
+        {"time", -1, "time is missing", {"", " "}},
         {"time", 0, "", {"1970-01-01T00:00:00Z", "1970-01-01T01:00+01"}},
         {"time", -1, "before 1970", {"1969-12-31T23:59:59.999Z", "1970-01-01T00:59+01:00"}},
         {"time_ms", 1355831880000, "", {"2012-12-18T11:58:00Z", "2012-12-18t11:58z"}},
         {"t", 1355831880000, "", {"2012-12-18 12:58:00 +0100", "2012-12-18 06:28-05:30"}},
         {"t", 1355831880000, "", {"2012-12-18 10:58-01", "2012-12-18 11:58:00 UTC"}},
         {"t", 1355831880000, asUtc, {"2012-12-18 11:58", "2012-12-18T11:58:00.000999999"}},
-        {"t", 1355788800000, asUtc, {"2012-12-18"}},
+        {"t", 1355788800000, asUtc, {"2012-12-18", "2012/12/18", "2012/12/18 00:00"}},
+        {"t", -1, noIso, {"2012/12-18", "2012-12/18", "2012/1/18"}},
         {"t", -1, noIso, {"2012-12-18T11:58:00.1234567891", "2012-12-18T11:58:00.Z"}},
         {"t", -1, noIso, {"2012-12-18T", "2012-12-18Z", "2012-12-18x11:58", "2012-12-18T11Z"}},
         {"t", -1, noIso, {"2012-12-18T11:58+24:00", "2012-12-18T11:58+01:60", "2012-1-18"}},
@@ -260,6 +285,14 @@ TEST(Input, ReadsTimes) {
                                    "a,1,2,9223372036854775\n");
     EXPECT_TRUE(has(all.row(2), "t is beyond the year 5138")) << all.row(2);
     EXPECT_TRUE(has(all.row(3), "t is out of range")) << all.row(3);
+    const Said coarse = said("t.csv", "id,y,x,t\na,1,2,1355831880250000\na,1,2,1355831880250\n");
+    EXPECT_TRUE(has(coarse.row(1), "before March 1973 in the unit of the first")) << coarse.row(1);
+    InputOptions summer;
+    summer.file = save("t.csv", "id,y,x,t\na,1,2,2012-07-18 12:00\na,1,2,2012-07-18 12:00Z\n");
+    summer.zone = TimeZone("Europe/Zurich");
+    EXPECT_TRUE(has(said(summer).row(0), " 1342605600000 ")) << said(summer).row(0);
+    EXPECT_TRUE(has(said(summer).row(1), " 1342612800000 ")) << said(summer).row(1);
+    EXPECT_EQ(said(summer).remarks, "");
     const std::pair<TimeUnit, std::int64_t> units[] = {{TimeUnit::seconds, 9000000000000900},
                                                        {TimeUnit::milliseconds, 9000000000000},
                                                        {TimeUnit::microseconds, 9000000000},
@@ -364,7 +397,15 @@ TEST(Input, SaysWhatIsBroken) {
         {"/", "", 0, "cannot read /: Is a directory"},
         {"PG:host=/nowhere dbname=x", "", 0, "PG:host=/nowhere dbname=x: GDAL cannot read it as P"},
         {"http://x/y", "", 0, "is no file; if one of GDAL's drivers"},
-        {"b.parquet", "PAR1\x15\x04", 0, "b.parquet is a Parquet file: convert it"},
+        {"b.parquet", "PAR1\x15\x04", 0, "b.parquet: GDAL "},
+        {"b.csv", "PAR1\x15\x04", 0, "is a Parquet file: name it .parquet"},
+        {"b.csv", "id,t,wkt\na,3,POINT (1 2 x)\n", 0, "wkt is no point in WKT or GeoJSON"},
+        {"b.csv", "id,t,wkt\na,3,POINT (1 2 3 4 5)\n", 0, "is no point"},
+        {"b.csv", "id,t,wkt\na,3,POINT (47 180)\n", 0, "out of range (the longitude comes first)"},
+        {"b.csv", "id,t,wkt\na,3,SRID=3857;POINT (1 2)\n", 0, "another coordinate system"},
+        {"b.csv", "id,t,wkt\na,3,\n", 0, "wkt is missing"},
+        {"b.csv", "id;t;geom\na;3;{\"type\":\"Point\",\"coordinates\":[1]}\n", 0,
+         "geom is no point"},
         {"b.csv", "SQLite format 3\0\x10"s, 0, "is an SQLite database: name it .gpkg"},
         {"b.csv", "PK\3\4\x14", 0, "is a zip archive"},
         {"b.csv", "\xFF\xFEi\0d\0"s, 0, "is text in UTF-16: convert it to UTF-8"},
@@ -590,6 +631,89 @@ TEST(Input, NoFileRunsReachesOutOrWrites) {
             std::filesystem::remove(options.file);
         }
     }
+}
+
+TEST(Input, HasManyFiles) {
+    const auto row = [](const char* entity, int lat) {
+        return std::string(entity) + "," + std::to_string(lat) + ",2,3\n";
+    };
+    const std::string header = "id,lat,lon,t\n";
+    std::filesystem::create_directories(scratch("many/.hidden"));
+    std::filesystem::create_directories(scratch("many/day=2"));
+    save("many/b.csv", header + row("b", 2));
+    save("many/day=2/a.csv.gz", packed(header + row("a", 3) + row("b", 4)));
+    save("many/a.ndjson", R"({"id":"a","lat":1,"lon":2,"t":"1970-01-01T00:00:03"})");
+    save("many/none.csv", "");
+    for (const char* ignored :
+         {"many/.hidden/a.csv", "many/_SUCCESS", "many/notes", "many/.b.csv"}) {
+        save(ignored, "nothing");
+    }
+    const auto of = [](std::vector<std::string> names) {
+        InputOptions options;
+        options.names = std::move(names);
+        std::string all;
+        try {
+            const auto source = openTracks(options);
+            Said first = said(*source);
+            source->rewind();
+            EXPECT_EQ(said(*source).rows, first.rows);
+            EXPECT_TRUE(!first.end.empty() || source->shareRead() == 1.0);
+            for (const std::string& each : first.rows) {
+                all += each.substr(0, 3) + '|';
+            }
+            return all + first.remarks + first.end;
+        } catch (const Failure& failure) {
+            return std::string(failure.what());
+        }
+    };
+    const std::string remark = "3 times are plain numbers and were read as seconds.";
+    const std::string utc =
+        "1 time has no offset and was read as UTC (--time-zone names another zone).";
+    EXPECT_EQ(of({scratch("many")}), "a 1|b 2|a 3|b 4|" + utc + remark);
+    EXPECT_TRUE(has(of({scratch("many/*.csv"), scratch("many/day*/a*")}), "b 2|a 3|b 4|"));
+    EXPECT_TRUE(has(of({scratch("many/b.csv"), scratch("many/b.csv")}), "b 2|b 2|2 times"));
+    EXPECT_TRUE(has(of({scratch("many/none.csv"), scratch("many/none.csv")}), "none.csv is empty"));
+    EXPECT_TRUE(has(of({scratch("many/b.csv"), scratch("gone")}), "gone: there is no such file"));
+    EXPECT_TRUE(has(of({scratch("many/*.gpx")}), "no file has a name that fits"));
+    EXPECT_TRUE(has(of({scratch("many/.hidden/..")}), "a 1|")) << "as it is named";
+    std::filesystem::create_directories(scratch("many/day=3"));
+    EXPECT_TRUE(has(of({scratch("many/day=3")}), "no file in the folder has a name that tells"));
+}
+
+TEST(Filter, LeavesOutWhatIsNotAskedForAndWhatIsTooFast) {
+    FilterOptions east{{"a", "b"}, Area{170, -10, -170, 10}, 1000, 8999, std::nullopt};
+    FilterOptions fast;
+    fast.maxSpeed = 10.0;
+    const struct {
+        const FilterOptions& options;
+        const char* entity;
+        double latitude;
+        double longitude;
+        std::int64_t time;
+        bool isTaken;
+    } rows[] = {
+        {east, "a", 10, 170, 1000, true},    {east, "b", -10, -170, 8999, true},
+        {east, "c", 0, 175, 2000, false},    {east, "a", 0, 169.9, 2000, false},
+        {east, "a", 0, -169.9, 2000, false}, {east, "a", 10.1, 180, 2000, false},
+        {east, "a", 0, 180, 999, false},     {east, "a", 0, -180, 9000, false},
+        {fast, "a", 0, 0, 0, true},          {fast, "a", 0.0000899, 0, 1000, true},
+        {fast, "a", 1, 0, 2000, false},                                           // astray
+        {fast, "b", 50, 0, 2000, true},      {fast, "a", 0.0001, 0, 1000, false}, // at once
+        {fast, "a", 0.0001, 0, 3000, true},  {fast, "a", 5, 0, 4000, false},
+        {fast, "a", 9, 0, 5000, false},      {fast, "a", 5, 0, 5000, false},
+        {fast, "a", 5, 0, 6000, false},      {fast, "b", 50, 0.001, 1000, false},
+        {fast, "a", 5, 0, 7000, true}, // the third that agrees: it is there
+        {fast, "a", 0.0001, 0, 8000, false}, {fast, "a", 5.0001, 0, 6000, false},
+        {fast, "a", 5.0001, 0, 9000, true},
+    };
+    FixFilter filters[] = {FixFilter(east), FixFilter(fast)};
+    for (const auto& row : rows) {
+        FixFilter& filter = filters[&row.options == &east ? 0 : 1];
+        const Fix fix{row.entity, row.latitude, row.longitude, row.time, {}, "", ""};
+        EXPECT_EQ(filter.takes(fix), row.isTaken) << &row - rows;
+    }
+    EXPECT_TRUE(has(filters[0].remarks().at(0), "6 rows were left out by --entity"));
+    EXPECT_TRUE(has(filters[1].remarks().at(0), "9 rows were left out because they imply more"));
 }
 
 std::string withoutBlanks(std::string text) {

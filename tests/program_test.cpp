@@ -146,7 +146,26 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {3, 0, "hangouts -", "no column lon", "entity,lat,time_ms\na,1,2\n"},
         {3, 0, "hangouts -", "two columns \"lat\"", "entity,lat,lon,lat,time_ms\n"},
         {3, 0, "hangouts /no/such/file", "cannot open"},
-        {3, 0, "hangouts /", "cannot read"},
+        {3, 0, "hangouts " + scratch(""), "no file in the folder has a name that tells its format"},
+        {2, 0, "stays --max-speed fast -", "want a speed above 0"},
+        {2, 0, "stays --bbox 1,2,3 -", "west,south,east,north"},
+        {2, 0, "stays --bbox 1,5,3,4 -", "south first"},
+        {2, 0, "stays --from soon -", "--from \"soon\": the time is no ISO"},
+        {2, 0, "stays --time-zone Nowhere/Land -", "Nowhere/Land"},
+        {2, 0, "stays --entities " + scratch("gone") + " -", "cannot be read"},
+        {2, 0, "stays --out x.parquet -", "python -m qorvel"},
+        {2, 0, "stays --out x.gpkg.gz -", "cannot be written packed"},
+        {0, 2, "boxes --entity b --entity a --from 2012-12-18T11:59Z --to 2012-12-18T12:00Z -",
+         "3 rows read, 1 processed, 2 left out, 0 rejected"},
+        {3, 5, "boxes --max-rejects 1 -", "stopped at bad row 2, more than --max-rejects",
+         kHeader + "a,1,2,1,\nx\na,1,2,1,\ny\na,1,2,1,\n"},
+        {0, 3, "boxes --time-zone Asia/Kolkata -", "\na,s", kHeader + "a,1,2,2012-12-18 17:30,\n"},
+        {0, 3, "boxes --time-zone Asia/Kolkata -", ",2012-12-18T17:30:00+05:30\n",
+         kHeader + "a,1,2,2012-12-18T12:00Z,\n"},
+        {1, 4, "boxes --log json -",
+         "{\"level\":\"warning\",\"message\":\"standard input, line 5: 1 ", stay(3) + "bad\n"},
+        {1, 4, "boxes --quiet --summary json -",
+         "{\"summary\":{\"interrupted\":false,\"rows_read\":4,", stay(3) + "bad\n"},
         {3, 0, "synth --entities 1 --out /dev/full", "No space left"},
         // Where the input breaks off, what came before it counts.
         {3, 4, "boxes -", "line 5: the input ends inside a quoted", stay(3) + "\"b,47,8,1,2\n"},
@@ -306,6 +325,50 @@ TEST(Program, ShowsResultsAtOnceAndEndsCleanlyWhenInterrupted) {
               "kill -TERM $! || break; done; rest; code=$?; ls o.csv; exit $code");
     EXPECT_EQ(killed.code, 143);
     EXPECT_TRUE(has(killed.err, "o.csv': No such")) << killed.err;
+}
+
+TEST(Program, HandsOnWhatIsFinalToAPipeThatNeverEnds) {
+    // In each round two are together for an hour and then far apart, underway, for two.
+    const std::string talk = save("talk.sh", R"(cd "$1"; rm -f in out; mkfifo in out
+"$2" $3 --quiet --late '10 minutes' - <in >out & exec 3>in 5<out
+echo entity,lat,lon,time_ms >&3
+for round in 0 1 2 3; do
+    awk -v r=$round 'BEGIN { for (m = 0; m < 180; m++) { away = m < 60 ? 0 : m / 50; t = r * 180 + m
+        printf "a,%s,8,%d\nb,%s,8,%d\n", 47 + away, t * 60000, 47 - away, t * 60000 } }' >&3
+    [ $round -gt 0 ] || read -t 100 -r header <&5
+    for result in $(seq $4); do
+        read -t 100 -r line <&5 || { echo "nothing in round $round"; exit 1; }
+        echo "$line"
+    done
+done
+exec 3>&-; cat <&5; wait $!)");
+    for (const auto& [command, results] : {std::pair("stays", 2), {"meet", 1}}) {
+        const Outcome told = shell("bash " + talk + " " + scratch(".") + " $Q " + command + " " +
+                                   std::to_string(results));
+        EXPECT_EQ(told.code, 0) << told.err;
+        EXPECT_EQ(lineCount(told.out), results * 4) << command << told.out << told.err;
+    }
+}
+
+TEST(Program, PacksResultsAndReadsThemFromManyFiles) {
+    const std::string fixes = shell("$Q synth --entities 4 --days 2").out;
+    const std::string tracks = save("whole.csv", fixes);
+    const std::string parts = scratch("parts");
+    shell("mkdir " + parts + "; tail -n +2 " + tracks + " | split -l 2000 - " + parts +
+          "/p; for p in " + parts + "/p*; do { head -n 1 " + tracks +
+          "; cat $p; } | gzip >$p.csv.gz; "
+          "rm $p; done");
+    for (const std::string ending : {".csv", ".ndjson", ".geojson"}) {
+        const std::string plain = scratch("packed") + ending;
+        EXPECT_EQ(shell("$Q stays --out " + plain + ".gz " + parts).code, 0);
+        EXPECT_EQ(shell("$Q stays --out " + plain + " " + tracks).code, 0);
+        EXPECT_EQ(shell("zcat " + plain + ".gz").out, slurp(plain)) << ending;
+        EXPECT_GT(lineCount(slurp(plain)), 8);
+    }
+    const Outcome some = shell("$Q boxes --out /dev/null --rejects - --time-column entity "
+                               "--entity-column time_ms '" +
+                               parts + "/*.gz'");
+    EXPECT_TRUE(has(some.out, "file,line,reason,row\n" + parts + "/paa.csv.gz,2,"));
 }
 
 TEST(Program, EndsWhenOutputCannotBeWritten) {

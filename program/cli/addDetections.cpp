@@ -32,7 +32,7 @@ Command addDetection(CLI::App& command, Question question, const char* ratioMean
     }
     return {&command, [detection] {
                 RunOptions& options = detection->run;
-                refuseSenseless(options);
+                settle(options);
                 options.config = detection->setup.configFor(
                     processorKindOf(options.analysis.question), options.input);
                 return runAnalysis(options);

@@ -1,5 +1,4 @@
 // The commands that look for stays: stays and places.
-#include "engine/columns/Fault.h"
 #include "program/cli/commands.h"
 #include "program/cli/options.h"
 #include "program/cli/runGroup.h"
@@ -31,14 +30,6 @@ std::shared_ptr<RunOptions> addStaying(CLI::App& command, Question question) {
     return options;
 }
 
-TimeZone readZone(const std::string& name) {
-    try {
-        return TimeZone(name);
-    } catch (const Fault& fault) {
-        throw usageFailure(std::string("--time-zone: ") + fault.what());
-    }
-}
-
 } // namespace
 
 Command addStays(CLI::App& program) {
@@ -51,21 +42,17 @@ Command addPlaces(CLI::App& program) {
     CLI::App& command = *program.add_subcommand(
         "places", "where who stayed again and again, how long, by night and by weekday");
     const auto run = addStaying(command, Question::places);
-    PlaceOptions& places = run->analysis.places;
     command.get_option("--radius")
         ->description("how far from the middle of a stay its fixes may lie, and from that of a "
                       "place its stays, metres");
-    command
-        .add_option_function<std::string>(
-            "--time-zone", [&places](const std::string& name) { places.zone = readZone(name); },
-            "whose clocks tell nights (22 to 6) and days of the week, as in "
-            "\"Europe/Berlin\", or an offset such as \"+02:00\"")
-        ->default_str(places.zone.name());
-    command.add_flag("--label", places.labels,
+    command.add_flag("--label", run->analysis.places.labels,
                      "name the likely home, with most hours by night, and work, with most "
                      "hours from 9 to 17 on Mondays to Fridays elsewhere, if a visit is an "
                      "hour long on average");
-    return {&command, [run] { return runUnconfigured(*run); }};
+    return {&command, [run] {
+                run->analysis.places.zone = run->input.zone.value_or(TimeZone());
+                return runUnconfigured(*run);
+            }};
 }
 
 } // namespace program

@@ -1,6 +1,7 @@
 #include "program/cli/inputGroup.h"
 
 #include "program/cli/options.h"
+#include "program/engineNames.h"
 
 #include <cmath>
 #include <utility>
@@ -25,15 +26,20 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired) {
         {"--time-column", "when"},
         {"--accuracy-column", "how exact, metres"},
         {"--primary-key-column", "the primary key"},
-        {"--secondary-key-column", "the secondary key"}};
+        {"--secondary-key-column", "the secondary key"},
+        {"--point-column", "the place, as WKT or GeoJSON, in place of latitude and longitude"}};
     command
-        .add_option("FILE", input.file,
-                    "file of tracks, - for standard input, or a database as in "
-                    "\"PG:dbname=fleet\"")
+        .add_option(
+            "FILE", input.names,
+            "files of tracks, patterns as in \"*.csv\", folders with all that is below them, - "
+            "for standard input, or a database as in \"PG:dbname=fleet\"; several are read "
+            "one after another, and an entity may be in more than one")
         ->required(isRequired);
     const std::string group = "Input";
     addChoice(command, "--input-format", input.format, formats,
-              "format of the tracks; standard input is taken for CSV");
+              "format of the tracks; by-name: by the ending, else NDJSON if the first byte is a "
+              "brace, else CSV. CSV may have commas, semicolons, tabs or bars; what gzip packed is "
+              "unpacked");
     command.get_option("--input-format")->group(group);
     for (std::size_t field = 0; field < input.columns.size(); ++field) {
         command
@@ -41,10 +47,11 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired) {
                         std::string("column that says ") + columns[field].second)
             ->group(group);
     }
-    addChoice(command, "--time-unit", input.timeUnit, units,
-              "of times that are plain numbers; by-value: ms if the column's name ends in _ms, "
-              "else seconds if the first one is below 10^11; what is beyond the year 5138 then is "
-              "refused");
+    addChoice(
+        command, "--time-unit", input.timeUnit, units,
+        "of times that are plain numbers; by-value: as the column's name ends (_ms, _us, _ns), "
+        "else by the first one: seconds below 10^11, ms below 10^14, us below 10^17, else ns; "
+        "what is beyond the year 5138 then is refused");
     command.get_option("--time-unit")->group(group);
     command
         .add_option(
@@ -52,6 +59,13 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired) {
             "the one of GDAL's drivers that is to read the tracks; those of .gpx, .gpkg, "
             ".geojson, .geojsonl, .json, .fgb and .shp are known. It is trusted with all that it "
             "does: some read, write and fetch what a file tells them")
+        ->group(group);
+    command
+        .add_option_function<std::string>(
+            "--time-zone", [&input](const std::string& name) { input.zone = TimeZone(name); },
+            "zone of times without an offset, and of times in CSV, NDJSON and GeoJSON results, as "
+            "in Europe/Berlin or +05:30")
+        ->default_str("UTC")
         ->group(group);
     command.add_option("--layer", input.layer, "layer of a GDAL source")->group(group);
 }

@@ -1,7 +1,10 @@
 #include "program/cli/runGroup.h"
 
+#include "program/cli/filterGroup.h"
 #include "program/cli/inputGroup.h"
 #include "program/cli/options.h"
+#include "program/input/inputFiles.h"
+#include "program/tell.h"
 
 #include <algorithm>
 #include <limits>
@@ -28,9 +31,10 @@ void addRun(CLI::App& command, RunOptions& run) {
                                                          {"html", OutputFormat::html}};
     run.threads = std::max(1U, std::thread::hardware_concurrency());
     addInput(command, run.input);
+    addFilters(command, run.input, run.filter);
     addValue(command, "--out", run.output.file,
              "file for the results, which has its name only when it is complete; - for standard "
-             "output");
+             "output; what ends in .csv.gz, .ndjson.gz or .geojson.gz is packed");
     addChoice(command, "--format", run.output.format, formats,
               "format of the results; by the file's name: .csv .ndjson .geojson .gpkg .fgb, "
               "and .html for a page with a map that needs nothing but a browser");
@@ -46,8 +50,25 @@ void addRun(CLI::App& command, RunOptions& run) {
         "(which would run there as formulas), a tab, a line break or an apostrophe; otherwise "
         "names "
         "are written as they came");
-    command.add_flag("--strict", run.isStrict, "stop at the first bad row");
+    command.add_option("--max-rejects", run.mostRejects,
+                       "stop when there are more bad rows, with exit code 3");
+    command.add_flag_callback(
+        "--strict", [&run] { run.mostRejects = 0; },
+        "stop at the first bad row, as --max-rejects 0");
     command.add_flag("--quiet", run.isQuiet, "neither progress nor summary");
+    addChoice(command, "--summary", run.isSummaryJson, {{"text", false}, {"json", true}},
+              "the summary as a sentence, or as an object on a line of standard error (also with "
+              "--quiet)");
+    command
+        .add_option_function<std::string>(
+            "--log",
+            [&run](const std::string& word) {
+                setLogFormat(word == "json" ? LogFormat::json : LogFormat::text);
+                run.isSummaryJson = run.isSummaryJson || word == "json";
+            },
+            "messages as text, or each as an object on a line; json has the summary so, too")
+        ->check(CLI::IsMember({"text", "json"}))
+        ->default_str("text");
     command.add_option("--threads", run.threads, "threads; the output does not depend on it")
         ->default_str("all cores")
         ->check(CLI::Range(1U, 256U));
@@ -63,19 +84,25 @@ void addLate(CLI::App& command, RunOptions& run) {
         "other input has \"1 days\"");
 }
 
-void refuseSenseless(const RunOptions& run) {
+void settle(RunOptions& run) {
+    run.output.zone = run.input.zone;
     refuseSenseless(run.events);
-    const std::string input = run.input.file == "-" ? "/dev/stdin" : run.input.file;
-    if (isSameFile(run.rejectsFile, run.output.file) || isSameFile(run.rejectsFile, input)) {
-        throw usageFailure("--rejects cannot be the file of the tracks or of the results");
+    if (isSameFile(run.rejectsFile, run.output.file)) {
+        throw usageFailure("--rejects cannot be the file of the results");
     }
-    if (isSameFile(run.output.file, input)) {
-        throw usageFailure("--out cannot be the file of the tracks");
+    for (const std::string& file : inputFiles(run.input)) {
+        const std::string input = file == "-" ? "/dev/stdin" : file;
+        if (isSameFile(run.rejectsFile, input)) {
+            throw usageFailure("--rejects cannot be the file of the tracks");
+        }
+        if (isSameFile(run.output.file, input)) {
+            throw usageFailure("--out cannot be the file of the tracks");
+        }
     }
 }
 
 ExitCode runUnconfigured(RunOptions& run) {
-    refuseSenseless(run);
+    settle(run);
     ignoreKeys(run.input);
     return runAnalysis(run);
 }

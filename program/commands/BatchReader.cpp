@@ -4,6 +4,7 @@
 #include "program/commands/Progress.h"
 #include "program/commands/Rejects.h"
 #include "program/input/FixBatch.h"
+#include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
 
 #include <string>
@@ -52,13 +53,19 @@ void BatchReader::readRow(FixBatch& batch) {
         if (fix_.time < oldest_.from(row)) {
             throw Failure(ExitCode::broken, "the input changed while it was read");
         }
-        batch.append(fix_);
+        if (filter_.takes(fix_)) {
+            batch.append(fix_);
+        }
         return;
     }
     progress_.clear();
     rejects_.add(source_, fault);
-    if (isStrict_) {
-        throw Failure(ExitCode::broken, "stopped at the first bad row (--strict)");
+    if (mostRejects_ && rejects_.count() > *mostRejects_) {
+        throw Failure(ExitCode::broken, *mostRejects_ == 0
+                                            ? "stopped at the first bad row (--strict)"
+                                            : "stopped at bad row " +
+                                                  std::to_string(rejects_.count()) +
+                                                  ", more than --max-rejects allows");
     }
 }
 

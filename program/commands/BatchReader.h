@@ -11,19 +11,21 @@
 namespace program {
 
 class FixBatch;
+class FixFilter;
 class FixSource;
 class Progress;
 class Rejects;
 
-/// Reads the input batch by batch and sorts out bad rows: what is in a batch the engine takes.
+/// Reads the input batch by batch and sorts out bad rows, and those that are not asked for: what is
+/// in a batch the engine takes.
 class BatchReader {
 public:
     /// All must outlive the reader.
-    /// @param isStrict  a bad row ends the input
-    BatchReader(FixSource& source, const OldestTimes& oldest, Rejects& rejects, Progress& progress,
-                bool isStrict)
-        : source_(source), oldest_(oldest), rejects_(rejects), progress_(progress),
-          isStrict_(isStrict) {}
+    /// @param mostRejects  a bad row more ends the input; none: any number is skipped
+    BatchReader(FixSource& source, const OldestTimes& oldest, FixFilter& filter, Rejects& rejects,
+                Progress& progress, std::optional<std::uint64_t> mostRejects)
+        : source_(source), oldest_(oldest), filter_(filter), rejects_(rejects), progress_(progress),
+          mostRejects_(mostRejects) {}
 
     /// Reads the next rows into a batch that is empty; false when there are none, also after a
     /// SIGINT. What ends the input early is kept for trouble(), so that the rows before it count.
@@ -46,9 +48,10 @@ private:
 
     FixSource& source_;
     const OldestTimes& oldest_;
+    FixFilter& filter_;
     Rejects& rejects_;
     Progress& progress_;
-    bool isStrict_;
+    std::optional<std::uint64_t> mostRejects_;
     bool isLive_ = false;
     bool hasEnded_ = false;
     std::optional<Failure> trouble_;

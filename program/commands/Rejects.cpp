@@ -12,10 +12,11 @@ constexpr std::uint64_t kMostTold = 10;
 
 } // namespace
 
-Rejects::Rejects(const std::string& file, bool isCsvSafe) : isCsvSafe_(isCsvSafe) {
+Rejects::Rejects(const std::string& file, bool isCsvSafe, bool isSeveral)
+    : isCsvSafe_(isCsvSafe), isSeveral_(isSeveral) {
     if (!file.empty()) {
         file_ = std::make_unique<TextFile>(file, ".csv");
-        file_->write("line,reason,row\n");
+        file_->write(isSeveral ? "file,line,reason,row\n" : "line,reason,row\n");
     }
 }
 
@@ -36,6 +37,10 @@ void Rejects::add(const FixSource& source, const std::string& reason) {
 void Rejects::write(const FixSource& source, const std::string& reason) {
     const auto appendText = isCsvSafe_ ? csv::appendSafeField : csv::appendField;
     row_.clear();
+    if (isSeveral_) {
+        appendText(row_, source.name());
+        row_ += ',';
+    }
     csv::appendUnsigned(row_, source.line());
     row_ += ',';
     appendText(row_, reason);

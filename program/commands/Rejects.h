@@ -18,7 +18,8 @@ public:
     /// Throws Failure(broken) when the file cannot be made.
     /// @param file       empty: none
     /// @param isCsvSafe  reasons and rows by csv::appendSafeField
-    Rejects(const std::string& file, bool isCsvSafe);
+    /// @param isSeveral  rows come from several files, which are named in front of them
+    Rejects(const std::string& file, bool isCsvSafe, bool isSeveral);
 
     /// The row on which the source stands.
     void add(const FixSource& source, const std::string& reason);
@@ -33,6 +34,7 @@ private:
 
     std::unique_ptr<TextFile> file_;
     bool isCsvSafe_;
+    bool isSeveral_;
     std::string row_;
     std::uint64_t count_ = 0;
 };

@@ -6,15 +6,16 @@
 #include "program/commands/OldestTimes.h"
 #include "program/commands/Progress.h"
 #include "program/commands/Rejects.h"
+#include "program/commands/RunSummary.h"
 #include "program/commands/advice.h"
 #include "program/input/FixBatch.h"
+#include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
 #include "program/output/TextFile.h"
 #include "program/tell.h"
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <sys/resource.h>
@@ -30,10 +31,6 @@ double peakMemoryMiB() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return static_cast<double>(usage.ru_maxrss) / 1024.0;
-}
-
-unsigned long long printable(std::uint64_t value) {
-    return value;
 }
 
 /// The engine knows no options of a command line.
@@ -88,11 +85,12 @@ void check(const RunOptions& options) {
 class Run {
 public:
     explicit Run(const RunOptions& options)
-        : options_(options), progress_(!options.isQuiet), source_(openFixSource(options.input)),
+        : options_(options), progress_(!options.isQuiet), source_(openTracks(options.input)),
+          filter_(options.filter),
           writer_(openResultWriter(options.output, schemaOf(options.analysis))),
-          rejects_(options.rejectsFile, options.output.isCsvSafe),
+          rejects_(options.rejectsFile, options.output.isCsvSafe, source_->isSeveral()),
           session_(openSession(options.late)), oldest_(readTimes()),
-          reader_(*source_, oldest_, rejects_, progress_, options.isStrict) {}
+          reader_(*source_, oldest_, filter_, rejects_, progress_, options.mostRejects) {}
 
     ExitCode operator()() {
         try {
@@ -203,33 +201,43 @@ private:
     }
 
     void summarize() const {
-        if (options_.isQuiet) {
+        if (options_.isQuiet && !options_.isSummaryJson) {
             return;
         }
-        for (const std::string& remark : source_->remarks()) {
-            tell(remark);
-        }
-        for (const Remark& remark : session_->remarks()) {
-            tell(sentenceOf(remark));
-        }
         const RunFigures figures = session_->figures();
+        const std::chrono::duration<double> seconds = Clock::now() - start_;
+        const RunSummary summary{isCutOff_,         reader_.rowsRead(), figures.processed,
+                                 filter_.leftOut(), rejects_.count(),   figures.results,
+                                 seconds.count(),   peakMemoryMiB(),    remarks(figures)};
+        if (options_.isSummaryJson) {
+            tellLine(summary.json());
+        } else {
+            for (const std::string& remark : summary.remarks) {
+                tell(remark);
+            }
+            tell(summary.text(), Level::info);
+        }
+    }
+
+    std::vector<std::string> remarks(const RunFigures& figures) const {
+        std::vector<std::string> sentences = source_->assumed().remarks();
+        const std::vector<std::string> filtered = filter_.remarks();
+        sentences.insert(sentences.end(), filtered.begin(), filtered.end());
+        for (const Remark& remark : session_->remarks()) {
+            sentences.push_back(sentenceOf(remark));
+        }
         const std::string advice = adviceOn(options_, figures, session_->inputFigures());
         if (!advice.empty() && !isCutOff_) {
-            tell(advice);
+            sentences.push_back(advice);
         }
-        const std::chrono::duration<double> seconds = Clock::now() - start_;
-        std::fprintf(stderr,
-                     "qorvel: %s%llu rows read, %llu processed, %llu rejected, %llu results, "
-                     "%.3f seconds, peak memory %.1f MiB\n",
-                     isCutOff_ ? "interrupted: " : "", printable(reader_.rowsRead()),
-                     printable(figures.processed), printable(rejects_.count()),
-                     printable(figures.results), seconds.count(), peakMemoryMiB());
+        return sentences;
     }
 
     const Clock::time_point start_ = Clock::now();
     const RunOptions& options_;
     Progress progress_;
     const std::unique_ptr<FixSource> source_;
+    FixFilter filter_;
     const std::unique_ptr<ResultWriter> writer_;
     Rejects rejects_;
     std::unique_ptr<Session> session_; ///< none after a fault of it

@@ -5,6 +5,7 @@
 #include "engine/run/EventOptions.h"
 #include "engine/setup/Config.h"
 #include "program/Failure.h"
+#include "program/input/FilterOptions.h"
 #include "program/input/InputOptions.h"
 #include "program/output/ResultWriter.h"
 
@@ -21,10 +22,12 @@ struct RunOptions {
     InputOptions input;
     OutputOptions output;
     EventOptions events;
-    std::string rejectsFile; ///< empty: not wanted
-    bool isStrict = false;   ///< a bad row ends the run
-    bool isQuiet = false;    ///< neither progress nor summary
-    unsigned threads = 1;    ///< at least 1
+    std::string rejectsFile;                  ///< empty: not wanted
+    FilterOptions filter;                     ///< of the input's rows
+    std::optional<std::uint64_t> mostRejects; ///< a bad row more ends the run; none: never
+    bool isQuiet = false; ///< neither progress nor summary, but for one that programs read
+    bool isSummaryJson = false;
+    unsigned threads = 1; ///< at least 1
 
     /// How far a row may lie behind the newest one before it, ms; none: not said. Then a file is
     /// read twice to know it, and other input has what the engine takes for it.

@@ -65,8 +65,8 @@ ExitCode runCheck(const CheckOptions& options) {
     std::string text = configText(options.config);
     std::vector<ConfigFault> faults = checkConfig(options.config);
     const std::uint64_t errors = errorCount(faults);
-    if (errors == 0 && !options.tracks.file.empty()) {
-        const std::unique_ptr<FixSource> source = openFixSource(options.tracks);
+    if (errors == 0 && !options.tracks.names.empty()) {
+        const std::unique_ptr<FixSource> source = openTracks(options.tracks);
         const TrackFigures figures = checkTracks(options.config, options.events, *source);
         text += figuresText(figures, source->name());
         faults.insert(faults.end(), figures.warnings.begin(), figures.warnings.end());

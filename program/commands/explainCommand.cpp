@@ -85,7 +85,7 @@ std::string explain(const ExplainOptions& options, FixSource& source) {
 }
 
 ExitCode runExplain(const ExplainOptions& options) {
-    const std::unique_ptr<FixSource> source = openFixSource(options.input);
+    const std::unique_ptr<FixSource> source = openTracks(options.input);
     const std::string text = explain(options, *source);
     TextFile output("-", "");
     output.write(text);

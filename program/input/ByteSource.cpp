@@ -51,10 +51,33 @@ void ByteSource::rewind() {
     }
     bytesRead_ = 0.0;
     coding_ = Coding::unknown;
+    peeked_.clear();
     trouble_.clear();
 }
 
+std::string_view ByteSource::peek() {
+    constexpr std::size_t kMost = std::size_t{1} << 16;
+    std::size_t got = 1;
+    while (got > 0 && peeked_.size() < kMost &&
+           peeked_.find_first_not_of(" \t\r\n\xEF\xBB\xBF") == std::string::npos) {
+        char piece[512];
+        got = readDecoded(piece, sizeof piece);
+        peeked_.append(piece, got);
+    }
+    return peeked_;
+}
+
 std::size_t ByteSource::read(char* to, std::size_t size) {
+    if (peeked_.empty()) {
+        return readDecoded(to, size);
+    }
+    const std::size_t count = std::min(size, peeked_.size());
+    std::memcpy(to, peeked_.data(), count);
+    peeked_.erase(0, count);
+    return count;
+}
+
+std::size_t ByteSource::readDecoded(char* to, std::size_t size) {
     if (coding_ == Coding::unknown) {
         detectCoding();
     }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 struct z_stream_s;
@@ -33,6 +34,10 @@ public:
     /// it has delivered what was good before.
     std::size_t read(char* to, std::size_t size);
 
+    /// The first bytes that read() will give, up to one that is no blank; fewer at the end of the
+    /// input. To be called before read(). Throws as that does.
+    std::string_view peek();
+
     /// The share of the file that has been read, packed as it is; none for what is no regular file.
     std::optional<double> shareRead() const;
 
@@ -45,6 +50,7 @@ private:
         void operator()(z_stream_s* stream) const;
     };
 
+    std::size_t readDecoded(char* to, std::size_t size);
     std::size_t readFile(char* to, std::size_t size);
     void detectCoding();
     std::size_t readPlain(char* to, std::size_t size);
@@ -60,6 +66,7 @@ private:
     double fileSize_ = 0.0;
     double bytesRead_ = 0.0;
 
+    std::string peeked_; ///< not yet given by read()
     Coding coding_ = Coding::unknown;
     std::vector<char> held_; ///< read from the file, not yet delivered or unpacked
     std::size_t heldAt_ = 0;

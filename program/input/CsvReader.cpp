@@ -3,17 +3,43 @@
 #include "program/Failure.h"
 #include "program/Interrupt.h"
 
+#include <algorithm>
+#include <iterator>
 #include <new>
 
 namespace program {
 
-CsvReader::CsvReader(ByteSource& source, char delimiter) : name_(source.name()), lines_(source) {
+namespace {
+
+/// The first that is there most often outside of quotes; none in a line that is blank.
+std::optional<char> delimiterOf(std::string_view line) {
+    constexpr std::string_view kDelimiters = ",;\t|";
+    std::size_t counts[kDelimiters.size()] = {};
+    bool isQuoted = false;
+    for (const char c : line) {
+        isQuoted = isQuoted != (c == '"');
+        const std::size_t which = isQuoted ? std::string_view::npos : kDelimiters.find(c);
+        if (which != std::string_view::npos) {
+            ++counts[which];
+        }
+    }
+    if (line.find_first_not_of(" \t\r\n") == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const auto* most = std::max_element(std::begin(counts), std::end(counts));
+    return kDelimiters[static_cast<std::size_t>(most - std::begin(counts))];
+}
+
+} // namespace
+
+CsvReader::CsvReader(ByteSource& source, std::optional<char> delimiter)
+    : name_(source.name()), lines_(source), isDelimiterKnown_(delimiter.has_value()) {
     if (csv_init(&parser_, CSV_REPALL_NL) != 0) {
         throw std::bad_alloc();
     }
     constexpr std::size_t kGrowth = std::size_t{1} << 16; // not by 128 bytes, each time a copy
     csv_set_blk_size(&parser_, kGrowth);
-    csv_set_delim(&parser_, static_cast<unsigned char>(delimiter));
+    setDelimiter(delimiter.value_or(','));
 }
 
 CsvReader::~CsvReader() {
@@ -75,7 +101,16 @@ void CsvReader::fill() {
     }
 }
 
+void CsvReader::setDelimiter(char delimiter) {
+    csv_set_delim(&parser_, static_cast<unsigned char>(delimiter));
+}
+
 void CsvReader::parse(std::string_view line) {
+    if (!isDelimiterKnown_) {
+        const std::optional<char> delimiter = delimiterOf(line);
+        isDelimiterKnown_ = delimiter.has_value();
+        setDelimiter(delimiter.value_or(','));
+    }
     lineEndsRow_ = false;
     if (csv_parse(&parser_, line.data(), line.size(), onField, onRowEnd, this) != line.size()) {
         throw std::bad_alloc();

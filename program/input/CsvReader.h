@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <csv.h>
 #include <exception>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,7 +19,8 @@ namespace program {
 class CsvReader {
 public:
     /// Reads from where the source stands. The source must outlive the reader.
-    CsvReader(ByteSource& source, char delimiter);
+    /// @param delimiter  none: a comma, semicolon, tab or bar, whichever the first row has most of
+    CsvReader(ByteSource& source, std::optional<char> delimiter);
     ~CsvReader();
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
@@ -57,6 +59,7 @@ private:
     static void onRowEnd(int terminator, void* self);
     void fill();
     void parse(std::string_view line);
+    void setDelimiter(char delimiter);
     void parseEnd();
     void endRow();
     void dropFinishedRows();
@@ -64,6 +67,7 @@ private:
     const std::string& name_;
     LineBuffer lines_;
     csv_parser parser_{};
+    bool isDelimiterKnown_;
     std::string text_;                   ///< the fields of the piece's rows, one after another
     std::vector<std::size_t> fieldEnds_; ///< fieldEnds_[i] is where field i ends in text_
     std::vector<Row> rows_;              ///< the rows that the piece has ended

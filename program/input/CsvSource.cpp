@@ -32,7 +32,7 @@ void CsvSource::rewind() {
 }
 
 bool CsvSource::readHeader() {
-    reader_.emplace(bytes_, delimiter_);
+    reader_.emplace(*bytes_, delimiter_);
     if (!reader_->next()) {
         if (interrupted()) {
             return false;

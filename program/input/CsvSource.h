@@ -9,8 +9,10 @@ namespace program {
 /// Rows of CSV, or of its kin with another delimiter, behind a header.
 class CsvSource : public TextSource {
 public:
-    CsvSource(const InputOptions& options, char delimiter)
-        : TextSource(options), delimiter_(delimiter) {}
+    /// @param delimiter  none: the one that the header's fields have between them
+    CsvSource(std::unique_ptr<ByteSource> bytes, const InputOptions& options,
+              std::optional<char> delimiter)
+        : TextSource(std::move(bytes), options), delimiter_(delimiter) {}
 
     bool next() override;
     std::string read(Fix& fix) override;
@@ -26,7 +28,7 @@ private:
     std::string_view text(FixField field) const;
     FixTexts texts() const;
 
-    char delimiter_;
+    std::optional<char> delimiter_;
     std::optional<CsvReader> reader_; ///< none before the header
     std::size_t fieldCount_ = 0;
 };

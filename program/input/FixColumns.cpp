@@ -13,8 +13,8 @@ using qorvel_engine::UsualNames;
 using Names = std::vector<std::string_view>;
 
 constexpr std::string_view kOptions[kFixFields] = {
-    "--entity-column",   "--lat-column",         "--lon-column",          "--time-column",
-    "--accuracy-column", "--primary-key-column", "--secondary-key-column"};
+    "--entity-column",   "--lat-column",         "--lon-column",           "--time-column",
+    "--accuracy-column", "--primary-key-column", "--secondary-key-column", "--point-column"};
 
 /// The engine's, in whose order fields are, but for one: a dilution of precision, which is only
 /// better than nothing, stands in for an accuracy.
@@ -24,6 +24,10 @@ std::vector<UsualNames> makeUsualNames() {
     names.pop_back();
     auto& ranks = names[indexOf(FixField::accuracy)].ranks;
     ranks.insert(ranks.end(), poor.begin(), poor.end());
+    names.push_back({"point",
+                     {{"point", "wkt", "geojson"},
+                      {"geometry", "geom", "the_geom", "shape"},
+                      {"location", "position", "coordinates"}}});
     return names;
 }
 
@@ -86,10 +90,12 @@ FixColumns::FixColumns(const InputOptions& options) : options_(options) {
 
 void FixColumns::find(const std::vector<std::string>& names, const std::string& where,
                       bool hasPlace) {
+    const bool hasPoint = !hasPlace && isPointWanted(names);
     for (std::size_t i = 0; i < kFixFields; ++i) {
         const auto field = static_cast<FixField>(i);
         const bool isNamed = !options_.columns[i].empty();
-        if (hasPlace && isPlace(field) && !isNamed) {
+        const bool isNeedless = field == FixField::point ? !hasPoint : hasPlace || hasPoint;
+        if ((isPlace(field) || field == FixField::point) && isNeedless && !isNamed) {
             continue;
         }
         const std::vector<std::size_t> found = candidates(field, names);
@@ -105,9 +111,17 @@ void FixColumns::find(const std::vector<std::string>& names, const std::string& 
     isFound_ = true;
 }
 
+/// Coordinates of their own come before a point, which may be something else.
+bool FixColumns::isPointWanted(const std::vector<std::string>& names) const {
+    const auto isThere = [&](FixField field) { return !candidates(field, names).empty(); };
+    const bool isNamed = !options_.columns[indexOf(FixField::point)].empty();
+    return isNamed || (isThere(FixField::point) &&
+                       !(isThere(FixField::latitude) && isThere(FixField::longitude)));
+}
+
 FixField FixColumns::adopt(std::string_view name) {
     const std::vector<std::string> names{std::string(name)};
-    for (std::size_t i = indexOf(FixField::accuracy); i < kFixFields; ++i) {
+    for (std::size_t i = indexOf(FixField::accuracy); i < indexOf(FixField::point); ++i) {
         const auto field = static_cast<FixField>(i);
         if (entries_[i].index == kAbsent && !candidates(field, names).empty()) {
             entries_[i] = {names[0], 0};

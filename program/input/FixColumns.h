@@ -54,6 +54,7 @@ private:
     };
 
     const Entry& entry(FixField field) const { return entries_[indexOf(field)]; }
+    bool isPointWanted(const std::vector<std::string>& names) const;
     std::vector<std::size_t> candidates(FixField field,
                                         const std::vector<std::string>& names) const;
     [[noreturn]] void failAbsent(FixField field, const std::vector<std::string>& names,

@@ -2,7 +2,9 @@
 
 #include "engine/columns/usualNames.h"
 #include "program/input/number.h"
+#include "program/input/pointText.h"
 
+#include <cmath>
 #include <limits>
 #include <simdjson.h>
 
@@ -27,13 +29,10 @@ std::string quoted(std::string_view text) {
     return result;
 }
 
-std::string counted(std::uint64_t count, const char* one, const char* many) {
-    return std::to_string(count) + (count == 1 ? one : many);
-}
-
 } // namespace
 
-FixReader::FixReader(const InputOptions& options) : columns_(options), time_(options.timeUnit) {}
+FixReader::FixReader(const InputOptions& options)
+    : columns_(options), time_(options.timeUnit, options.zone) {}
 
 void FixReader::find(const std::vector<std::string>& names, const std::string& where,
                      bool hasPlace) {
@@ -62,36 +61,22 @@ std::string FixReader::read(const FixTexts& texts, Fix& fix) {
     fix.primaryKey = at(texts, FixField::primaryKey);
     fix.secondaryKey = at(texts, FixField::secondaryKey);
     if (fault.empty()) {
-        asUtc_ += time_.assumption() == TimeReader::Assumption::utc ? 1U : 0U;
-        asSeconds_ += time_.assumption() == TimeReader::Assumption::seconds ? 1U : 0U;
+        assumed_ += time_.assumed();
     }
     return fault;
 }
 
 std::optional<std::int64_t> FixReader::readTime(std::string_view text) {
     std::int64_t time = 0;
-    if (text.empty() || time_.read(text, time) != nullptr) {
+    const std::string_view plain = plainNumber(text);
+    if (plain.empty() || time_.read(plain, time) != nullptr) {
         return std::nullopt;
     }
     return time;
 }
 
 void FixReader::restart() {
-    asUtc_ = 0;
-    asSeconds_ = 0;
-}
-
-std::vector<std::string> FixReader::remarks() const {
-    std::vector<std::string> sentences;
-    if (asUtc_ > 0) {
-        sentences.push_back(counted(asUtc_, " time has no offset and was read as UTC",
-                                    " times have no offset and were read as UTC"));
-    }
-    if (asSeconds_ > 0) {
-        sentences.push_back(counted(asSeconds_, " time is a plain number and was read as seconds",
-                                    " times are plain numbers and were read as seconds"));
-    }
-    return sentences;
+    assumed_ = {};
 }
 
 /// Names go into every kind of output, and not all of them can hold everything.
@@ -109,14 +94,18 @@ std::string FixReader::checkNames(const FixTexts& texts) const {
 }
 
 std::string FixReader::checkTime(std::string_view text, std::int64_t& time) {
-    if (text.empty()) {
+    const std::string_view plain = plainNumber(text);
+    if (plain.empty()) {
         return says(FixField::time, "is missing");
     }
-    const char* fault = time_.read(text, time);
+    const char* fault = time_.read(plain, time);
     return fault == nullptr ? "" : says(FixField::time, fault) + ": " + quoted(text);
 }
 
 std::string FixReader::readPlace(const FixTexts& texts, Fix& fix) const {
+    if (columns_.index(FixField::point) != FixColumns::kAbsent) {
+        return readPointOf(at(texts, FixField::point), fix);
+    }
     std::string fault =
         readReal(FixField::latitude, at(texts, FixField::latitude), -90.0, 90.0, fix.latitude);
     if (fault.empty()) {
@@ -124,6 +113,19 @@ std::string FixReader::readPlace(const FixTexts& texts, Fix& fix) const {
                          fix.longitude);
     }
     return fault;
+}
+
+std::string FixReader::readPointOf(std::string_view text, Fix& fix) const {
+    if (text.empty()) {
+        return says(FixField::point, "is missing");
+    }
+    const char* fault = readPoint(text, fix.longitude, fix.latitude);
+    const bool isOnEarth =
+        std::fabs(fix.longitude) <= 180.0 && std::fabs(fix.latitude) <= 90.0; // a NaN is not
+    if (fault == nullptr && !isOnEarth) {
+        fault = "is out of range (the longitude comes first)";
+    }
+    return fault == nullptr ? "" : says(FixField::point, fault) + ": " + quoted(text);
 }
 
 std::string FixReader::readAccuracy(std::string_view text, std::optional<double>& accuracy) const {
@@ -146,7 +148,7 @@ std::string FixReader::readReal(FixField field, std::string_view text, double lo
     if (text.empty()) {
         return says(field, "is missing");
     }
-    if (!readNumber(text, value)) {
+    if (!readNumber(plainNumber(text), value)) {
         return says(field, "is not a number: ") + quoted(text);
     }
     // Written so that a NaN fails.

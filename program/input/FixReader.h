@@ -1,6 +1,7 @@
 #ifndef QORVEL_PROGRAM_INPUT_FIXREADER_H
 #define QORVEL_PROGRAM_INPUT_FIXREADER_H
 
+#include "program/input/Assumed.h"
 #include "program/input/Fix.h"
 #include "program/input/FixColumns.h"
 #include "program/input/TimeReader.h"
@@ -39,13 +40,14 @@ public:
     /// The input is read again from its beginning.
     void restart();
 
-    /// What the summary has to say about the fixes, a sentence each.
-    std::vector<std::string> remarks() const;
+    /// About the fixes that were read.
+    const Assumed& assumed() const { return assumed_; }
 
 private:
     std::string checkNames(const FixTexts& texts) const;
     std::string checkTime(std::string_view text, std::int64_t& time);
     std::string readPlace(const FixTexts& texts, Fix& fix) const;
+    std::string readPointOf(std::string_view text, Fix& fix) const;
     std::string readAccuracy(std::string_view text, std::optional<double>& accuracy) const;
     std::string readReal(FixField field, std::string_view text, double low, double high,
                          double& value) const;
@@ -53,8 +55,7 @@ private:
 
     FixColumns columns_;
     TimeReader time_;
-    std::uint64_t asUtc_ = 0;
-    std::uint64_t asSeconds_ = 0;
+    Assumed assumed_;
 };
 
 } // namespace program

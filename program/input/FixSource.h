@@ -1,6 +1,7 @@
 #ifndef QORVEL_PROGRAM_INPUT_FIXSOURCE_H
 #define QORVEL_PROGRAM_INPUT_FIXSOURCE_H
 
+#include "program/input/Assumed.h"
 #include "program/input/Fix.h"
 #include "program/input/InputOptions.h"
 
@@ -51,18 +52,24 @@ public:
     /// For messages.
     virtual const std::string& name() const = 0;
 
-    /// What the summary has to say about the reading, a sentence each: times without an offset
-    /// that were read as UTC, plain numbers that were read as seconds.
-    virtual std::vector<std::string> remarks() const = 0;
+    /// Whether name() changes while it is read.
+    virtual bool isSeveral() const { return false; }
+
+    /// What had to be assumed about the rows that were read.
+    virtual Assumed assumed() const = 0;
 };
 
-/// Opens the input; a text is not read yet, GDAL may look into the rest. Throws Failure(broken)
+/// Opens the file of the options; of a text whose name does not tell its format the first bytes are
+/// read, and GDAL may look into the rest. Throws Failure(broken)
 /// when it cannot be opened, Failure(usage) when the options do not say how.
 ///
 /// By name: .csv and .txt are CSV, .tsv and .tab TSV, .ndjson and .jsonl NDJSON, also in front of
 /// .gz. What gdalDriverOf() knows is GDAL's, with that driver alone, and so is all whose driver the
-/// options name. The rest, standard input too, is CSV.
+/// options name. The rest, standard input too, is NDJSON if it begins with a brace, and else CSV.
 std::unique_ptr<FixSource> openFixSource(const InputOptions& options);
+
+/// Opens all that the options name as one input; see inputFiles().
+std::unique_ptr<FixSource> openTracks(const InputOptions& options);
 
 } // namespace program
 

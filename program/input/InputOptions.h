@@ -1,9 +1,13 @@
 #ifndef QORVEL_PROGRAM_INPUT_INPUTOPTIONS_H
 #define QORVEL_PROGRAM_INPUT_INPUTOPTIONS_H
 
+#include "engine/setup/TimeZone.h"
+
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace program {
 
@@ -16,11 +20,12 @@ enum class FixField : std::size_t {
     accuracy, ///< optional, as are those that follow
     primaryKey,
     secondaryKey,
+    point, ///< both coordinates in one column: WKT or GeoJSON
     count
 };
 
 enum class InputFormat {
-    byName, ///< by the file's name (below its .gz); CSV for standard input
+    byName, ///< by the file's name (below its .gz), or by its first bytes
     csv,
     tsv,
     ndjson,
@@ -29,7 +34,7 @@ enum class InputFormat {
 
 /// How a time that is a plain number counts.
 enum class TimeUnit {
-    byValue, ///< a column whose name ends in _ms: ms; else seconds if the first one is below 10^11
+    byValue, ///< as the column's name ends (time_ms), else by the first number, see TimeReader
     seconds,
     milliseconds,
     microseconds,
@@ -38,7 +43,8 @@ enum class TimeUnit {
 
 /// Where movement data comes from and how it reads.
 struct InputOptions {
-    std::string file; ///< a file, "-" for standard input, or a GDAL connection text
+    std::vector<std::string> names; ///< of the whole input, see inputFiles()
+    std::string file; ///< that is read: a file, "-" for standard input, or a GDAL connection text
     InputFormat format = InputFormat::byName;
     /// By FixField, the name of the column that holds it; empty: found by its usual names.
     std::array<std::string, static_cast<std::size_t>(FixField::count)> columns;
@@ -46,6 +52,7 @@ struct InputOptions {
     /// from what takes all.
     bool readsKeys = true;
     TimeUnit timeUnit = TimeUnit::byValue;
+    std::optional<qorvel_engine::TimeZone> zone; ///< of times without an offset; none: UTC
     std::string gdalDriver; ///< that reads it, trusted with all that it does; empty: by name
     std::string layer;      ///< of a GDAL source; empty: the only one, or the one with points
 };

@@ -150,8 +150,14 @@ error_code NdjsonSource::Parser::take(FixField field, ondemand::value value) {
     case ondemand::json_type::boolean:
         fault = columns.name(field) + " is true or false, where a number or a text is wanted";
         return value.get_bool().error();
-    case ondemand::json_type::array:
     case ondemand::json_type::object:
+        if (field == FixField::point) {
+            ondemand::object geometry;
+            const auto error = value.get_object().get(geometry);
+            return error != simdjson::SUCCESS ? error : geometry.raw_json().get(texts[at]);
+        }
+        [[fallthrough]];
+    case ondemand::json_type::array:
         fault = columns.name(field) + " is nested, where a number or a text is wanted";
         break;
     }
@@ -164,14 +170,14 @@ error_code NdjsonSource::Parser::takeNumber(ondemand::value& value, std::string_
     return value.get_double().error();
 }
 
-NdjsonSource::NdjsonSource(const InputOptions& options)
-    : TextSource(options), parser_(std::make_unique<Parser>(fixes_.columns())) {}
+NdjsonSource::NdjsonSource(std::unique_ptr<ByteSource> bytes, const InputOptions& options)
+    : TextSource(std::move(bytes), options), parser_(std::make_unique<Parser>(fixes_.columns())) {}
 
 NdjsonSource::~NdjsonSource() = default;
 
 bool NdjsonSource::next() {
     if (!lines_) {
-        lines_.emplace(bytes_);
+        lines_.emplace(*bytes_);
     }
     if (!takeRow()) {
         if (!anyRow_ && !interrupted()) {

@@ -12,7 +12,7 @@ namespace program {
 /// must have all keys that are needed or that options name. Others may come later.
 class NdjsonSource : public TextSource {
 public:
-    explicit NdjsonSource(const InputOptions& options);
+    NdjsonSource(std::unique_ptr<ByteSource> bytes, const InputOptions& options);
     ~NdjsonSource() override;
 
     bool next() override;

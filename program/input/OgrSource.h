@@ -37,7 +37,7 @@ public:
     void rewind() override;
     std::optional<double> shareRead() const override;
     const std::string& name() const override { return name_; }
-    std::vector<std::string> remarks() const override { return fixes_.remarks(); }
+    Assumed assumed() const override { return fixes_.assumed(); }
 
 private:
     struct Closing {

@@ -4,23 +4,37 @@
 #include "program/isoTime.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <tuple>
 
 namespace program {
 
 namespace {
 
-/// As seconds the year 5138, as ms March 1973: no track is of either.
-constexpr std::int64_t kLeastMs = 100000000000;
-/// In ms the year 5138, in microseconds March 1973.
-constexpr std::int64_t kLeastMicroseconds = 100000000000000;
+/// Up to where the first number has a unit. Each limit is the year 5138 in its own and March 1973
+/// in the next: no track is of either.
+constexpr std::pair<std::int64_t, TimeUnit> kLimits[] = {
+    {100000000000, TimeUnit::seconds},
+    {100000000000000, TimeUnit::milliseconds},
+    {100000000000000000, TimeUnit::microseconds},
+    {std::numeric_limits<std::int64_t>::max(), TimeUnit::nanoseconds}};
+
+constexpr std::int64_t kMarch1973 = 100000000000; ///< ms
+constexpr std::int64_t kYear5138 = 100000000000000;
+
+TimeUnit unitOf(std::int64_t first) {
+    const auto* limit = std::find_if(std::begin(kLimits), std::end(kLimits) - 1,
+                                     [first](const auto& entry) { return first < entry.first; });
+    return limit->second;
+}
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
 bool isDate(std::string_view text) {
-    return text.size() > 4 && text[4] == '-' && isDigit(text[0]);
+    return text.size() > 4 && (text[4] == '-' || text[4] == '/') && isDigit(text[0]);
 }
 
 /// Of the digits behind the point.
@@ -35,23 +49,36 @@ std::int64_t wholeMs(std::string_view fraction) {
 } // namespace
 
 void TimeReader::heed(std::string_view column) {
-    if (unit_ == TimeUnit::byValue && column.ends_with("_ms")) {
-        unit_ = TimeUnit::milliseconds;
-        isUnitAssumed_ = false;
+    if (isUnitSaid_) {
+        return;
+    }
+    constexpr std::tuple<const char*, const char*, TimeUnit> kEndings[] = {
+        {"_ms", "Ms", TimeUnit::milliseconds},
+        {"_us", "Us", TimeUnit::microseconds},
+        {"_ns", "Ns", TimeUnit::nanoseconds}};
+    for (const auto& [word, hump, unit] : kEndings) {
+        if (column.ends_with(word) || column.ends_with(hump)) {
+            unit_ = unit;
+            isUnitAssumed_ = false;
+        }
     }
 }
 
 const char* TimeReader::read(std::string_view text, std::int64_t& time) {
+    assumed_ = {};
     if (!isDate(text)) {
         return readPlain(text, time);
     }
     IsoTime read;
     const char* fault = readIsoTime(text, read);
+    if (fault == nullptr && !read.hasOffset && zone_) {
+        read.time = zone_->toUtc(read.time);
+    }
     if (fault == nullptr && read.time < 0) {
         fault = "is before 1970";
     }
     time = read.time;
-    assumption_ = read.hasOffset ? Assumption::none : Assumption::utc;
+    assumed_.utc = read.hasOffset || zone_ ? 0 : 1;
     return fault;
 }
 
@@ -66,15 +93,26 @@ const char* TimeReader::readPlain(std::string_view text, std::int64_t& time) {
         return "is negative";
     }
     if (unit_ == TimeUnit::byValue) {
-        unit_ = time < kLeastMs ? TimeUnit::seconds : TimeUnit::milliseconds;
+        unit_ = unitOf(time);
     }
-    const bool isAssumed = isUnitAssumed_ && !isUnitSaid_;
-    assumption_ = isAssumed && unit_ == TimeUnit::seconds ? Assumption::seconds : Assumption::none;
+    note();
     const char* fault = scale(fraction, time);
-    if (fault == nullptr && !isUnitSaid_ && time >= kLeastMicroseconds) {
+    if (fault == nullptr && !isUnitSaid_ && time >= kYear5138) {
         fault = "is beyond the year 5138; say with --time-unit what it counts (s, ms, us or ns)";
     }
+    if (fault == nullptr && assumed_.microseconds + assumed_.nanoseconds > 0 && time < kMarch1973) {
+        fault =
+            "is before March 1973 in the unit of the first; say with --time-unit what it counts "
+            "(s, ms, us or ns)";
+    }
     return fault;
+}
+
+void TimeReader::note() {
+    const std::uint64_t one = isUnitAssumed_ && !isUnitSaid_ ? 1 : 0;
+    assumed_.seconds = unit_ == TimeUnit::seconds ? one : 0;
+    assumed_.microseconds = unit_ == TimeUnit::microseconds ? one : 0;
+    assumed_.nanoseconds = unit_ == TimeUnit::nanoseconds ? one : 0;
 }
 
 /// From the unit to ms.

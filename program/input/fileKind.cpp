@@ -10,8 +10,8 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr FileKind kKinds[] = {
-    {"PAR1"sv, "a Parquet file: convert it to CSV or NDJSON"},
-    {"ARROW1"sv, "an Arrow file: convert it to CSV or NDJSON"},
+    {"PAR1"sv, "a Parquet file: name it .parquet, or convert it to CSV or NDJSON"},
+    {"ARROW1"sv, "an Arrow file: name it .arrow, or convert it to CSV or NDJSON"},
     {"SQLite format 3\0"sv, "an SQLite database: name it .gpkg if it is a GeoPackage, else say "
                             "--gdal-driver SQLite"},
     {"fgb\3"sv, "a FlatGeobuf file: name it .fgb"},

@@ -2,7 +2,7 @@
 
 #include "program/Failure.h"
 #include "program/GdalErrors.h"
-#include "program/input/fileName.h"
+#include "program/fileName.h"
 #include "program/input/shapeFault.h"
 #include "program/input/sqliteFault.h"
 
@@ -32,6 +32,10 @@ constexpr Naming kEndings[] = {
     {".json", "GeoJSON"},
     {".geojsonl", "GeoJSONSeq"},
     {".shp", "ESRI Shapefile"},
+    {".parquet", "Parquet"},
+    {".geoparquet", "Parquet"},
+    {".arrow", "Arrow"},
+    {".feather", "Arrow"},
 };
 constexpr Naming kBeginnings[] = {
     {"pg:", "PostgreSQL"},
@@ -67,8 +71,13 @@ void registerDrivers() {
     GDALAllRegister();
 }
 
-void requireDriver(const std::string& driver) {
+/// @param isNamed  the command line names it
+void requireDriver(const std::string& input, const std::string& driver, bool isNamed) {
     GDALDriver* known = GetGDALDriverManager()->GetDriverByName(driver.c_str());
+    if (known == nullptr && !isNamed) {
+        refuse(input, "GDAL has no driver for " + driver +
+                          " files here; \"python -m qorvel\" reads them, see its --help");
+    }
     if (known == nullptr || known->GetMetadataItem(GDAL_DCAP_VECTOR) == nullptr) {
         throw Failure(ExitCode::usage, "--gdal-driver \"" + driver +
                                            "\": GDAL has no such driver for tracks; "
@@ -164,7 +173,7 @@ std::string gdalDriverOf(const std::string& input) {
 
 GDALDataset* openWithGdal(const std::string& input, const std::string& driver, bool isTrusted) {
     registerDrivers();
-    requireDriver(driver);
+    requireDriver(input, driver, isTrusted);
     const std::string name = nameForGdal(input, driver, isTrusted);
     const CPLConfigOptionSetter distrust(
         "OGR_SQLITE_PRAGMA", isDatabase(driver) ? "trusted_schema=OFF" : nullptr, false);

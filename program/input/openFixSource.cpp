@@ -1,12 +1,16 @@
+#include "program/fileName.h"
 #include "program/input/CsvSource.h"
+#include "program/input/FileSequence.h"
 #include "program/input/FixSource.h"
 #include "program/input/NdjsonSource.h"
 #include "program/input/OgrSource.h"
-#include "program/input/fileName.h"
 #include "program/input/gdalOpening.h"
+#include "program/input/inputFiles.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 namespace program {
 
@@ -21,13 +25,17 @@ constexpr Ending kEndings[] = {
     {".tab", InputFormat::tsv}, {".ndjson", InputFormat::ndjson}, {".jsonl", InputFormat::ndjson},
 };
 
-InputFormat formatOf(const std::string& name) {
+std::optional<InputFormat> formatByEnding(const std::string& name) {
     const std::string core = formatName(name);
     const auto* known =
         std::find_if(std::begin(kEndings), std::end(kEndings),
                      [&core](const Ending& entry) { return core.ends_with(entry.ending); });
-    if (known != std::end(kEndings)) {
-        return known->format;
+    return known != std::end(kEndings) ? std::optional(known->format) : std::nullopt;
+}
+
+InputFormat formatOf(const std::string& name) {
+    if (const std::optional<InputFormat> format = formatByEnding(name)) {
+        return *format;
     }
     if (!gdalDriverOf(name).empty()) {
         return InputFormat::gdal;
@@ -36,27 +44,48 @@ InputFormat formatOf(const std::string& name) {
         throw Failure(ExitCode::broken, name + " is no file; if one of GDAL's drivers is to open "
                                                "it, name that with --gdal-driver");
     }
-    return InputFormat::csv;
+    return InputFormat::byName;
+}
+
+/// By its first bytes, where its name tells nothing.
+InputFormat formatOf(ByteSource& bytes) {
+    const std::string_view begin = bytes.peek();
+    const std::size_t first = begin.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+    return first != std::string_view::npos && begin[first] == '{' ? InputFormat::ndjson
+                                                                  : InputFormat::csv;
 }
 
 } // namespace
 
+bool tellsFormat(const std::string& file) {
+    return formatByEnding(file) || !gdalDriverOf(file).empty();
+}
+
 std::unique_ptr<FixSource> openFixSource(const InputOptions& options) {
-    if (!options.gdalDriver.empty()) {
+    InputFormat format =
+        options.format == InputFormat::byName ? formatOf(options.file) : options.format;
+    if (format == InputFormat::gdal || !options.gdalDriver.empty()) {
         return std::make_unique<OgrSource>(options);
     }
-    switch (options.format == InputFormat::byName ? formatOf(options.file) : options.format) {
-    case InputFormat::gdal:
-        return std::make_unique<OgrSource>(options);
-    case InputFormat::ndjson:
-        return std::make_unique<NdjsonSource>(options);
-    case InputFormat::tsv:
-        return std::make_unique<CsvSource>(options, '\t');
-    case InputFormat::byName:
-    case InputFormat::csv:
-        break;
+    auto bytes = std::make_unique<ByteSource>(options.file);
+    if (format == InputFormat::byName) {
+        format = formatOf(*bytes);
     }
-    return std::make_unique<CsvSource>(options, ',');
+    if (format == InputFormat::ndjson) {
+        return std::make_unique<NdjsonSource>(std::move(bytes), options);
+    }
+    const auto delimiter = format == InputFormat::tsv ? std::optional('\t') : std::nullopt;
+    return std::make_unique<CsvSource>(std::move(bytes), options, delimiter);
+}
+
+std::unique_ptr<FixSource> openTracks(const InputOptions& options) {
+    std::vector<std::string> files = inputFiles(options);
+    if (files.size() > 1) {
+        return std::make_unique<FileSequence>(options, std::move(files));
+    }
+    InputOptions only = options;
+    only.file = files.front();
+    return openFixSource(only);
 }
 
 } // namespace program

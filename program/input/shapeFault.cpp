@@ -1,8 +1,8 @@
 #include "program/input/shapeFault.h"
 
 #include "program/Interrupt.h"
+#include "program/fileName.h"
 #include "program/input/ByteSource.h"
-#include "program/input/fileName.h"
 
 #include <cstdint>
 #include <string_view>

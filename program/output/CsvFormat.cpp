@@ -28,7 +28,7 @@ void CsvFormat::append(std::string& out, const ResultTable& table, std::size_t r
         if (isText(schema_.columns[i].kind)) {
             appendText(out, textOf(table, row, i));
         } else {
-            appendValue(out, table, row, i);
+            appendValue(out, table, row, i, zone_);
         }
     }
     out += '\n';

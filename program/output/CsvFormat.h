@@ -1,7 +1,11 @@
 #ifndef QORVEL_PROGRAM_OUTPUT_CSVFORMAT_H
 #define QORVEL_PROGRAM_OUTPUT_CSVFORMAT_H
 
+#include "engine/setup/TimeZone.h"
 #include "program/output/TextFormat.h"
+
+#include <optional>
+#include <utility>
 
 namespace program {
 
@@ -10,7 +14,9 @@ namespace program {
 class CsvFormat : public TextFormat {
 public:
     /// @param isSafe  texts by csv::appendSafeField
-    CsvFormat(const ResultSchema& schema, bool isSafe) : schema_(schema), isSafe_(isSafe) {}
+    /// @param zone    of times; none: UTC
+    CsvFormat(const ResultSchema& schema, bool isSafe, std::optional<TimeZone> zone)
+        : schema_(schema), isSafe_(isSafe), zone_(std::move(zone)) {}
 
     std::string head() const override;
     void append(std::string& out, const ResultTable& table, std::size_t row) const override;
@@ -18,6 +24,7 @@ public:
 private:
     const ResultSchema& schema_;
     bool isSafe_;
+    std::optional<TimeZone> zone_;
 };
 
 } // namespace program

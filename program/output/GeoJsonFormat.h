@@ -9,8 +9,9 @@ namespace program {
 /// A feature collection by RFC 7946, a feature a line.
 class GeoJsonFormat : public TextFormat {
 public:
-    explicit GeoJsonFormat(const ResultSchema& schema)
-        : schema_(schema), properties_(schema.columns) {}
+    /// @param zone  of times; none: UTC
+    GeoJsonFormat(const ResultSchema& schema, const std::optional<TimeZone>& zone)
+        : schema_(schema), properties_(schema.columns, zone) {}
 
     std::string head() const override;
     std::string_view end() const override { return "\n]}\n"; }

@@ -9,7 +9,9 @@ namespace program {
 /// A JSON object a line. Cells are not drawn.
 class NdjsonFormat : public TextFormat {
 public:
-    explicit NdjsonFormat(const ResultSchema& schema) : object_(schema.columns) {}
+    /// @param zone  of times; none: UTC
+    NdjsonFormat(const ResultSchema& schema, const std::optional<TimeZone>& zone)
+        : object_(schema.columns, zone) {}
 
     void append(std::string& out, const ResultTable& table, std::size_t row) const override {
         object_.append(out, table, row);

@@ -3,9 +3,11 @@
 
 #include "engine/run/Renderer.h"
 #include "engine/run/ResultBatch.h"
+#include "engine/setup/TimeZone.h"
 #include "program/engineNames.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace program {
@@ -25,6 +27,7 @@ struct OutputOptions {
     OutputFormat format = OutputFormat::byName;
     bool isCsvSafe = false; ///< texts in CSV by csv::appendSafeField
     std::string tiles = {}; ///< of a street map, see qorvel_page::isTileAddress
+    std::optional<TimeZone> zone = {}; ///< of times in texts; none: UTC
 };
 
 /// Writes results in one format. A file is written under a temporary name beside its own and
@@ -57,6 +60,7 @@ public:
 };
 
 /// Standard output, devices and named pipes are written directly, CSV where the name tells nothing.
+/// Behind a text format's ending, ".gz" packs it.
 /// Throws Failure(usage) for a format that the name does not tell or a direct file cannot take,
 /// Failure(broken) when the file cannot be made. The schema must outlive the writer and its
 /// renderer.

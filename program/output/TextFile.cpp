@@ -1,11 +1,16 @@
 #include "program/output/TextFile.h"
 
+#include "program/fileName.h"
 #include "program/output/writeFailure.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <exception>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <zlib.h>
 
 namespace program {
 
@@ -16,6 +21,35 @@ constexpr std::size_t kPiece = std::size_t{1} << 18;
 bool isDescriptor(const std::string& name) {
     return name == "/dev/stderr" || name.starts_with("/dev/fd/") ||
            name.starts_with("/proc/self/fd/");
+}
+
+/// One member of gzip, of which a file may have many.
+std::string packedMember(std::string_view text) {
+    constexpr int kGzip = 15 + 16; // the largest window, and a header of gzip
+    constexpr int kUsualMemory = 8;
+    z_stream stream{};
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzip, kUsualMemory,
+                     Z_DEFAULT_STRATEGY) != Z_OK) {
+        throw std::bad_alloc();
+    }
+    std::string result(deflateBound(&stream, static_cast<uLong>(text.size())), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+    stream.avail_in = static_cast<uInt>(text.size());
+    stream.next_out = reinterpret_cast<Bytef*>(result.data());
+    stream.avail_out = static_cast<uInt>(result.size());
+    deflate(&stream, Z_FINISH); // to which the bound gives room
+    result.resize(result.size() - stream.avail_out);
+    deflateEnd(&stream);
+    return result;
+}
+
+std::string packed(std::string_view text) {
+    constexpr std::size_t kMost = std::size_t{1} << 30; // zlib counts in 32 bits
+    std::string result;
+    for (; !text.empty(); text.remove_prefix(std::min(text.size(), kMost))) {
+        result += packedMember(text.substr(0, kMost));
+    }
+    return result;
 }
 
 /// A descriptor's name may stand for a file that has been written to, which is continued.
@@ -38,7 +72,7 @@ bool isWrittenDirectly(const std::string& name) {
 }
 
 TextFile::TextFile(const std::string& name, const std::string& extension)
-    : name_(isStandardOutput(name) ? "standard output" : name) {
+    : name_(isStandardOutput(name) ? "standard output" : name), isPacked_(isPacked(name)) {
     if (isWrittenDirectly(name)) {
         file_ = openDirectly(name);
     } else {
@@ -99,12 +133,18 @@ bool TextFile::tryDrain() noexcept {
     try {
         drain();
         return true;
-    } catch (const Failure&) {
+    } catch (const std::exception&) {
         return false;
     }
 }
 
 void TextFile::drain() {
+    if (buffer_.empty()) {
+        return;
+    }
+    if (isPacked_) {
+        buffer_ = packed(buffer_);
+    }
     std::string_view rest = buffer_;
     while (!rest.empty()) {
         const ssize_t written = ::write(file_, rest.data(), rest.size());

@@ -26,7 +26,8 @@ bool isWrittenDirectly(const std::string& name);
 /// destruction removes the file.
 class TextFile {
 public:
-    /// The extension, such as ".csv", is that of the temporary name.
+    /// The extension, such as ".csv", is that of the temporary name. What a name ends in ".gz" for
+    /// is packed, each piece by itself, so that what is flushed can be read.
     TextFile(const std::string& name, const std::string& extension);
     ~TextFile();
     TextFile(const TextFile&) = delete;
@@ -58,6 +59,7 @@ private:
     std::optional<PartialFile> partial_;
     int file_ = -1;
     std::string buffer_;
+    bool isPacked_;
     std::int64_t drained_ = 0;     ///< bytes in the file: whole rows
     std::int64_t lastDrained_ = 0; ///< the same before its last piece
     int failure_ = 0;              ///< why rows are missing in it; 0: none are

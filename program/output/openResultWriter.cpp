@@ -1,4 +1,5 @@
 #include "program/Failure.h"
+#include "program/fileName.h"
 #include "program/output/CsvFormat.h"
 #include "program/output/GeoJsonFormat.h"
 #include "program/output/HtmlWriter.h"
@@ -12,6 +13,7 @@
 #include <array>
 #include <cctype>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 namespace program {
@@ -32,8 +34,10 @@ constexpr std::array kExtensions = {
     Extension{".htm", OutputFormat::html},
 };
 
+constexpr std::string_view kColumnar[] = {".parquet", ".geoparquet", ".arrow", ".feather"};
+
 std::string lowerExtension(const std::string& file) {
-    std::string extension = std::filesystem::path(file).extension().string();
+    std::string extension = std::filesystem::path(formatName(file)).extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return extension;
@@ -59,6 +63,10 @@ OutputFormat formatByName(const std::string& file) {
     if (isWrittenDirectly(file)) {
         return OutputFormat::csv;
     }
+    if (std::find(std::begin(kColumnar), std::end(kColumnar), wanted) != std::end(kColumnar)) {
+        throw Failure(ExitCode::usage, file + ": Parquet and Arrow files are written by Python: "
+                                              "\"python -m qorvel --help\" tells how");
+    }
     throw unknownFormat(file);
 }
 
@@ -70,6 +78,9 @@ std::string extensionOf(OutputFormat format) {
 
 std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::string& extension,
                                             const OgrFormat& format, const ResultSchema& schema) {
+    if (isPacked(file)) {
+        throw Failure(ExitCode::usage, "a " + extension + " file cannot be written packed");
+    }
     if (isWrittenDirectly(file)) {
         throw Failure(ExitCode::usage, "a " + extension + " file must be a real file, which " +
                                            (file == "-" ? "standard output" : file) + " is not");
@@ -98,16 +109,17 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
     const std::string extension = extensionOf(format);
     checkTiles(options.tiles, format);
     const auto text = [&](std::shared_ptr<const TextFormat> textFormat) {
-        return std::make_unique<TextWriter>(file, extension, std::move(textFormat));
+        return std::make_unique<TextWriter>(file, extension + (isPacked(file) ? ".gz" : ""),
+                                            std::move(textFormat));
     };
     switch (format) {
     case OutputFormat::byName:
     case OutputFormat::csv:
-        return text(std::make_shared<CsvFormat>(schema, options.isCsvSafe));
+        return text(std::make_shared<CsvFormat>(schema, options.isCsvSafe, options.zone));
     case OutputFormat::ndjson:
-        return text(std::make_shared<NdjsonFormat>(schema));
+        return text(std::make_shared<NdjsonFormat>(schema, options.zone));
     case OutputFormat::geojson:
-        return text(std::make_shared<GeoJsonFormat>(schema));
+        return text(std::make_shared<GeoJsonFormat>(schema, options.zone));
     case OutputFormat::geopackage:
         return openOgrWriter(file, extension, geoPackageFormat(), schema);
     case OutputFormat::flatgeobuf:

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -42,9 +43,9 @@ inline void appendDegrees(std::string& text, double degrees) {
 
 /// Appends a value that is none of textOf: whole numbers as such, degrees with seven decimals,
 /// which is a centimetre, as are two decimals of a metre, and two of an hour; times as ISO 8601, in
-/// any text format.
+/// any text format, as the clocks of the zone show them (none: UTC).
 inline void appendValue(std::string& text, const ResultTable& table, std::size_t row,
-                        std::size_t column) {
+                        std::size_t column, const std::optional<TimeZone>& zone = std::nullopt) {
     switch (table.schema().columns[column].kind) {
     case ResultKind::degrees:
         return appendDegrees(text, table.real(row, column));
@@ -52,9 +53,9 @@ inline void appendValue(std::string& text, const ResultTable& table, std::size_t
     case ResultKind::hours:
         return csv::appendDecimal(text, std::llround(table.real(row, column) * 1e2), 2);
     case ResultKind::time:
-        return appendTime(text, table.whole(row, column));
+        return appendTime(text, table.whole(row, column), zone);
     case ResultKind::boxEnd:
-        return appendBoxEnd(text, table.whole(row, column));
+        return appendBoxEnd(text, table.whole(row, column), zone);
     default:
         return csv::appendInteger(text, table.whole(row, column));
     }

@@ -1,4 +1,4 @@
-#include "program/input/fileName.h"
+#include "program/fileName.h"
 
 #include <algorithm>
 #include <filesystem>

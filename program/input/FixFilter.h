@@ -1,0 +1,59 @@
+#ifndef QORVEL_PROGRAM_INPUT_FIXFILTER_H
+#define QORVEL_PROGRAM_INPUT_FIXFILTER_H
+
+#include "program/input/FilterOptions.h"
+#include "program/input/Fix.h"
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace program {
+
+/// Leaves out fixes that are not asked for, and those to which no way leads at the greatest speed.
+///
+/// The speed is that from the entity's last fix that was kept. When three fixes in a row are left
+/// out by it that are within reach of each other, it was the kept one that was astray: the third is
+/// kept, and what follows is measured from it. Each entity has a decision of its own, by its fixes
+/// in the order of the input.
+class FixFilter {
+public:
+    explicit FixFilter(const FilterOptions& options) : options_(options) {}
+
+    /// Does the fix count? To be asked of each once, in the order of the input.
+    bool takes(const Fix& fix);
+
+    /// How many fixes were left out.
+    std::uint64_t leftOut() const { return notAskedFor_ + tooFast_; }
+
+    /// What was left out, a sentence each.
+    std::vector<std::string> remarks() const;
+
+private:
+    struct Place {
+        double latitude = 0.0;
+        double longitude = 0.0;
+        std::int64_t time = 0;
+    };
+
+    /// The ways of one entity.
+    struct Way {
+        Place last;               ///< that was kept
+        Place stray;              ///< the last that was left out
+        std::uint32_t strays = 0; ///< in a row that are within reach of each other
+    };
+
+    bool isAskedFor(const Fix& fix) const;
+    bool isReached(const Fix& fix);
+    bool isWithinReach(const Place& one, const Place& other) const;
+
+    FilterOptions options_;
+    std::unordered_map<std::string, Way> ways_;
+    std::uint64_t notAskedFor_ = 0;
+    std::uint64_t tooFast_ = 0;
+};
+
+} // namespace program
+
+#endif
