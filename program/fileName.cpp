@@ -10,14 +10,14 @@ namespace {
 
 constexpr std::string_view kPacked = ".gz";
 
+} // namespace
+
 std::string lowered(std::string name) {
     std::transform(name.begin(), name.end(), name.begin(), [](char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });
     return name;
 }
-
-} // namespace
 
 std::string formatName(const std::string& file) {
     std::string name = lowered(file);

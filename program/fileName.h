@@ -5,6 +5,9 @@
 
 namespace program {
 
+/// In small letters; others than those of ASCII stay.
+std::string lowered(std::string name);
+
 /// In small letters, without the .gz behind it: what tells the format.
 std::string formatName(const std::string& file);
 

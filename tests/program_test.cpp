@@ -329,8 +329,8 @@ TEST(Program, ShowsResultsAtOnceAndEndsCleanlyWhenInterrupted) {
 
 TEST(Program, HandsOnWhatIsFinalToAPipeThatNeverEnds) {
     // In each round two are together for an hour and then far apart, underway, for two.
-    const std::string talk = save("talk.sh", R"(cd "$1"; rm -f in out; mkfifo in out
-"$2" $3 --quiet --late '10 minutes' - <in >out & exec 3>in 5<out
+    const std::string talk = save("talk.sh", R"(cd "$1"; rm -f rows found; mkfifo rows found
+"$2" $3 --quiet --late '10 minutes' - <rows >found & exec 3>rows 5<found
 echo entity,lat,lon,time_ms >&3
 for round in 0 1 2 3; do
     awk -v r=$round 'BEGIN { for (m = 0; m < 180; m++) { away = m < 60 ? 0 : m / 50; t = r * 180 + m

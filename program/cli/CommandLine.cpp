@@ -24,20 +24,22 @@ constexpr char kFooter[] = R"(Examples:
   qorvel meet --out meetings.html tracks.csv.gz       who was with whom, as a map
   qorvel hangouts --window "30 minutes" --box "1 days" tracks.csv
   qorvel presence --config town.toml --rejects bad.csv --out presence.gpkg tracks.ndjson
+  qorvel stays --from 2024-03-05 --max-speed "200 km/h" --time-zone Europe/Berlin tracks.csv
   qorvel explain --row 17 tracks.csv                  why row 17 found nothing
   qorvel COMMAND --help                               the options of a command
 
-Input: CSV, TSV, NDJSON, GPX, GeoJSON, FlatGeobuf, any of them as .gz, GeoPackage, shape files,
-databases, and with --gdal-driver what else GDAL reads. Columns are found by their usual names
-(entity, lat, lon, time, accuracy_m). Rows are taken in the order of the input. Bad rows are told on
-standard error, skipped and counted.
+Input: files, patterns and folders of CSV, NDJSON, GPX, GeoJSON, FlatGeobuf, any of them as .gz,
+GeoPackage, shape files; databases, and with --gdal-driver what else GDAL reads. Columns are found
+by their usual names (entity, lat, lon, time, accuracy_m). Rows are taken in the order of the input.
+Bad rows are told on standard error, skipped and counted.
 
-Output: CSV, NDJSON, GeoJSON, GeoPackage or FlatGeobuf, with the cells as shapes; HTML, a page with
-a map.
+Output: CSV, NDJSON or GeoJSON, also as .gz, GeoPackage or FlatGeobuf, with the cells as shapes;
+HTML, a page with a map; or a table of PostGIS.
 
 Exit codes: 0 done, 1 some rows rejected, 2 wrong usage or configuration, 3 input unusable or
-broken off or output failed, 141 who reads standard output has left (as head does), 130, 143 or 129
-ended by SIGINT, SIGTERM or SIGHUP: what was found up to there is kept.)";
+broken off, more bad rows than --max-rejects, or output failed, 141 who reads standard output has
+left (as head does), 130, 143 or 129 ended by SIGINT, SIGTERM or SIGHUP: what was found up to there
+is kept.)";
 
 /// The parser with all commands.
 class CommandLine {

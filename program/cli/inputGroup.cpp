@@ -67,6 +67,11 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired) {
             "in Europe/Berlin or +05:30")
         ->default_str("UTC")
         ->group(group);
+    command
+        .add_option("--query", input.query,
+                    "SQL for a database, whose rows are the tracks, as in \"SELECT * FROM fixes "
+                    "ORDER BY time\"")
+        ->group(group);
     command.add_option("--layer", input.layer, "layer of a GDAL source")->group(group);
 }
 

@@ -4,6 +4,7 @@
 #include "program/cli/inputGroup.h"
 #include "program/cli/options.h"
 #include "program/input/inputFiles.h"
+#include "program/shownName.h"
 #include "program/tell.h"
 
 #include <algorithm>
@@ -35,6 +36,12 @@ void addRun(CLI::App& command, RunOptions& run) {
     addValue(command, "--out", run.output.file,
              "file for the results, which has its name only when it is complete; - for standard "
              "output; what ends in .csv.gz, .ndjson.gz or .geojson.gz is packed");
+    command.add_option("--table", run.output.table,
+                       "table for the results, where --out is a database as in "
+                       "\"PG:dbname=fleet\"; it is there when it is complete. Not said: what the "
+                       "command finds, as in stays");
+    command.add_flag("--replace-table", run.output.replacesTable,
+                     "a table of that name goes when the new one is complete");
     addChoice(command, "--format", run.output.format, formats,
               "format of the results; by the file's name: .csv .ndjson .geojson .gpkg .fgb, "
               "and .html for a page with a map that needs nothing but a browser");
@@ -95,7 +102,7 @@ void settle(RunOptions& run) {
         if (isSameFile(run.rejectsFile, input)) {
             throw usageFailure("--rejects cannot be the file of the tracks");
         }
-        if (isSameFile(run.output.file, input)) {
+        if (isSameFile(run.output.file, input) && !isPostgres(input)) { // which has many tables
             throw usageFailure("--out cannot be the file of the tracks");
         }
     }

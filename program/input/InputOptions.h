@@ -54,6 +54,7 @@ struct InputOptions {
     TimeUnit timeUnit = TimeUnit::byValue;
     std::optional<qorvel_engine::TimeZone> zone; ///< of times without an offset; none: UTC
     std::string gdalDriver; ///< that reads it, trusted with all that it does; empty: by name
+    std::string query;      ///< in SQL, to a database, in place of a layer
     std::string layer;      ///< of a GDAL source; empty: the only one, or the one with points
 };
 

@@ -3,9 +3,11 @@
 #include "program/Failure.h"
 #include "program/GdalErrors.h"
 #include "program/Interrupt.h"
+#include "program/fileName.h"
 #include "program/input/gdalOpening.h"
 #include "program/input/ogrLayers.h"
 #include "program/input/ogrText.h"
+#include "program/shownName.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -15,7 +17,7 @@
 namespace program {
 
 OgrSource::OgrSource(const InputOptions& options)
-    : name_(options.file == "-" ? "standard input" : options.file), options_(options),
+    : name_(options.file == "-" ? "standard input" : shownName(options.file)), options_(options),
       fixes_(options) {
     std::error_code ignored;
     const auto status = std::filesystem::status(options.file, ignored);
@@ -29,7 +31,13 @@ OgrSource::OgrSource(const InputOptions& options)
         layer_->TestCapability(OLCFastFeatureCount) != 0 ? layer_->GetFeatureCount(0) : -1;
 }
 
-OgrSource::~OgrSource() = default;
+OgrSource::~OgrSource() {
+    feature_.reset();
+    if (!options_.query.empty() && layer_ != nullptr) {
+        const GdalErrors quiet;
+        dataset_->ReleaseResultSet(layer_);
+    }
+}
 
 void OgrSource::open() {
     const bool isTrusted = !options_.gdalDriver.empty();
@@ -39,7 +47,20 @@ void OgrSource::open() {
                       name_ + ": which of GDAL's drivers is to read it? --gdal-driver says it");
     }
     dataset_.reset(openWithGdal(options_.file, driver, isTrusted));
-    layer_ = &chooseLayer(*dataset_, options_.layer, name_);
+    layer_ = options_.query.empty() ? &chooseLayer(*dataset_, options_.layer, name_) : ask();
+}
+
+/// Files are not asked: what SQL may do to them, and with what they say, is beyond what is checked.
+OGRLayer* OgrSource::ask() {
+    if (isThere(options_.file)) {
+        throw Failure(ExitCode::usage, "--query is for databases, not for files");
+    }
+    const GdalErrors errors;
+    OGRLayer* answer = dataset_->ExecuteSQL(options_.query.c_str(), nullptr, nullptr);
+    if (answer == nullptr || !errors.first().empty()) {
+        fail("the query finds no rows that can be read", errors.first());
+    }
+    return answer;
 }
 
 void OgrSource::findColumns() {

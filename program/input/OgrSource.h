@@ -47,6 +47,7 @@ private:
     };
 
     void open();
+    OGRLayer* ask();
     void findColumns();
     void prepareTransformation();
     void takeAttribute(FixField field);

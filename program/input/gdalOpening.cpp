@@ -5,6 +5,7 @@
 #include "program/fileName.h"
 #include "program/input/shapeFault.h"
 #include "program/input/sqliteFault.h"
+#include "program/shownName.h"
 
 #include <algorithm>
 #include <cpl_conv.h>
@@ -44,7 +45,7 @@ constexpr Naming kBeginnings[] = {
     {"mssql:", "MSSQLSpatial"},
 };
 
-/// How a driver is kept from writing beside what it reads.
+/// How a driver is kept from writing beside what it reads, and what it is to look at.
 struct OpenOption {
     std::string_view driver;
     const char* text;
@@ -52,6 +53,7 @@ struct OpenOption {
 constexpr OpenOption kOpenOptions[] = {
     {"GPKG", "IMMUTABLE=YES"},
     {"SQLite", "IMMUTABLE=YES"},
+    {"PostgreSQL", "LIST_ALL_TABLES=YES"}, // those without a geometry, too
     {"GML", "WRITE_GFS=NO"},
     {"GML", "DOWNLOAD_SCHEMA=NO"},
 };
@@ -61,7 +63,7 @@ bool isDatabase(const std::string& driver) {
 }
 
 [[noreturn]] void refuse(const std::string& input, const std::string& what) {
-    throw Failure(ExitCode::broken, input + ": " + what);
+    throw Failure(ExitCode::broken, shownName(input) + ": " + what);
 }
 
 void registerDrivers() {
@@ -192,7 +194,7 @@ GDALDataset* openWithGdal(const std::string& input, const std::string& driver, b
 
 std::string gdalSentence(const std::string& input, std::string_view what, std::string words) {
     std::replace(words.begin(), words.end(), '\n', ' ');
-    return input + ": " + std::string(what) + (words.empty() ? "" : " (" + words + ")");
+    return shownName(input + ": " + std::string(what) + (words.empty() ? "" : " (" + words + ")"));
 }
 
 } // namespace program

@@ -1,9 +1,6 @@
 #include "program/output/OgrWriter.h"
 
 #include "program/GdalErrors.h"
-#include "program/output/cellShape.h"
-#include "program/output/jsonText.h"
-#include "program/output/valueText.h"
 #include "program/output/writeFailure.h"
 
 #include <algorithm>
@@ -16,46 +13,6 @@ namespace {
 
 /// Commits cost, and what is not committed is lost when the disk fills up.
 constexpr std::int64_t kRowsPerTransaction = 10000;
-
-OGRFieldType typeOf(ResultKind kind) {
-    switch (kind) {
-    case ResultKind::entity:
-    case ResultKind::text:
-        return OFTString;
-    case ResultKind::whole:
-        return OFTInteger64;
-    case ResultKind::degrees:
-    case ResultKind::metres:
-    case ResultKind::hours:
-        return OFTReal;
-    case ResultKind::time:
-    case ResultKind::boxEnd:
-        return OFTDateTime;
-    }
-    return OFTString;
-}
-
-/// Longitude first, as everywhere here.
-OGRSpatialReference wgs84() {
-    OGRSpatialReference reference;
-    reference.SetWellKnownGeogCS("WGS84");
-    reference.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-    return reference;
-}
-
-std::unique_ptr<OGRGeometry> shapeOf(const ResultTable& table, std::size_t row) {
-    const SpaceBox* const cell = table.cell(row);
-    return cell == nullptr ? nullptr : cellPolygon(*cell);
-}
-
-/// A text field ends at a NUL.
-std::string fieldText(std::string_view text) {
-    std::string field = asUtf8(text);
-    for (std::size_t at = field.find('\0'); at != std::string::npos; at = field.find('\0', at)) {
-        field.replace(at, 1, "\xEF\xBF\xBD");
-    }
-    return field;
-}
 
 /// SQLite names a full disk; others tell only that they could not write.
 std::string reasonOf(const GdalErrors& errors) {
@@ -79,12 +36,12 @@ OgrWriter::OgrWriter(const std::string& file, const std::string& extension, cons
     const GdalErrors errors;
     create();
     // Counting has the table made now: made in the first transaction, it would go when that fails.
-    if (layer_ == nullptr || !addFields() || layer_->GetFeatureCount() != 0 ||
+    if (layer_ == nullptr || layer_->GetFeatureCount() != 0 ||
         layer_->StartTransaction() != OGRERR_NONE || !errors.first().empty()) {
         close();
         fail(errors);
     }
-    feature_.reset(OGRFeature::CreateFeature(layer_->GetLayerDefn()));
+    rows_.emplace(*layer_, schema_);
 }
 
 OgrWriter::~OgrWriter() {
@@ -106,17 +63,8 @@ void OgrWriter::create() {
     }
     dataset_.reset(driver->Create(file_.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
     if (dataset_) {
-        OGRSpatialReference reference = wgs84();
-        layer_ = dataset_->CreateLayer(schema_.name.c_str(), &reference, wkbPolygon, nullptr);
+        layer_ = addLayer(*dataset_, schema_.name, schema_, nullptr);
     }
-}
-
-bool OgrWriter::addFields() {
-    const auto add = [this](const ResultColumn& column) {
-        OGRFieldDefn field(column.name.c_str(), typeOf(column.kind));
-        return layer_->CreateField(&field) == OGRERR_NONE;
-    };
-    return std::all_of(schema_.columns.begin(), schema_.columns.end(), add);
 }
 
 void OgrWriter::write(const ResultBatch& results) {
@@ -127,49 +75,13 @@ void OgrWriter::write(const ResultBatch& results) {
 
 void OgrWriter::writeRow(const ResultTable& table, std::size_t row) {
     const GdalErrors errors;
-    if (!writeFeature(table, row)) {
+    if (!rows_->write(table, row)) {
         fail(errors);
     }
-    ++rows_;
-    if (rows_ - committed_ >= kRowsPerTransaction &&
+    ++count_;
+    if (count_ - committed_ >= kRowsPerTransaction &&
         (!commit() || layer_->StartTransaction() != OGRERR_NONE)) {
         fail(errors);
-    }
-}
-
-bool OgrWriter::writeFeature(const ResultTable& table, std::size_t row) {
-    feature_->SetFID(OGRNullFID);
-    for (std::size_t column = 0; column < schema_.columns.size(); ++column) {
-        setField(table, row, column);
-    }
-    feature_->SetGeometryDirectly(shapeOf(table, row).release());
-    return layer_->CreateFeature(feature_.get()) == OGRERR_NONE;
-}
-
-void OgrWriter::setField(const ResultTable& table, std::size_t row, std::size_t column) {
-    const int index = static_cast<int>(column);
-    const ResultKind kind = schema_.columns[column].kind;
-    if (isMissing(table, row, column)) {
-        feature_->SetFieldNull(index);
-    } else if (isText(kind)) {
-        feature_->SetField(index, fieldText(textOf(table, row, column)).c_str());
-    } else if (isTime(kind)) {
-        setTime(index, table.whole(row, column));
-    } else if (kind == ResultKind::whole) {
-        feature_->SetField(index, static_cast<GIntBig>(table.whole(row, column)));
-    } else {
-        feature_->SetField(index, table.real(row, column));
-    }
-}
-
-/// GDAL reads what appendTime prints, but for years with a sign.
-void OgrWriter::setTime(int index, std::int64_t time) {
-    std::string text;
-    appendTime(text, time);
-    if (text.front() == '+' || text.front() == '-') {
-        feature_->SetFieldNull(index);
-    } else {
-        feature_->SetField(index, text.c_str());
     }
 }
 
@@ -192,7 +104,7 @@ std::string OgrWriter::abandon() noexcept {
         commit();
         close();
         correctCount();
-        const bool isWorthIt = committed_ > 0 || rows_ == 0;
+        const bool isWorthIt = committed_ > 0 || count_ == 0;
         return isWorthIt && isReadable() ? file_.keep() : std::string();
     } catch (const std::exception&) {
         return {};
@@ -201,13 +113,13 @@ std::string OgrWriter::abandon() noexcept {
 
 bool OgrWriter::commit() {
     const bool isDone = layer_ != nullptr && layer_->CommitTransaction() == OGRERR_NONE;
-    committed_ = isDone ? rows_ : committed_;
+    committed_ = isDone ? count_ : committed_;
     return isDone;
 }
 
 /// The feature goes first: it leans on the layer's fields.
 void OgrWriter::close() {
-    feature_.reset();
+    rows_.reset();
     layer_ = nullptr;
     dataset_.reset();
 }
@@ -215,7 +127,7 @@ void OgrWriter::close() {
 /// After a commit that failed, GDAL notes down the rows that it was given, not those that are
 /// there.
 void OgrWriter::correctCount() const {
-    if (committed_ == rows_) {
+    if (committed_ == count_) {
         return;
     }
     const GDALDatasetUniquePtr dataset(

@@ -1,16 +1,17 @@
 #ifndef QORVEL_PROGRAM_OUTPUT_OGRWRITER_H
 #define QORVEL_PROGRAM_OUTPUT_OGRWRITER_H
 
+#include "program/output/OgrRows.h"
 #include "program/output/PartialFile.h"
 #include "program/output/ResultWriter.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 class GDALDataset;
-class OGRFeature;
 class OGRLayer;
 
 namespace program {
@@ -49,15 +50,11 @@ public:
 
 private:
     void create();
-    bool addFields();
     bool commit();
     void close();
     void correctCount() const;
     bool isReadable() const;
     void writeRow(const ResultTable& table, std::size_t row);
-    bool writeFeature(const ResultTable& table, std::size_t row);
-    void setField(const ResultTable& table, std::size_t row, std::size_t column);
-    void setTime(int index, std::int64_t time);
     [[noreturn]] void fail(const GdalErrors& errors) const;
 
     std::string name_;
@@ -66,8 +63,8 @@ private:
     PartialFile file_;
     std::unique_ptr<GDALDataset> dataset_;
     OGRLayer* layer_ = nullptr;
-    std::unique_ptr<OGRFeature> feature_; ///< used again for every row
-    std::int64_t rows_ = 0;
+    std::optional<OgrRows> rows_;
+    std::int64_t count_ = 0;
     std::int64_t committed_ = 0;
 };
 

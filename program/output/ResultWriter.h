@@ -25,9 +25,11 @@ enum class OutputFormat {
 struct OutputOptions {
     std::string file = "-"; ///< "-" for standard output, which cannot take a GIS's files
     OutputFormat format = OutputFormat::byName;
-    bool isCsvSafe = false; ///< texts in CSV by csv::appendSafeField
-    std::string tiles = {}; ///< of a street map, see qorvel_page::isTileAddress
+    bool isCsvSafe = false;            ///< texts in CSV by csv::appendSafeField
+    std::string tiles = {};            ///< of a street map, see qorvel_page::isTileAddress
     std::optional<TimeZone> zone = {}; ///< of times in texts; none: UTC
+    std::string table = {};            ///< of a database; empty: the name of the results
+    bool replacesTable = false;        ///< one that is there goes
 };
 
 /// Writes results in one format. A file is written under a temporary name beside its own and

@@ -5,9 +5,11 @@
 #include "program/output/HtmlWriter.h"
 #include "program/output/NdjsonFormat.h"
 #include "program/output/OgrWriter.h"
+#include "program/output/PostgresWriter.h"
 #include "program/output/ResultWriter.h"
 #include "program/output/TextFile.h"
 #include "program/output/TextWriter.h"
+#include "program/shownName.h"
 
 #include <algorithm>
 #include <array>
@@ -104,6 +106,9 @@ void checkTiles(const std::string& tiles, OutputFormat format) {
 std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
                                                const ResultSchema& schema) {
     const std::string& file = options.file;
+    if (isPostgres(file)) {
+        return std::make_unique<PostgresWriter>(file, options.table, options.replacesTable, schema);
+    }
     const OutputFormat format =
         options.format == OutputFormat::byName ? formatByName(file) : options.format;
     const std::string extension = extensionOf(format);

@@ -11,6 +11,9 @@ build_packages=(cmake g++ ninja-build help2man libbenchmark-dev libcli11-dev lib
 check_packages=(abigail-tools clang clang-format-14 clang-tidy cppcheck doxygen libclang-rt-14-dev llvm-14
     pkg-config shellcheck)
 
+# What scripts/test-postgis needs besides.
+database_packages=(postgresql-15 postgresql-15-postgis-3)
+
 # What the benchmarks need besides: a tool that counts instructions, and libraries to compare with.
 bench_packages=(libboost-dev libgeographiclib-dev libs2-dev valgrind)
 

@@ -1,0 +1,47 @@
+#ifndef QORVEL_PROGRAM_OUTPUT_OGRROWS_H
+#define QORVEL_PROGRAM_OUTPUT_OGRROWS_H
+
+#include "engine/columns/ResultTable.h"
+#include "program/engineNames.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+class GDALDataset;
+class OGRFeature;
+class OGRLayer;
+
+namespace program {
+
+/// Makes a layer in WGS 84 with a typed field for each column; null where GDAL cannot, as its
+/// errors tell. The options are GDAL's, null for none.
+OGRLayer* addLayer(GDALDataset& dataset, const std::string& name, const ResultSchema& schema,
+                   char** options);
+
+/// Writes rows of results as features of a layer that addLayer made.
+class OgrRows {
+public:
+    /// Both must outlive it.
+    OgrRows(OGRLayer& layer, const ResultSchema& schema);
+
+    /// False where GDAL cannot, as its errors tell.
+    bool write(const ResultTable& table, std::size_t row);
+
+private:
+    struct Ending {
+        void operator()(OGRFeature* feature) const;
+    };
+
+    void setField(const ResultTable& table, std::size_t row, std::size_t column);
+    void setTime(int index, std::int64_t time);
+
+    OGRLayer& layer_;
+    const ResultSchema& schema_;
+    std::unique_ptr<OGRFeature, Ending> feature_; ///< used again for every row
+};
+
+} // namespace program
+
+#endif
