@@ -44,7 +44,8 @@ enum qorvel_engine_code {
     QORVEL_ENGINE_OUT_OF_MEMORY = 5,     ///< memory ran out
     QORVEL_ENGINE_CANCELLED = 6,         ///< qorvel_engine_cancel was called
     QORVEL_ENGINE_MISUSE = 7,            ///< a call that the state or the arguments do not allow
-    QORVEL_ENGINE_INTERNAL = 8           ///< a fault of the engine itself
+    QORVEL_ENGINE_INTERNAL = 8,          ///< a fault of the engine itself
+    QORVEL_ENGINE_BAD_STATE = 9          ///< a saved state that cannot be taken
 };
 
 /// What went wrong.
@@ -147,6 +148,39 @@ QORVEL_ENGINE_EXPORT int32_t qorvel_engine_results(qorvel_engine_session* sessio
 /// the reason, and a sentence ("row", "code", "reason").
 QORVEL_ENGINE_EXPORT int32_t qorvel_engine_rejects(qorvel_engine_session* session,
                                                    struct ArrowArrayStream* out);
+
+/// All that the session remembers, as bytes from which a session of the same question,
+/// configuration and options goes on, in another process or on another machine, with any number of
+/// threads. Waits until all that was pushed is processed. Results and rejects are not a part of it:
+/// those that were not taken are QORVEL_ENGINE_MISUSE.
+///
+/// @param bytes  stay until the next call of this or of qorvel_engine_take_entities, or the
+///               session's end
+QORVEL_ENGINE_EXPORT int32_t qorvel_engine_save(qorvel_engine_session* session, const void** bytes,
+                                                uint64_t* size);
+
+/// Takes what qorvel_engine_save gave, in a session into which nothing was pushed. What cannot be
+/// taken is QORVEL_ENGINE_BAD_STATE, and the session is as before.
+QORVEL_ENGINE_EXPORT int32_t qorvel_engine_load(qorvel_engine_session* session, const void* bytes,
+                                                uint64_t size);
+
+/// Takes out of the session all that it remembers of some entities, for another that gets their
+/// rows from then on; not for encounters. Otherwise as qorvel_engine_save.
+///
+/// @param entities  their names; those that are integers in decimals
+QORVEL_ENGINE_EXPORT int32_t qorvel_engine_take_entities(qorvel_engine_session* session,
+                                                         const char* const* entities, size_t count,
+                                                         const void** bytes, uint64_t* size);
+
+/// Takes them in, in a session that remembers nothing of them.
+QORVEL_ENGINE_EXPORT int32_t qorvel_engine_give_entities(qorvel_engine_session* session,
+                                                         const void* bytes, uint64_t size);
+
+/// Forgets which presence records and hangouts were given, of those that no row from that time on,
+/// ms since 1970 UTC, can bring again: so that a stream can go on for ever. For a row that is older
+/// all the same, one may be given again.
+QORVEL_ENGINE_EXPORT int32_t qorvel_engine_forget_reported_before(qorvel_engine_session* session,
+                                                                  int64_t time);
 
 /// Ends the work soon, from any thread or a signal's handler: push, flush and finish return
 /// QORVEL_ENGINE_CANCELLED from then on. What is final can still be taken.

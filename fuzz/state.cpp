@@ -1,5 +1,5 @@
-// Anything as a state, of a detector, a processor and, where the engine is built, of sessions: it
-// is refused, or it was one in its canonical form, and then work goes on with it.
+// Anything as a state of a detector and of a processor: it is refused, or it is taken, gives the
+// same bytes again and again, and work goes on with it.
 
 #include "law.h"
 

@@ -16,11 +16,14 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <limits>
 #include <new>
 #include <random>
 #include <set>
+#include <sstream>
 #include <thread>
 #include <utility>
 
@@ -303,6 +306,180 @@ int codeOf(const Call& call) {
         return 0;
     } catch (const Fault& fault) {
         return static_cast<int>(fault.code());
+    }
+}
+
+// ---- States ----
+
+/// QORVEL_STATE_ROWS makes them longer.
+std::size_t stateRows() {
+    const char* const text = std::getenv("QORVEL_STATE_ROWS");
+    return text == nullptr ? 1500 : std::strtoull(text, nullptr, 10);
+}
+
+std::unique_ptr<Session> open(Way way, unsigned threads) {
+    way.threads = threads;
+    return std::make_unique<Session>(askedIn(way), readConfigText(kConfig), optionsOf(way));
+}
+
+void push(Session& session, const RowStream& rows, std::string& lines) {
+    const RowColumns columns(rows, EntityKind::text);
+    session.push(columns.slice(0, rows.size()));
+    session.flush();
+    takeAll(session, lines);
+    session.takeRejects();
+}
+
+RowStream part(const RowStream& stream, std::size_t from, std::size_t to) {
+    return {stream.begin() + static_cast<std::ptrdiff_t>(from),
+            stream.begin() + static_cast<std::ptrdiff_t>(std::min(to, stream.size()))};
+}
+
+std::string finish(Session& session, std::string lines) {
+    session.finish();
+    takeAll(session, lines);
+    return lines;
+}
+
+TEST(Session, GoesOnFromItsStateElsewhere) {
+    const RowStream stream = makeRowStream(7, stateRows());
+    for (const Way& way : kQuestions) {
+        const bool remembers = !way.lastFigures && (way.question == Question::presence ||
+                                                    way.question == Question::hangouts);
+        std::mt19937_64 chance(11);
+        std::string ignored;
+        std::string lines;
+        const auto whole = open(way, 1);
+        auto session = open(way, 1);
+        for (std::size_t from = 0, to = 0; from < stream.size(); from = to) {
+            to = std::min(stream.size(), from + 1 + chance() % (stream.size() / 8));
+            push(*whole, part(stream, from, to), ignored);
+            push(*session, part(stream, from, to), lines);
+            const std::string state = session->save();
+            session = open(way, 1 + static_cast<unsigned>(chance() % 3));
+            session->load(state);
+            ASSERT_TRUE(session->save() == state); // canonical, whatever the number of threads
+            ASSERT_TRUE(whole->save() == state);
+            // No row to come is older than that, so nothing can come again.
+            const auto oldest = (70 + 2 * static_cast<std::int64_t>(to)) * kStreamMinute;
+            if (to == stream.size() || chance() % 2 == 0) {
+                session->forgetReportedBefore(oldest);
+                whole->forgetReportedBefore(oldest);
+                EXPECT_TRUE(remembers || session->save() == state);
+            }
+        }
+        EXPECT_TRUE(finish(*session, lines) == run(stream, way)); // where nothing was forgotten
+        whole->finish();
+        EXPECT_EQ(session->remarks().size(), whole->remarks().size());
+        EXPECT_EQ(session->figures().results, whole->figures().results);
+    }
+}
+
+TEST(Session, HandsEntitiesOver) {
+    const RowStream stream = makeRowStream(8, stateRows());
+    RowStream rest[2];
+    for (const StreamRow& row : part(stream, stream.size() / 2, stream.size())) {
+        rest[std::stoi(row.entity) % 2].push_back(row);
+    }
+    for (const Way& way : kQuestions) {
+        std::string lines;
+        const auto from = open(way, 2);
+        push(*from, part(stream, 0, stream.size() / 2), lines);
+        if (way.question == Question::encounters) {
+            EXPECT_EQ(codeOf([&] { from->takeEntities({"1"}); }), QORVEL_ENGINE_MISUSE);
+            continue;
+        }
+        const std::string state = from->takeEntities({"9", "1", "3", "7", "5"});
+        const auto to = open(way, 3);
+        to->giveEntities(state);
+        EXPECT_TRUE(to->takeEntities({"1", "3", "5", "7", "9"}) == state);
+        to->giveEntities(state);
+        EXPECT_EQ(codeOf([&] { to->giveEntities(state); }),
+                  way.question == Question::boxes ? 0 : QORVEL_ENGINE_MISUSE);
+        EXPECT_EQ(codeOf([&] { to->takeEntities({"1", "nobody"}); }), QORVEL_ENGINE_MISUSE);
+        push(*from, rest[0], lines);
+        push(*to, rest[1], lines);
+        lines = finish(*to, finish(*from, lines));
+        std::string expected;
+        const auto whole = open(way, 1);
+        push(*whole, stream, expected);
+        EXPECT_TRUE(sorted(lines) == sorted(finish(*whole, expected)));
+    }
+}
+
+/// The file as the release that wrote it did; QORVEL_WRITE_STATES writes those that are not there.
+TEST(Session, ReadsTheStatesOfAllReleases) {
+    const RowStream stream = makeRowStream(9, 300);
+    for (std::size_t i = 0; i < kQuestions.size(); ++i) {
+        const std::string file =
+            std::string(QORVEL_STATES) + "/session-" + std::to_string(i) + "-1.state";
+        std::string before;
+        std::string expected;
+        std::string lines;
+        const auto whole = open(kQuestions[i], 1);
+        push(*whole, part(stream, 0, 200), before);
+        if (std::getenv("QORVEL_WRITE_STATES") != nullptr && !std::ifstream(file)) {
+            std::ofstream(file, std::ios::binary) << whole->save();
+        }
+        std::stringstream state;
+        state << std::ifstream(file, std::ios::binary).rdbuf();
+        const auto session = open(kQuestions[i], 2);
+        session->load(state.str());
+        EXPECT_TRUE(session->save() == state.str());
+        push(*whole, part(stream, 200, 300), expected);
+        push(*session, part(stream, 200, 300), lines);
+        EXPECT_TRUE(finish(*session, lines) == finish(*whole, expected)) << i;
+    }
+}
+
+TEST(Session, RefusesAStateAndGoesOnAsBefore) {
+    for (const Way& way : kQuestions) {
+        std::string lines;
+        const auto source = open(way, 1);
+        push(*source, makeRowStream(4, 60), lines);
+        const std::string state = source->save();
+        const auto session = open(way, 2);
+        const std::string empty = session->save();
+        std::mt19937_64 chance(5);
+        for (int i = 0; i < 100; ++i) {
+            std::string wrong = state;
+            const std::size_t at = chance() % state.size();
+            wrong[at] = static_cast<char>(wrong[at] ^ 1 << chance() % 8);
+            const std::string cut = state.substr(0, at);
+            for (const std::string& bytes : {wrong, cut}) {
+                EXPECT_EQ(codeOf([&] { session->load(bytes); }), QORVEL_ENGINE_BAD_STATE);
+                EXPECT_EQ(codeOf([&] { session->giveEntities(bytes); }),
+                          way.question == Question::encounters ? QORVEL_ENGINE_MISUSE
+                                                               : QORVEL_ENGINE_BAD_STATE);
+            }
+        }
+        EXPECT_TRUE(session->save() == empty);
+        Way other = way;
+        other.late = 2 * kHour;
+        EXPECT_EQ(codeOf([&] { open(other, 1)->load(state); }), QORVEL_ENGINE_BAD_STATE);
+        EXPECT_EQ(codeOf([&] { source->load(state); }), QORVEL_ENGINE_MISUSE);
+        const RowColumns more(makeRowStream(4, 600), EntityKind::text);
+        source->push(more.slice(0, 600));
+        EXPECT_EQ(codeOf([&] { source->save(); }), QORVEL_ENGINE_MISUSE); // rejects, at least
+        session->load(state);
+        EXPECT_TRUE(session->save() == state);
+    }
+    for (const char* const text : {"", "QRVL", "no state of anybody's"}) {
+        qorvel_engine_session* session = nullptr;
+        ASSERT_EQ(qorvel_engine_open("stays", "", nullptr, &session), 0);
+        EXPECT_EQ(qorvel_engine_load(session, text, std::strlen(text)), QORVEL_ENGINE_BAD_STATE);
+        const void* bytes = nullptr;
+        std::uint64_t size = 0;
+        EXPECT_EQ(qorvel_engine_save(session, nullptr, &size), QORVEL_ENGINE_MISUSE);
+        ASSERT_EQ(qorvel_engine_save(session, &bytes, &size), 0);
+        EXPECT_EQ(qorvel_engine_load(session, bytes, size), 0);
+        const char* const nobody = "nobody";
+        EXPECT_EQ(qorvel_engine_take_entities(session, &nobody, 1, &bytes, &size),
+                  QORVEL_ENGINE_MISUSE);
+        ASSERT_EQ(qorvel_engine_take_entities(session, nullptr, 0, &bytes, &size), 0);
+        EXPECT_EQ(qorvel_engine_give_entities(session, bytes, size), 0);
+        EXPECT_EQ(qorvel_engine_forget_reported_before(session, 0), 0);
+        qorvel_engine_close(session);
     }
 }
 

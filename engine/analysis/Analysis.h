@@ -18,6 +18,11 @@
 
 namespace qorvel_engine {
 
+namespace detail {
+class StateReader;
+class StateWriter;
+} // namespace detail
+
 /// One row on its way through an analysis. The event's `eid` is the number of the entity in the
 /// session's dictionary, its `sequenceNumber` the number of the row.
 struct Observation {
@@ -43,8 +48,23 @@ public:
     virtual void add(const SeenFix& fix) = 0;
 };
 
+/// What a shard keeps, entity by entity, to be written into a state. Good until the shard is used
+/// again.
+class ShardSnapshot {
+public:
+    virtual ~ShardSnapshot() = default;
+
+    /// False, and nothing is written, where nothing is kept of the entity. The bytes hang on what
+    /// is kept alone: not on the shard, or on the order in hash tables.
+    virtual bool save(std::uint64_t eid, detail::StateWriter& out) const = 0;
+};
+
 /// The work on the entities of one shard: all rows of an entity come to the same shard, in the
 /// order of the input. Used by one thread at a time.
+///
+/// Whatever is kept from row to row goes through `snapshot` and `load`, each part with a `save` and
+/// a `load` of its own: a state is complete, or results differ after it. What is new in them raises
+/// the version of the format (docs/state-format.md) and gets a golden file.
 class Shard {
 public:
     virtual ~Shard() = default;
@@ -57,6 +77,16 @@ public:
 
     /// After the last row.
     virtual void finish(LastResults&) {}
+
+    /// Null where nothing is kept.
+    virtual std::unique_ptr<ShardSnapshot> snapshot() const { return nullptr; }
+    /// Takes what a snapshot wrote, for an entity of which nothing is kept. Bytes may be anything:
+    /// the reader is not good after those that it cannot take.
+    virtual void load(std::uint64_t eid, detail::StateReader& in);
+    /// Forgets all that is kept of these entities, which ascend.
+    virtual void forgetEntities(const std::vector<std::uint64_t>&) {}
+    /// Forgets which results it gave, of those that no row from that time on, ms, can bring again.
+    virtual void forgetReportedBefore(std::int64_t) {}
 };
 
 /// What a session does with events.
@@ -97,6 +127,15 @@ public:
 
     /// After the last row: what `see` has gathered.
     virtual void finish(const EntityNames&, LastResults&) {}
+
+    /// Can what is kept be told entity by entity, so that some can go on elsewhere?
+    virtual bool isByEntity() const { return true; }
+
+    /// What `see` keeps, as ShardSnapshot::save and Shard::load. Nothing is taken of bytes that
+    /// cannot be.
+    /// @param entities  how many there are: their numbers are below it
+    virtual void save(detail::StateWriter&) const {}
+    virtual void load(detail::StateReader&, std::uint64_t /*entities*/) {}
 
     /// What there is to say about it after the last row.
     virtual std::vector<Remark> remarks() const { return {}; }

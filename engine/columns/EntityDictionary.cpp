@@ -151,14 +151,20 @@ struct EntityDictionary::State {
     template <class IsSame, class Make>
     std::uint64_t findOrAdd(std::uint64_t hash, const IsSame& isSame, const Make& make) {
         const auto tag = static_cast<std::uint32_t>(hash >> 32U);
+        const std::size_t at = slotOf(tag, isSame);
+        return slots[at].numberPlusOne != 0 ? slots[at].numberPlusOne - std::uint64_t{1}
+                                            : add(tag, at, make);
+    }
+
+    /// The slot of the name, or the free one where it belongs.
+    template <class IsSame>
+    std::size_t slotOf(std::uint32_t tag, const IsSame& isSame) {
         std::size_t at = placeOf(tag);
-        for (; slots[at].numberPlusOne != 0; at = next(at)) {
-            const std::uint64_t number = slots[at].numberPlusOne - std::uint64_t{1};
-            if (slots[at].tag == tag && isSame(names[number])) {
-                return number;
-            }
+        while (slots[at].numberPlusOne != 0 &&
+               !(slots[at].tag == tag && isSame(names[slots[at].numberPlusOne - 1U]))) {
+            at = next(at);
         }
-        return add(tag, at, make);
+        return at;
     }
 
     template <class Make>
@@ -236,6 +242,24 @@ std::uint64_t EntityDictionary::numberOf(std::uint64_t bits) {
         [bits] {
             return Name{nullptr, bits};
         });
+}
+
+std::optional<std::uint64_t> EntityDictionary::find(const EntityNames& others,
+                                                    std::uint64_t number) const {
+    expectKind(state_->kind == others.kind());
+    const auto numberIn = [this](std::uint64_t hash, const auto& isSame) {
+        const std::size_t at = state_->slotOf(static_cast<std::uint32_t>(hash >> 32U), isSame);
+        const std::uint32_t found = state_->slots[at].numberPlusOne;
+        return found == 0 ? std::nullopt : std::optional(found - std::uint64_t{1});
+    };
+    if (state_->kind == EntityKind::text) {
+        const std::string_view name = others.text(number);
+        return numberIn(hashOf(name, state_->seed),
+                        [name](const Name& other) { return other.asText() == name; });
+    }
+    const std::uint64_t bits = others.bits(number);
+    return numberIn(mixed(bits, state_->seed),
+                    [bits](const Name& other) { return other.size == bits; });
 }
 
 EntityKind EntityDictionary::kind() const noexcept {

@@ -4,6 +4,7 @@
 #include "engine/columns/EntityNames.h"
 
 #include <memory>
+#include <optional>
 
 namespace qorvel_engine {
 
@@ -28,6 +29,10 @@ public:
 
     /// The same for an integer, a negative one as two's complement.
     std::uint64_t numberOf(std::uint64_t bits);
+
+    /// The number of the entity that others have under a number of theirs; none if it is not known
+    /// here.
+    std::optional<std::uint64_t> find(const EntityNames& others, std::uint64_t number) const;
 
     EntityKind kind() const noexcept override;
     std::uint64_t size() const noexcept override;

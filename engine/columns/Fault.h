@@ -19,7 +19,8 @@ enum class FaultCode : std::int32_t {
     outOfMemory = 5,      ///< memory ran out
     cancelled = 6,        ///< the caller asked for the end
     misuse = 7,           ///< a call that the state or the arguments do not allow
-    internal = 8          ///< a fault of the engine itself
+    internal = 8,         ///< a fault of the engine itself
+    badState = 9          ///< a saved state that cannot be taken
 };
 
 /// The one exception of the engine, besides std::bad_alloc. A row that cannot be used is no fault:

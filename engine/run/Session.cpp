@@ -6,9 +6,11 @@
 #include "engine/run/detail/LastBatches.h"
 #include "engine/run/detail/Pipeline.h"
 #include "engine/run/detail/RegistryLock.h"
+#include "engine/run/detail/sessionState.h"
 
 #include <algorithm>
 #include <limits>
+#include <unordered_set>
 #include <utility>
 
 namespace qorvel_engine {
@@ -60,15 +62,19 @@ public:
         : tables_(makeTables(config, analysis.question)),
           analysis_(makeAnalysis(analysis, tables_.get())),
           empty_(analysis_->makeTable(std::make_shared<EntityDictionary>(EntityKind::text))),
-          intake_(makeKeyNumbers(config), *analysis_, options, counters_),
-          pipeline_(*analysis_, options, counters_) {}
+          intake_(std::make_unique<detail::Intake>(makeKeyNumbers(config), *analysis_, options,
+                                                   counters_)),
+          pipeline_(*analysis_, options, counters_),
+          parts_(detail::fingerprintOf(analysis, config, options), *analysis_, intake_, pipeline_,
+                 counters_),
+          hasLabels_(analysis.stays.label) {}
 
     void push(const Observations& observations, const std::shared_ptr<const void>& owner,
               std::optional<std::int64_t> oldestToCome) {
         expectOpen();
         tellNames(observations.entityKind());
         orEnd([&] {
-            intake_.begin(observations);
+            intake_->begin(observations);
             std::int64_t from = 0;
             bool goesOn = true;
             do { // once for no rows, too: something may be known about those to come
@@ -76,9 +82,9 @@ public:
                 batch->columns = observations;
                 batch->owner = owner;
                 const std::int64_t to = from + std::min(observations.size() - from, kBatchRows);
-                intake_.fill(*batch, from, to, oldestToCome.has_value());
+                intake_->fill(*batch, from, to, oldestToCome.has_value());
                 if (oldestToCome && to == observations.size()) {
-                    intake_.know(*batch, *oldestToCome);
+                    intake_->know(*batch, *oldestToCome);
                 }
                 goesOn = pipeline_.add(std::move(batch));
                 from = to;
@@ -98,7 +104,7 @@ public:
         return results;
     }
 
-    std::vector<Reject> takeRejects() { return intake_.takeRejects(); }
+    std::vector<Reject> takeRejects() { return intake_->takeRejects(); }
 
     void flush() {
         expectOpen();
@@ -108,11 +114,54 @@ public:
 
     void finish() {
         flush();
-        tellNames(intake_.names() == nullptr ? EntityKind::text : intake_.names()->kind());
+        tellNames(intake_->names() == nullptr ? EntityKind::text : intake_->names()->kind());
         orEnd([&] {
             last_.emplace(pipeline_.finish());
             detail::Counters::add(counters_.results, last_->size());
         });
+    }
+
+    std::string save() {
+        expectSavable();
+        flush();
+        expect(!pipeline_.hasResults() && !intake_->hasRejects(), FaultCode::misuse,
+               "There are results or rejects that were not taken: take them, then save.");
+        return parts_.save();
+    }
+
+    void load(std::string_view bytes) {
+        expectSavable();
+        expectOpen();
+        expect(intake_->names() == nullptr, FaultCode::misuse,
+               "A state is loaded before the first rows only.");
+        parts_.load(bytes);
+    }
+
+    std::string takeEntities(const std::vector<std::string>& names) {
+        expectSavable();
+        flush();
+        expect(analysis_->isByEntity(), FaultCode::misuse,
+               "Encounters are between entities: none can be taken out of the session; save all "
+               "of it.");
+        const std::vector<std::uint64_t> eids = numbersOf(names);
+        std::string bytes = parts_.saveEntities(eids);
+        orEnd([&] { parts_.forgetEntities(eids); });
+        return bytes;
+    }
+
+    void giveEntities(std::string_view bytes) {
+        expectSavable();
+        flush();
+        expect(analysis_->isByEntity(), FaultCode::misuse,
+               "Encounters are between entities: none can be given to the session; load all of "
+               "it.");
+        parts_.expectForeign(bytes);
+        orEnd([&] { parts_.give(bytes); });
+    }
+
+    void forgetReportedBefore(std::int64_t time) {
+        flush();
+        orEnd([&] { pipeline_.forgetReportedBefore(time); });
     }
 
     void cancel() noexcept { pipeline_.cancel(); }
@@ -121,7 +170,7 @@ public:
 
     InputFigures inputFigures() const {
         expect(last_.has_value(), FaultCode::misuse, kOnlyAtEnd);
-        return intake_.figures();
+        return intake_->figures();
     }
 
     std::vector<Remark> remarks() const {
@@ -150,7 +199,7 @@ public:
 
     bool ordersEntities() const noexcept { return analysis_->lateInEntity().has_value(); }
 
-    std::shared_ptr<const EntityNames> names() const noexcept { return intake_.names(); }
+    std::shared_ptr<const EntityNames> names() const noexcept { return intake_->names(); }
 
 private:
     void expectOpen() {
@@ -159,11 +208,36 @@ private:
         expect(!last_, FaultCode::misuse, "The session has been finished.");
     }
 
+    /// The rows of stays under way are no part of the format.
+    void expectSavable() const {
+        expect(!hasLabels_, FaultCode::misuse,
+               "A session that labels the rows of stays can be neither saved nor loaded.");
+    }
+
+    /// Ascending, each once.
+    std::vector<std::uint64_t> numbersOf(const std::vector<std::string>& wanted) const {
+        std::unordered_set<std::string> left(wanted.begin(), wanted.end());
+        std::vector<std::uint64_t> eids;
+        const std::uint64_t known = intake_->names() == nullptr ? 0 : intake_->names()->size();
+        for (std::uint64_t eid = 0; eid < known; ++eid) {
+            std::string name;
+            intake_->names()->append(eid, name);
+            if (left.erase(name) > 0) {
+                eids.push_back(eid);
+            }
+        }
+        if (!left.empty()) {
+            throw Fault(FaultCode::misuse,
+                        "The session has seen no entity \"" + *left.begin() + "\".");
+        }
+        return eids;
+    }
+
     void tellNames(EntityKind kind) {
-        const bool isFirst = intake_.names() == nullptr;
-        intake_.expect(kind);
+        const bool isFirst = intake_->names() == nullptr;
+        intake_->expect(kind);
         if (isFirst) {
-            pipeline_.setNames(intake_.names());
+            pipeline_.setNames(intake_->names());
         }
     }
 
@@ -183,9 +257,11 @@ private:
     const std::unique_ptr<Analysis> analysis_;
     const ResultTable empty_; ///< for its schema
     detail::Counters counters_;
-    detail::Intake intake_;
+    std::unique_ptr<detail::Intake> intake_;
     std::optional<detail::LastBatches> last_; ///< after the last row
     detail::Pipeline pipeline_;               ///< goes first, with its threads
+    const detail::SessionParts parts_;
+    const bool hasLabels_;
 };
 
 Session::Session(const AnalysisOptions& analysis, const Config& config,
@@ -215,6 +291,26 @@ void Session::flush() {
 
 void Session::finish() {
     state_->finish();
+}
+
+std::string Session::save() {
+    return state_->save();
+}
+
+void Session::load(std::string_view bytes) {
+    state_->load(bytes);
+}
+
+std::string Session::takeEntities(const std::vector<std::string>& names) {
+    return state_->takeEntities(names);
+}
+
+void Session::giveEntities(std::string_view bytes) {
+    state_->giveEntities(bytes);
+}
+
+void Session::forgetReportedBefore(std::int64_t time) {
+    state_->forgetReportedBefore(time);
 }
 
 void Session::cancel() noexcept {

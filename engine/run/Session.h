@@ -16,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qorvel_engine {
@@ -85,6 +86,38 @@ public:
     /// After the last row: flushes, and makes the results that are known only at the end. take()
     /// gives them after all others.
     void finish();
+
+    /// All that it remembers, after a flush(): the bytes that docs/state-format.md describes. A
+    /// session of the same question, configuration and options, in another process or on another
+    /// machine, with any number of threads, loads them and goes on as this one would. The same
+    /// state gives the same bytes. Results and rejects are no part of it: where some were not
+    /// taken, Fault `misuse`, so that none is lost; so where StayOptions::label is asked for.
+    std::string save();
+
+    /// Takes what another has saved; only before the first push, else Fault `misuse`. What cannot
+    /// be taken (cut short, damaged, of another configuration, of a newer format) is a Fault
+    /// `badState`, which says which, and the session is as before.
+    ///
+    /// Memory: a small multiple of the bytes that there are, whatever they say.
+    void load(std::string_view bytes);
+
+    /// Takes out all that it remembers of some entities, after a flush(), for a session that gets
+    /// their rows from then on; this one is as if it had seen none of theirs. Rows keep the numbers
+    /// that they had in the session that took them in. The entities by their names, those that are
+    /// integers in decimals; Fault `misuse` for one that is not known, and for encounters, which
+    /// are between entities. Results that were not taken stay.
+    std::string takeEntities(const std::vector<std::string>& names);
+
+    /// Takes them in, between any rows; faults as of load(), and `misuse` where one of them is
+    /// remembered here already. The session should know no more of how old rows to come are than
+    /// the one that they come from.
+    void giveEntities(std::string_view bytes);
+
+    /// Forgets, after a flush(), which presence records and hangouts it gave, of those that no row
+    /// from that time on, ms since 1970 UTC, can bring again. So a stream that goes on for ever
+    /// takes memory only for what is under way. For a row that is older all the same, a record may
+    /// be given again.
+    void forgetReportedBefore(std::int64_t time);
 
     /// Ends the work soon, in whichever thread it is: push(), flush() and finish() throw the Fault
     /// `cancelled` from then on. What is final can still be taken. A handler of a signal may call

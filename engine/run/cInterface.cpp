@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <new>
+#include <string_view>
 #include <utility>
 
 using qorvel_engine::ArrowArrayOwner;
@@ -70,6 +71,16 @@ std::int32_t writeStream(qorvel_engine_session* session, ArrowArrayStream* out) 
     });
 }
 
+template <class Make>
+void writeBytes(const void** bytes, std::uint64_t* size, const Make& make) {
+    if (bytes == nullptr || size == nullptr) {
+        throw Fault(FaultCode::misuse, "There is no place for the bytes.");
+    }
+    const std::string_view made = make();
+    *bytes = made.data();
+    *size = made.size();
+}
+
 } // namespace
 
 const char* qorvel_engine_version(void) {
@@ -119,6 +130,31 @@ int32_t qorvel_engine_results(qorvel_engine_session* session, ArrowArrayStream* 
 
 int32_t qorvel_engine_rejects(qorvel_engine_session* session, ArrowArrayStream* out) {
     return writeStream<RejectSource>(session, out);
+}
+
+int32_t qorvel_engine_save(qorvel_engine_session* session, const void** bytes, uint64_t* size) {
+    return guard(session,
+                 [&](CallSession& call) { writeBytes(bytes, size, [&] { return call.save(); }); });
+}
+
+int32_t qorvel_engine_load(qorvel_engine_session* session, const void* bytes, uint64_t size) {
+    return guard(session, [&](CallSession& call) { call.load(bytes, size); });
+}
+
+int32_t qorvel_engine_take_entities(qorvel_engine_session* session, const char* const* entities,
+                                    size_t count, const void** bytes, uint64_t* size) {
+    return guard(session, [&](CallSession& call) {
+        writeBytes(bytes, size, [&] { return call.takeEntities(entities, count); });
+    });
+}
+
+int32_t qorvel_engine_give_entities(qorvel_engine_session* session, const void* bytes,
+                                    uint64_t size) {
+    return guard(session, [&](CallSession& call) { call.giveEntities(bytes, size); });
+}
+
+int32_t qorvel_engine_forget_reported_before(qorvel_engine_session* session, int64_t time) {
+    return guard(session, [&](CallSession& call) { call.forgetReportedBefore(time); });
 }
 
 void qorvel_engine_cancel(qorvel_engine_session* session) {

@@ -1,6 +1,8 @@
 #ifndef QORVEL_ENGINE_ANALYSIS_DETAIL_EARTHPOINT_H
 #define QORVEL_ENGINE_ANALYSIS_DETAIL_EARTHPOINT_H
 
+#include "engine/analysis/detail/state.h"
+
 namespace qorvel_engine::detail {
 
 /// A point by its distances from the centre of the earth, metres: on the ellipsoid WGS-84, or just
@@ -18,6 +20,22 @@ struct Degrees {
 
 /// On the ellipsoid.
 EarthPoint toEarthPoint(const Degrees& degrees);
+
+/// In states.
+inline void savePoint(const EarthPoint& point, StateWriter& out) {
+    out.f64(point.x);
+    out.f64(point.y);
+    out.f64(point.z);
+}
+
+inline EarthPoint loadPoint(StateReader& in) {
+    constexpr double kFarthest = 1e7; // beyond every point of the earth
+    EarthPoint point;
+    point.x = in.within(kFarthest);
+    point.y = in.within(kFarthest);
+    point.z = in.within(kFarthest);
+    return point;
+}
 
 /// Where it lies on the map, right to a millimetre for means of points within 100 km of each other.
 Degrees toDegrees(const EarthPoint& point);

@@ -168,4 +168,71 @@ void Encounters::handOver(const NameOrder& isBefore, const Sink& sink) {
     ended_.clear();
 }
 
+void Encounters::save(StateWriter& out) const {
+    out.i64(nextSlot_);
+    out.u64(lateFixes_);
+    std::uint64_t fixes = 0;
+    for (const auto& [number, slot] : slots_) {
+        fixes += slot.size();
+    }
+    out.u64(fixes);
+    for (const auto& [number, slot] : slots_) {
+        for (const SeenFix& fix : slot) {
+            out.u64(fix.eid);
+            out.i64(fix.time);
+            out.f64(fix.latitude);
+            out.f64(fix.longitude);
+        }
+    }
+    const std::map<Pair, Encounter> sorted(underWay_.begin(), underWay_.end());
+    out.u64(sorted.size());
+    for (const auto& [pair, encounter] : sorted) {
+        savePair(pair, out);
+        out.i64(encounter.from);
+        out.i64(encounter.to);
+        out.f64(encounter.squaredDistance);
+        out.f64(encounter.latitude);
+        out.f64(encounter.longitude);
+        out.i64(encounter.fixes);
+    }
+}
+
+void Encounters::load(StateReader& in, std::uint64_t entities) {
+    constexpr std::size_t kFixSize = 4 * 8;
+    constexpr std::size_t kEncounterSize = 8 * 8;
+    constexpr std::int64_t kMostFixes = std::int64_t{1} << 62; // more can be counted
+    nextSlot_ = in.time();
+    lateFixes_ = in.u64();
+    for (std::uint64_t left = in.count(kFixSize); left > 0 && in.isGood(); --left) {
+        SeenFix fix{};
+        fix.eid = in.u64();
+        fix.time = in.time();
+        fix.latitude = in.latitude();
+        fix.longitude = in.longitude();
+        in.expect(fix.eid < entities);
+        slots_[fix.time / slotLength_].push_back(fix);
+    }
+    for (std::uint64_t left = in.count(kEncounterSize); left > 0 && in.isGood(); --left) {
+        const Pair pair = loadPair(in, entities);
+        Encounter encounter{};
+        encounter.a = pair.first;
+        encounter.b = pair.second;
+        encounter.from = in.time();
+        encounter.to = in.time();
+        encounter.squaredDistance = in.within(std::numeric_limits<double>::max());
+        encounter.latitude = in.latitude();
+        encounter.longitude = in.longitude();
+        encounter.fixes = in.time();
+        in.expect(pair.first < pair.second && encounter.from <= encounter.to &&
+                  encounter.fixes < kMostFixes && underWay_.emplace(pair, encounter).second);
+    }
+}
+
+void Encounters::takeState(Encounters& other) noexcept {
+    slots_.swap(other.slots_);
+    underWay_.swap(other.underWay_);
+    nextSlot_ = other.nextSlot_;
+    lateFixes_ = other.lateFixes_;
+}
+
 } // namespace qorvel_engine::detail

@@ -6,6 +6,7 @@
 #include "engine/analysis/detail/MomentFinder.h"
 #include "engine/analysis/detail/NameOrder.h"
 #include "engine/analysis/detail/Pair.h"
+#include "engine/analysis/detail/state.h"
 
 #include <atomic>
 #include <cstddef>
@@ -56,6 +57,14 @@ public:
 
     /// Fixes that came too late.
     std::uint64_t lateFixes() const { return lateFixes_; }
+
+    void save(StateWriter& out) const;
+    /// Into one that has taken no fix.
+    /// @param entities  all numbers are below it
+    void load(StateReader& in, std::uint64_t entities);
+
+    /// Takes the other's place; it is of the same options.
+    void takeState(Encounters& other) noexcept;
 
 private:
     using Slots = std::map<std::int64_t, std::vector<SeenFix>>;

@@ -4,8 +4,11 @@
 #include "engine/analysis/PairResult.h"
 #include "engine/columns/Fault.h"
 
+#include "qorvel/base/bits.h"
+
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -103,7 +106,7 @@ void EncountersAnalysis::sum(const Encounter& encounter) {
         sums_.try_emplace({encounter.a, encounter.b}, Sum{0, 0, encounter.from, encounter.to});
     Sum& sum = entry->second;
     ++sum.encounters;
-    sum.duration += encounter.to - encounter.from;
+    sum.duration = qorvel_detail::wrappingAdd(sum.duration, encounter.to - encounter.from);
     sum.last = encounter.to;
 }
 
@@ -128,6 +131,40 @@ void EncountersAnalysis::addPairs(const NameOrder& isBefore, LastResults& result
         results.add({0, results.places().size()},
                     PairResult{pair.first, pair.second, sum.encounters, minutesOf(sum.duration),
                                sum.first, sum.last});
+    }
+}
+
+void EncountersAnalysis::save(StateWriter& out) const {
+    encounters_.save(out);
+    const std::map<Pair, Sum> sorted(sums_.begin(), sums_.end());
+    out.u64(sorted.size());
+    for (const auto& [pair, sum] : sorted) {
+        savePair(pair, out);
+        out.i64(sum.encounters);
+        out.i64(sum.duration);
+        out.i64(sum.first);
+        out.i64(sum.last);
+    }
+}
+
+void EncountersAnalysis::load(StateReader& in, std::uint64_t entities) {
+    constexpr std::size_t kSumSize = 6 * 8;
+    constexpr std::int64_t kMostEncounters = std::int64_t{1} << 62; // more can be counted
+    Encounters encounters(options_);
+    encounters.load(in, entities);
+    Sums sums;
+    for (std::uint64_t left = in.count(kSumSize); left > 0 && in.isGood(); --left) {
+        const Pair pair = loadPair(in, entities);
+        Sum sum;
+        sum.encounters = in.time();
+        sum.duration = in.time();
+        sum.first = in.time();
+        sum.last = in.time();
+        in.expect(sum.encounters < kMostEncounters && sums.emplace(pair, sum).second);
+    }
+    if (in.isDone()) {
+        encounters_.takeState(encounters);
+        sums_.swap(sums);
     }
 }
 

@@ -33,6 +33,9 @@ public:
     void see(const SeenFix& fix) override;
     void collect(std::int64_t time, const EntityNames& names, LastResults& results) override;
     void finish(const EntityNames& names, LastResults& results) override;
+    bool isByEntity() const override { return false; }
+    void save(StateWriter& out) const override;
+    void load(StateReader& in, std::uint64_t entities) override;
     std::vector<Remark> remarks() const override;
 
 private:

@@ -2,15 +2,29 @@
 
 #include "engine/analysis/detail/processors.h"
 #include "engine/analysis/detail/recordOf.h"
+#include "engine/analysis/detail/state.h"
 #include "engine/analysis/detail/visitors.h"
 
 #include <utility>
+#include <vector>
 
 namespace qorvel_engine::detail {
 
 namespace {
 
 using qorvel_port::FigureProcessor;
+
+class FirstRecordsSnapshot : public ShardSnapshot {
+public:
+    explicit FirstRecordsSnapshot(const FigureProcessor& processor) : processor_(processor) {}
+
+    bool save(std::uint64_t eid, StateWriter& out) const override {
+        return processor_.save(eid, out);
+    }
+
+private:
+    FigureProcessor::Snapshot processor_;
+};
 
 template <class Result>
 class FirstRecordsShard : public Shard {
@@ -26,6 +40,15 @@ public:
     }
 
     void collect(std::int64_t time, LastResults&) override { processor_.gc(time); }
+
+    std::unique_ptr<ShardSnapshot> snapshot() const override {
+        return std::make_unique<FirstRecordsSnapshot>(processor_);
+    }
+    void load(std::uint64_t eid, StateReader& in) override { processor_.load(eid, in); }
+    void forgetEntities(const std::vector<std::uint64_t>& eids) override {
+        processor_.forgetEntities(eids);
+    }
+    void forgetReportedBefore(std::int64_t time) override { processor_.forgetReportedBefore(time); }
 
 private:
     FigureProcessor processor_;

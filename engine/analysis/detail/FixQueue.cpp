@@ -1,6 +1,8 @@
 #include "engine/analysis/detail/FixQueue.h"
 
 #include <algorithm>
+#include <iterator>
+#include <limits>
 
 namespace qorvel_engine::detail {
 
@@ -18,6 +20,36 @@ void FixQueue::add(const StayFix& fix) {
     } else {
         late_.push_back(fix);
         std::push_heap(late_.begin(), late_.end(), isAfter);
+    }
+}
+
+void FixQueue::save(StateWriter& out) const {
+    const auto begin = row_.begin() + static_cast<std::ptrdiff_t>(next_);
+    std::vector<StayFix> late = late_;
+    std::sort(late.begin(), late.end());
+    std::vector<StayFix> all;
+    std::merge(begin, row_.end(), late.begin(), late.end(), std::back_inserter(all));
+    out.u64(all.size());
+    for (const StayFix& fix : all) {
+        out.i64(fix.time);
+        out.f64(fix.latitude);
+        out.f64(fix.longitude);
+        out.f64(fix.accuracy);
+    }
+}
+
+void FixQueue::load(StateReader& in) {
+    constexpr std::size_t kFixSize = 4 * 8;
+    const std::uint64_t count = in.count(kFixSize);
+    row_.reserve(static_cast<std::size_t>(count));
+    for (std::uint64_t i = 0; i < count && in.isGood(); ++i) {
+        StayFix fix{};
+        fix.time = in.time();
+        fix.latitude = in.latitude();
+        fix.longitude = in.longitude();
+        fix.accuracy = in.within(std::numeric_limits<double>::max());
+        in.expect(fix.accuracy >= 0.0 && (row_.empty() || !(fix < row_.back())));
+        row_.push_back(fix);
     }
 }
 

@@ -2,6 +2,7 @@
 #define QORVEL_ENGINE_ANALYSIS_DETAIL_FIXQUEUE_H
 
 #include "engine/analysis/detail/StayFix.h"
+#include "engine/analysis/detail/state.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -25,6 +26,11 @@ public:
 
     /// Takes the first out. Where it is not empty.
     StayFix take();
+
+    /// In the order in which they would be taken.
+    void save(StateWriter& out) const;
+    /// Into an empty one.
+    void load(StateReader& in);
 
 private:
     bool isLateFirst() const {

@@ -40,4 +40,22 @@ double FixSum::farthest() const {
     return std::sqrt(squaredDistance(farthest_, centre_));
 }
 
+void FixSum::save(StateWriter& out) const {
+    out.f64(weight_);
+    savePoint(centre_, out);
+    savePoint(farthest_, out);
+    out.f64(scatter_);
+    out.u64(count_);
+}
+
+void FixSum::load(StateReader& in) {
+    constexpr double kMost = 1e100; // what is summed up is far from overflowing
+    weight_ = in.within(kMost);
+    centre_ = loadPoint(in);
+    farthest_ = loadPoint(in);
+    scatter_ = in.within(kMost);
+    count_ = in.u64();
+    in.expect(weight_ >= 0.0 && scatter_ >= 0.0 && (count_ == 0) == (weight_ == 0.0));
+}
+
 } // namespace qorvel_engine::detail

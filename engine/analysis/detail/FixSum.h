@@ -2,6 +2,7 @@
 #define QORVEL_ENGINE_ANALYSIS_DETAIL_FIXSUM_H
 
 #include "engine/analysis/detail/EarthPoint.h"
+#include "engine/analysis/detail/state.h"
 
 #include <cstdint>
 
@@ -34,6 +35,9 @@ public:
     /// From the centre to the farthest fix, metres: as far as reach() was asked about the centre.
     /// Where that has moved since, another may by now be farther, by twice the way at most.
     double farthest() const;
+
+    void save(StateWriter& out) const;
+    void load(StateReader& in);
 
 private:
     double weight_ = 0.0;

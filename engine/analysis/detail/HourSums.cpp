@@ -1,5 +1,6 @@
 #include "engine/analysis/detail/HourSums.h"
 
+#include "qorvel/base/bits.h"
 #include "qorvel/base/calendar.h"
 
 #include <algorithm>
@@ -40,11 +41,12 @@ void HourSums::add(std::int64_t from, std::int64_t to, const TimeZone& zone) {
 }
 
 void HourSums::add(const HourSums& other) {
-    total += other.total;
-    night += other.night;
-    work += other.work;
+    using qorvel_detail::wrappingAdd; // a saved state may say anything
+    total = wrappingAdd(total, other.total);
+    night = wrappingAdd(night, other.night);
+    work = wrappingAdd(work, other.work);
     for (std::size_t day = 0; day < weekdays.size(); ++day) {
-        weekdays[day] += other.weekdays[day];
+        weekdays[day] = wrappingAdd(weekdays[day], other.weekdays[day]);
     }
 }
 

@@ -2,11 +2,15 @@
 
 #include "engine/analysis/detail/processors.h"
 #include "engine/analysis/detail/recordOf.h"
+#include "engine/analysis/detail/state.h"
 #include "engine/analysis/detail/visitors.h"
 
 #include "qorvel/base/FlatTable.h"
 #include "qorvel/base/hashing.h"
 
+#include <algorithm>
+#include <iterator>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -65,11 +69,93 @@ private:
     bool isUsed_ = false;
 };
 
+/// Keys of specs by their places in the tables: their numbers are others in another process.
+class SpecPlaces {
+public:
+    explicit SpecPlaces(const Tables& tables) : specs_(tables.specs()) {}
+
+    void save(std::uint32_t key, StateWriter& out) const {
+        const auto found = std::find_if(specs_.begin(), specs_.end(), [key](const auto& spec) {
+            return spec.primaryKeyId == key;
+        });
+        out.u32(static_cast<std::uint32_t>(std::distance(specs_.begin(), found)));
+    }
+
+    std::uint32_t load(StateReader& in) const {
+        const std::uint32_t place = in.u32();
+        in.expect(place < specs_.size());
+        return in.isGood() ? std::next(specs_.begin(), place)->primaryKeyId : 0;
+    }
+
+private:
+    const std::list<STBCompressionSpec>& specs_;
+};
+
+template <class Result>
+void saveRecord(const KeptRecord<Result>& kept, const SpecPlaces& specs, StateWriter& out) {
+    const Result& result = kept.result;
+    specs.save(kept.key().specPrimaryKeyId, out);
+    saveBox(result.cell, out);
+    out.i64(result.boxStart);
+    out.i64(result.boxEnd);
+    out.u32(result.total);
+    out.u32(result.before);
+    out.u32(result.after);
+    out.i64(result.firstTime);
+    out.i64(result.lastTime);
+    out.i64(result.events);
+    out.u64(kept.row);
+}
+
+constexpr std::size_t kRecordSize = 4 + 20 + 16 + 12 + 24 + 8;
+
+/// The processor, and the records of each entity in the order of their first reports.
+template <class Result>
+class LastRecordsSnapshot : public ShardSnapshot {
+public:
+    using Kept = KeptRecord<Result>;
+
+    LastRecordsSnapshot(const FigureProcessor& processor,
+                        const qorvel_detail::FlatTable<Kept>& records, const SpecPlaces& specs)
+        : processor_(processor), specs_(specs) {
+        records.forEach([this](const Kept& kept) { sorted_.push_back(&kept); });
+        std::sort(sorted_.begin(), sorted_.end(), [](const Kept* left, const Kept* right) {
+            return std::tie(left->result.entity, left->place) <
+                   std::tie(right->result.entity, right->place);
+        });
+    }
+
+    bool save(std::uint64_t eid, StateWriter& out) const override {
+        const auto begin =
+            std::partition_point(sorted_.begin(), sorted_.end(),
+                                 [eid](const Kept* kept) { return kept->result.entity < eid; });
+        const auto end = std::partition_point(
+            begin, sorted_.end(), [eid](const Kept* kept) { return kept->result.entity == eid; });
+        const std::size_t start = out.size();
+        out.u8(1);
+        if (!processor_.save(eid, out)) { // its series may be forgotten
+            out.truncate(start);
+            if (begin == end) {
+                return false;
+            }
+            out.u8(0);
+        }
+        out.u64(static_cast<std::uint64_t>(end - begin));
+        std::for_each(begin, end, [&](const Kept* kept) { saveRecord(*kept, specs_, out); });
+        return true;
+    }
+
+private:
+    FigureProcessor::Snapshot processor_;
+    SpecPlaces specs_;
+    std::vector<const Kept*> sorted_;
+};
+
 template <class Result>
 class LastRecordsShard : public Shard {
 public:
     explicit LastRecordsShard(const Tables& tables)
-        : processor_(makeProcessor(tables, FigureProcessor::Wanted::every)) {}
+        : processor_(makeProcessor(tables, FigureProcessor::Wanted::every)), specs_(tables) {}
 
     void take(const Observation& observation, Found&) override {
         FigureVisitor visitor([&](const Figures& figures) { keep(figures, observation.row); });
@@ -77,6 +163,37 @@ public:
     }
 
     void collect(std::int64_t time, LastResults&) override { processor_.gc(time); }
+
+    std::unique_ptr<ShardSnapshot> snapshot() const override {
+        return std::make_unique<LastRecordsSnapshot<Result>>(processor_, records_, specs_);
+    }
+
+    void load(std::uint64_t eid, StateReader& in) override {
+        if (in.flag()) {
+            processor_.load(eid, in);
+        }
+        for (std::uint64_t left = in.count(kRecordSize); left > 0 && in.isGood(); --left) {
+            loadRecord(eid, in);
+        }
+    }
+
+    void forgetEntities(const std::vector<std::uint64_t>& eids) override {
+        processor_.forgetEntities(eids);
+        std::vector<std::uint32_t> gone;
+        records_.forEach([&](const KeptRecord<Result>& kept) {
+            if (std::binary_search(eids.begin(), eids.end(), kept.result.entity)) {
+                gone.push_back(kept.place);
+            }
+        });
+        std::sort(gone.begin(), gone.end());
+        records_.eraseIf([&gone](const KeptRecord<Result>& kept) {
+            return std::binary_search(gone.begin(), gone.end(), kept.place);
+        });
+        records_.forEach([&gone](KeptRecord<Result>& kept) { // places stay dense
+            kept.place -= static_cast<std::uint32_t>(
+                std::lower_bound(gone.begin(), gone.end(), kept.place) - gone.begin());
+        });
+    }
 
     void finish(LastResults& results) override {
         std::vector<const KeptRecord<Result>*> inOrder(records_.size());
@@ -87,6 +204,34 @@ public:
     }
 
 private:
+    void loadRecord(std::uint64_t eid, StateReader& in) {
+        const std::uint32_t specKey = specs_.load(in);
+        Result result;
+        result.entity = eid;
+        result.cell = loadBox(in);
+        result.boxStart = in.i64();
+        result.boxEnd = in.i64();
+        result.total = in.u32();
+        result.before = in.u32();
+        result.after = in.u32();
+        result.firstTime = in.i64();
+        result.lastTime = in.i64();
+        result.events = in.i64();
+        const std::uint64_t row = in.u64();
+        if (!in.isGood()) {
+            return;
+        }
+        const std::uint32_t known = records_.size();
+        KeptRecord<Result>& kept =
+            records_.findOrAdd({eid, specKey, result.cell, result.boxStart, result.boxEnd});
+        in.expect(records_.size() > known);
+        if (in.isGood()) {
+            kept.row = row;
+            kept.place = known;
+            kept.result = result;
+        }
+    }
+
     void keep(const Figures& figures, std::uint64_t row) {
         const std::uint32_t known = records_.size();
         const SpaceTimeBox& box = figures.stb;
@@ -100,6 +245,7 @@ private:
     }
 
     FigureProcessor processor_;
+    SpecPlaces specs_;
     qorvel_detail::FlatTable<KeptRecord<Result>> records_;
 };
 

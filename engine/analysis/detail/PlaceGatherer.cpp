@@ -30,6 +30,52 @@ void PlaceGatherer::add(const Place& stay) {
     }
 }
 
+void PlaceGatherer::save(StateWriter& out) const {
+    out.u64(spots_.size());
+    for (const auto& [begun, place] : spots_) {
+        savePoint(begun, out);
+        savePoint(place.centre, out);
+        out.f64(place.weight);
+        out.f64(place.scatter);
+        out.i64(place.visits);
+        for (const std::int64_t sum : {place.hours.total, place.hours.night, place.hours.work}) {
+            out.i64(sum);
+        }
+        for (const std::int64_t sum : place.hours.weekdays) {
+            out.i64(sum);
+        }
+        out.i64(place.first);
+        out.i64(place.last);
+    }
+}
+
+void PlaceGatherer::load(StateReader& in) {
+    constexpr std::size_t kSpotSize = 21 * 8;
+    constexpr double kMost = 1e100;                             // far from overflowing
+    constexpr std::int64_t kMostVisits = std::int64_t{1} << 62; // more can be counted
+    for (std::uint64_t left = in.count(kSpotSize); left > 0 && in.isGood(); --left) {
+        Spot spot;
+        Place& place = spot.place;
+        spot.begun = loadPoint(in);
+        place.centre = loadPoint(in);
+        place.weight = in.within(kMost);
+        place.scatter = in.within(kMost);
+        place.visits = in.time();
+        for (std::int64_t* const sum :
+             {&place.hours.total, &place.hours.night, &place.hours.work}) {
+            *sum = in.time();
+        }
+        for (std::int64_t& sum : place.hours.weekdays) {
+            sum = in.time();
+        }
+        place.first = in.time();
+        place.last = in.time();
+        in.expect(place.weight > 0.0 && place.scatter >= 0.0 && place.visits < kMostVisits);
+        grid_.add(spot.begun, spots_.size());
+        spots_.push_back(spot);
+    }
+}
+
 std::vector<Place> PlaceGatherer::gather() const {
     PointGrid grid(radius_);
     for (std::size_t spot = 0; spot < spots_.size(); ++spot) {

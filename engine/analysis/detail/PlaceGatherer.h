@@ -4,6 +4,7 @@
 #include "engine/analysis/detail/EarthPoint.h"
 #include "engine/analysis/detail/Place.h"
 #include "engine/analysis/detail/PointGrid.h"
+#include "engine/analysis/detail/state.h"
 
 #include <cstddef>
 #include <vector>
@@ -33,6 +34,10 @@ public:
 
     /// Most time first, ordered as spots are.
     std::vector<Place> gather() const;
+
+    void save(StateWriter& out) const;
+    /// Into one that has taken no stay.
+    void load(StateReader& in);
 
 private:
     static constexpr double kParts = 4.0;

@@ -2,6 +2,7 @@
 
 #include "engine/analysis/PlaceResult.h"
 #include "engine/analysis/detail/PlaceGatherer.h"
+#include "engine/analysis/detail/state.h"
 
 #include <cmath>
 #include <unordered_map>
@@ -66,6 +67,40 @@ void label(std::vector<PlaceResult>& places) {
     }
 }
 
+using Gatherers = std::unordered_map<std::uint64_t, PlaceGatherer>; ///< by eid
+
+// What is kept of an entity.
+constexpr std::uint8_t kHasFinder = 1;
+constexpr std::uint8_t kHasPlaces = 2;
+
+class PlacesSnapshot : public ShardSnapshot {
+public:
+    PlacesSnapshot(const StayFinder& finder, const Gatherers& gatherers)
+        : finder_(finder), gatherers_(gatherers) {}
+
+    bool save(std::uint64_t eid, StateWriter& out) const override {
+        const auto found = gatherers_.find(eid);
+        const bool hasPlaces = found != gatherers_.end();
+        const std::size_t start = out.size();
+        out.u8(hasPlaces ? kHasFinder | kHasPlaces : kHasFinder);
+        if (!finder_.save(eid, out)) {
+            out.truncate(start);
+            if (!hasPlaces) {
+                return false;
+            }
+            out.u8(kHasPlaces);
+        }
+        if (hasPlaces) {
+            found->second.save(out);
+        }
+        return true;
+    }
+
+private:
+    const StayFinder& finder_;
+    const Gatherers& gatherers_;
+};
+
 class PlacesShard : public Shard {
 public:
     PlacesShard(const StayOptions& stays, const PlaceOptions& places)
@@ -100,6 +135,28 @@ public:
         entities_.clear();
     }
 
+    std::unique_ptr<ShardSnapshot> snapshot() const override {
+        return std::make_unique<PlacesSnapshot>(finder_, entities_);
+    }
+
+    void load(std::uint64_t eid, StateReader& in) override {
+        const std::uint8_t has = in.u8();
+        in.expect(has > 0 && has <= (kHasFinder | kHasPlaces));
+        if ((has & kHasFinder) != 0) {
+            finder_.load(eid, in);
+        }
+        if ((has & kHasPlaces) != 0) {
+            entities_.try_emplace(eid, radius_).first->second.load(in);
+        }
+    }
+
+    void forgetEntities(const std::vector<std::uint64_t>& eids) override {
+        finder_.forgetEntities(eids);
+        for (const std::uint64_t eid : eids) {
+            entities_.erase(eid);
+        }
+    }
+
 private:
     void gather() {
         for (const auto& [eid, stay] : finder_.found()) {
@@ -118,7 +175,7 @@ private:
     StayFinder finder_;
     double radius_;
     PlaceOptions options_;
-    std::unordered_map<std::uint64_t, PlaceGatherer> entities_; ///< by eid
+    Gatherers entities_;
 };
 
 } // namespace

@@ -241,6 +241,70 @@ const StayDetector::Bead& StayDetector::firstBead() const {
     return middle_.fixes.count() > 0 ? middle_ : beads_.front();
 }
 
+namespace {
+
+constexpr std::size_t kBeadSize = 3 * 8 + 9 * 8;
+
+void saveBeads(const std::vector<StayDetector::Bead>& beads, StateWriter& out) {
+    out.u64(beads.size());
+    for (const StayDetector::Bead& bead : beads) {
+        bead.save(out);
+    }
+}
+
+void loadBeads(std::vector<StayDetector::Bead>& beads, std::size_t most, StateReader& in) {
+    const std::uint64_t count = in.count(kBeadSize);
+    in.expect(count <= most);
+    beads.resize(in.isGood() ? static_cast<std::size_t>(count) : 0);
+    for (StayDetector::Bead& bead : beads) {
+        bead.load(in);
+        in.expect(bead.fixes.count() > 0);
+    }
+}
+
+} // namespace
+
+void StayDetector::Bead::save(StateWriter& out) const {
+    out.i64(first);
+    out.i64(last);
+    out.f64(accuracy);
+    fixes.save(out);
+}
+
+void StayDetector::Bead::load(StateReader& in) {
+    first = in.time();
+    last = in.time();
+    accuracy = in.within(std::numeric_limits<double>::max());
+    in.expect(first <= last && accuracy >= 0.0);
+    fixes.load(in);
+}
+
+void StayDetector::save(StateWriter& out) const {
+    open_.save(out);
+    saveBeads(beads_, out);
+    middle_.save(out);
+    all_.save(out);
+    out.i64(last_);
+    out.u8(isResting_ ? 1 : 0);
+    saveBeads(waiting_, out);
+    out.u64(away_);
+    out.i64(awayFirst_);
+}
+
+void StayDetector::load(StateReader& in) {
+    open_.load(in);
+    loadBeads(beads_, kMostBeads, in);
+    middle_.load(in);
+    all_.load(in);
+    last_ = in.time();
+    isResting_ = in.flag();
+    loadBeads(waiting_, kMostWaiting - 1, in);
+    away_ = static_cast<std::size_t>(in.u64());
+    awayFirst_ = in.time();
+    in.expect(away_ <= waiting_.size() &&
+              (!beads_.empty() || (waiting_.empty() && middle_.fixes.count() == 0)));
+}
+
 /// Makes a stay of the candidate, if it is one.
 void StayDetector::close(std::int64_t knownFrom, Work& work) {
     cutFront(work.options);

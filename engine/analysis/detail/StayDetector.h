@@ -36,6 +36,9 @@ public:
         double accuracy = 0.0;  ///< of its best fix, metres
         FixSum fixes;
         std::uint64_t number = 0; ///< of its first fix, among those of the detector; with labels
+
+        void save(StateWriter& out) const;
+        void load(StateReader& in);
     };
 
     /// What detectors of one thread share.
@@ -55,6 +58,10 @@ public:
 
     /// Is it as if no fix had been taken?
     bool isIdle() const { return open_.fixes.count() == 0 && beads_.empty(); }
+
+    void save(StateWriter& out) const;
+    /// Into an idle one.
+    void load(StateReader& in);
 
 private:
     void settleOpen(std::int64_t knownFrom, Work& work);

@@ -57,6 +57,28 @@ void StayFinder::finish() {
     entities_.clear();
 }
 
+bool StayFinder::save(std::uint64_t eid, StateWriter& out) const {
+    const auto found = entities_.find(eid);
+    if (found == entities_.end()) {
+        return false;
+    }
+    found->second.held.save(out);
+    found->second.detector.save(out);
+    return true;
+}
+
+void StayFinder::load(std::uint64_t eid, StateReader& in) {
+    Entity& entity = entities_[eid];
+    entity.held.load(in);
+    entity.detector.load(in);
+}
+
+void StayFinder::forgetEntities(const std::vector<std::uint64_t>& eids) {
+    for (const std::uint64_t eid : eids) {
+        entities_.erase(eid);
+    }
+}
+
 /// No fix before this time will come.
 void StayFinder::proceed(Entity& entity, std::int64_t time) {
     while (!entity.held.isEmpty() && entity.held.oldest() < time) {

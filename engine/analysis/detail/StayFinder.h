@@ -6,6 +6,7 @@
 #include "engine/analysis/detail/FixQueue.h"
 #include "engine/analysis/detail/Stay.h"
 #include "engine/analysis/detail/StayDetector.h"
+#include "engine/analysis/detail/state.h"
 
 #include <cstdint>
 #include <unordered_map>
@@ -45,6 +46,11 @@ public:
 
     /// What was found and not cleared since; that of an entity in the order of time.
     std::vector<FoundStay>& found() { return found_; }
+
+    /// For states, with what was found handed over: as those of ShardSnapshot and Shard.
+    bool save(std::uint64_t eid, StateWriter& out) const;
+    void load(std::uint64_t eid, StateReader& in);
+    void forgetEntities(const std::vector<std::uint64_t>& eids);
 
 private:
     /// What is kept of an entity.

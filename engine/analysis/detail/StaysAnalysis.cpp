@@ -42,6 +42,16 @@ void give(const StayFinder::FoundStay& found, const StayOptions& options, const 
     }
 }
 
+class StaysSnapshot : public ShardSnapshot {
+public:
+    explicit StaysSnapshot(const StayFinder& finder) : finder_(finder) {}
+
+    bool save(std::uint64_t eid, StateWriter& out) const override { return finder_.save(eid, out); }
+
+private:
+    const StayFinder& finder_;
+};
+
 class StaysShard : public Shard {
 public:
     explicit StaysShard(const StayOptions& options) : options_(options), finder_(options) {}
@@ -62,6 +72,14 @@ public:
     void finish(LastResults& results) override {
         finder_.finish();
         handOver(results);
+    }
+
+    std::unique_ptr<ShardSnapshot> snapshot() const override {
+        return std::make_unique<StaysSnapshot>(finder_);
+    }
+    void load(std::uint64_t eid, StateReader& in) override { finder_.load(eid, in); }
+    void forgetEntities(const std::vector<std::uint64_t>& eids) override {
+        finder_.forgetEntities(eids);
     }
 
 private:

@@ -29,6 +29,11 @@ void expectDone(int result, ArrowStreamOwner& stream) {
     }
 }
 
+std::string_view viewOf(const void* bytes, std::uint64_t size) {
+    expect(bytes != nullptr || size == 0, "There are no bytes of a state.");
+    return {static_cast<const char*>(bytes), static_cast<std::size_t>(size)};
+}
+
 } // namespace
 
 void CallSession::open(const char* question, const char* configuration, const char* options) {
@@ -74,6 +79,29 @@ void CallSession::push(ArrowArrayOwner array, std::optional<std::int64_t> oldest
     expect(schema_.has_value(), "The first push needs a schema.");
     const auto owner = std::make_shared<ArrowArrayOwner>(std::move(array));
     session().push(schema_->bind(**owner), owner, oldestToCome);
+}
+
+std::string_view CallSession::save() {
+    state_ = session().save();
+    return state_;
+}
+
+std::string_view CallSession::takeEntities(const char* const* names, std::size_t count) {
+    std::vector<std::string> wanted;
+    for (std::size_t i = 0; i < count; ++i) {
+        expect(names != nullptr && names[i] != nullptr, "The name of an entity is missing.");
+        wanted.emplace_back(names[i]);
+    }
+    state_ = session().takeEntities(wanted);
+    return state_;
+}
+
+void CallSession::load(const void* bytes, std::uint64_t size) {
+    session().load(viewOf(bytes, size));
+}
+
+void CallSession::giveEntities(const void* bytes, std::uint64_t size) {
+    session().giveEntities(viewOf(bytes, size));
 }
 
 void CallSession::writeSchema(ArrowSchema* out) {

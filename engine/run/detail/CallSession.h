@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qorvel_engine::detail {
@@ -24,6 +25,13 @@ public:
     void pushStream(ArrowStreamOwner stream);
     void flush() { session().flush(); }
     void finish() { session().finish(); }
+
+    /// The bytes stay until the next of these calls.
+    std::string_view save();
+    std::string_view takeEntities(const char* const* names, std::size_t count);
+    void load(const void* bytes, std::uint64_t size);
+    void giveEntities(const void* bytes, std::uint64_t size);
+    void forgetReportedBefore(std::int64_t time) { session().forgetReportedBefore(time); }
 
     /// Results, or rejects.
     void writeSchema(ArrowSchema* out);
@@ -51,6 +59,7 @@ private:
     ColumnNames columns_;
     std::optional<ObservationSchema> schema_;
     std::vector<Remark> remarks_;
+    std::string state_;
 };
 
 } // namespace qorvel_engine::detail

@@ -23,6 +23,15 @@ public:
         counter.fetch_add(count, std::memory_order_relaxed);
     }
 
+    void set(const RunFigures& figures) noexcept {
+        pushed = figures.pushed;
+        processed = figures.processed;
+        rejected = figures.rejected;
+        late = figures.late;
+        outOfOrder = figures.outOfOrder;
+        results = figures.results;
+    }
+
     RunFigures read() const noexcept {
         const auto get = [](const Counter& counter) {
             return counter.load(std::memory_order_relaxed);

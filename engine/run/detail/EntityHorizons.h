@@ -29,6 +29,20 @@ public:
         return oldest_[eid];
     }
 
+    /// What it returned last of the entity; 0 if it was not asked.
+    std::int64_t oldestOf(std::uint64_t eid) const {
+        return eid < oldest_.size() ? oldest_[eid] : 0;
+    }
+    /// The same as if it had returned that.
+    void set(std::uint64_t eid, std::int64_t oldest) {
+        if (eid >= oldest_.size()) {
+            oldest_.resize(eid + 1);
+        }
+        oldest_[eid] = oldest;
+    }
+    /// As if it had been asked of none.
+    void forget() { oldest_.clear(); }
+
 private:
     std::int64_t late_;
     bool isPromised_;

@@ -1,6 +1,8 @@
 #ifndef QORVEL_ENGINE_RUN_DETAIL_HORIZON_H
 #define QORVEL_ENGINE_RUN_DETAIL_HORIZON_H
 
+#include "engine/analysis/detail/state.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <optional>
@@ -41,6 +43,15 @@ public:
 
     /// No row to come lies before this time, unless it breaks the promise. It never descends.
     std::int64_t oldestToCome() const { return oldest_; }
+
+    void save(StateWriter& out) const {
+        out.i64(newest_);
+        out.i64(oldest_);
+    }
+    void load(StateReader& in) {
+        newest_ = in.time();
+        oldest_ = in.time();
+    }
 
 private:
     static constexpr std::int64_t kOneDay = 86400000;

@@ -1,6 +1,7 @@
 #include "engine/run/detail/Intake.h"
 
 #include "engine/columns/Fault.h"
+#include "engine/columns/detail/checkText.h"
 
 #include <algorithm>
 #include <utility>
@@ -24,6 +25,16 @@ Intake::Intake(KeyNumbers keys, const Analysis& analysis, const SessionOptions& 
     if (const std::optional<std::int64_t> usual = analysis.lateInEntity()) {
         entityHorizons_.emplace(options.late, *usual);
     }
+}
+
+Intake Intake::withoutEntities() const {
+    Intake copy(*this);
+    copy.names_ = nullptr;
+    copy.newest_.clear();
+    if (copy.entityHorizons_) {
+        copy.entityHorizons_->forget();
+    }
+    return copy;
 }
 
 void Intake::expect(EntityKind kind) {
@@ -74,6 +85,70 @@ InputFigures Intake::figures() const {
 
 std::vector<Reject> Intake::takeRejects() {
     return std::exchange(rejects_, {});
+}
+
+void Intake::save(StateWriter& out) const {
+    out.u64(rows_);
+    horizon_.save(out);
+    out.i64(collected_);
+    out.u64(collectedRow_);
+    out.u64(inaccurate_);
+    intervals_.save(out);
+}
+
+void Intake::load(StateReader& in) {
+    rows_ = in.u64();
+    horizon_.load(in);
+    collected_ = in.time();
+    collectedRow_ = in.u64();
+    in.expect(collectedRow_ <= rows_);
+    inaccurate_ = in.u64();
+    intervals_.load(in);
+}
+
+void Intake::saveEntity(std::uint64_t eid, StateWriter& out) const {
+    if (names_->kind() == EntityKind::text) {
+        out.text(names_->text(eid));
+    } else {
+        out.u64(names_->bits(eid));
+    }
+    out.i64(eid < newest_.size() ? newest_[eid] : kNone);
+    out.i64(entityHorizons_ ? entityHorizons_->oldestOf(eid) : 0);
+}
+
+std::uint64_t Intake::loadEntity(StateReader& in) {
+    std::uint64_t eid = 0;
+    if (names_->kind() == EntityKind::text) {
+        const std::string_view name = in.text();
+        in.expect(checkText(name) == TextFault::none);
+        eid = in.isGood() ? names_->numberOf(name) : 0;
+    } else {
+        const std::uint64_t bits = in.u64();
+        eid = in.isGood() ? names_->numberOf(bits) : 0;
+    }
+    const std::int64_t newest = in.i64();
+    in.expect(newest >= kNone);
+    const std::int64_t oldest = in.time();
+    if (!in.isGood()) {
+        return 0;
+    }
+    if (lookBack_ >= 0) {
+        newest_.resize(static_cast<std::size_t>(names_->size()), kNone);
+        newest_[eid] = std::max(newest_[eid], newest);
+    }
+    if (entityHorizons_) {
+        entityHorizons_->set(eid, std::max(entityHorizons_->oldestOf(eid), oldest));
+    }
+    return eid;
+}
+
+void Intake::forgetEntity(std::uint64_t eid) {
+    if (eid < newest_.size()) {
+        newest_[eid] = kNone;
+    }
+    if (entityHorizons_) {
+        entityHorizons_->set(eid, 0);
+    }
 }
 
 Batch::Entry Intake::makeEntry(const Observations& columns, std::int64_t row, std::size_t lanes) {

@@ -2,6 +2,7 @@
 #define QORVEL_ENGINE_RUN_DETAIL_INTAKE_H
 
 #include "engine/analysis/Analysis.h"
+#include "engine/analysis/detail/state.h"
 #include "engine/columns/EntityDictionary.h"
 #include "engine/run/InputFigures.h"
 #include "engine/run/Reject.h"
@@ -48,6 +49,20 @@ public:
 
     /// Those since the last call.
     std::vector<Reject> takeRejects();
+    bool hasRejects() const { return !rejects_.empty(); }
+
+    // For states: what it knows of the rows so far, and of each entity. Of an entity that comes
+    // from elsewhere, what is known there and here is joined.
+
+    void save(StateWriter& out) const;
+    void load(StateReader& in);
+    void saveEntity(std::uint64_t eid, StateWriter& out) const;
+    /// Its number, a new one if it is not known yet.
+    std::uint64_t loadEntity(StateReader& in);
+    void forgetEntity(std::uint64_t eid);
+
+    /// The same, as before the first call of expect(): it knows no entity.
+    Intake withoutEntities() const;
 
 private:
     Batch::Entry makeEntry(const Observations& columns, std::int64_t row, std::size_t lanes);

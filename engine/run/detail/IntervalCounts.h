@@ -1,6 +1,8 @@
 #ifndef QORVEL_ENGINE_RUN_DETAIL_INTERVALCOUNTS_H
 #define QORVEL_ENGINE_RUN_DETAIL_INTERVALCOUNTS_H
 
+#include "engine/analysis/detail/state.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -21,6 +23,34 @@ public:
         ++counts_[place];
         sums_[place] += static_cast<double>(length);
         ++count_;
+    }
+
+    void save(StateWriter& out) const {
+        out.u64(static_cast<std::uint64_t>(std::count_if(
+            counts_.begin(), counts_.end(), [](std::uint64_t count) { return count > 0; })));
+        for (std::size_t place = 0; place < counts_.size(); ++place) {
+            if (counts_[place] > 0) {
+                out.u32(static_cast<std::uint32_t>(place));
+                out.u64(counts_[place]);
+                out.f64(sums_[place]);
+            }
+        }
+    }
+    /// Into one of none.
+    void load(StateReader& in) {
+        constexpr std::size_t kPlaceSize = 4 + 8 + 8;
+        constexpr double kMostSum = 1e38;
+        for (std::uint64_t left = in.count(kPlaceSize); left > 0 && in.isGood(); --left) {
+            const std::uint32_t place = in.u32();
+            const std::uint64_t count = in.u64();
+            const double sum = in.within(kMostSum);
+            in.expect(place < counts_.size() && count > 0 && sum >= 0.0);
+            if (in.isGood()) {
+                counts_[place] = count;
+                sums_[place] = sum;
+                count_ += count;
+            }
+        }
     }
 
     /// None of none.

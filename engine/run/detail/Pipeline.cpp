@@ -122,6 +122,26 @@ bool Pipeline::flush() {
     return workUntil(lock, 0);
 }
 
+Pipeline::Shards Pipeline::makeShards() const {
+    Shards shards;
+    while (shards.size() < lanes_.size()) {
+        shards.push_back(analysis_.makeShard());
+    }
+    return shards;
+}
+
+void Pipeline::setShards(Shards shards) noexcept {
+    for (std::size_t lane = 0; lane < lanes_.size(); ++lane) {
+        lanes_[lane].shard = std::move(shards[lane]);
+    }
+}
+
+void Pipeline::forgetReportedBefore(std::int64_t time) {
+    for (Lane& lane : lanes_) {
+        lane.shard->forgetReportedBefore(time);
+    }
+}
+
 LastResults Pipeline::finish() {
     LastResults results(maker_.makeTable());
     for (Lane& lane : lanes_) {

@@ -64,7 +64,19 @@ public:
     void expectWanted() const;
 
     std::optional<ResultBatch> takeResults() { return results_.take(); }
+    bool hasResults() const { return !results_.isEmpty(); }
     const ResultMaker& maker() const { return maker_; }
+
+    // While nothing is under way:
+
+    using Shards = std::vector<std::unique_ptr<Shard>>;
+
+    /// As many as it has; entities come to them by their numbers' remainders.
+    Shards makeShards() const;
+    void setShards(Shards shards) noexcept;
+    std::size_t shardCount() const { return lanes_.size(); }
+    Shard& shard(std::size_t number) const { return *lanes_[number].shard; }
+    void forgetReportedBefore(std::int64_t time);
 
     /// From any thread, or a signal's handler.
     void cancel() noexcept { isCancelled_ = true; }

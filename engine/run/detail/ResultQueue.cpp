@@ -36,4 +36,9 @@ std::optional<ResultBatch> ResultQueue::take() {
     return first;
 }
 
+bool ResultQueue::isEmpty() const {
+    const std::lock_guard lock(mutex_);
+    return batches_.empty();
+}
+
 } // namespace qorvel_engine::detail

@@ -18,8 +18,10 @@ public:
     /// The next, if there are any.
     std::optional<ResultBatch> take();
 
+    bool isEmpty() const;
+
 private:
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::deque<ResultBatch> batches_;
 };
 
