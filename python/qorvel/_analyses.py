@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import datetime
 import os
-from collections.abc import Callable, Mapping
+from collections.abc import Callable, Iterable, Mapping
 from typing import TYPE_CHECKING, Any, TypeAlias, Unpack
 
 from qorvel import _engine
@@ -85,6 +85,38 @@ class Session:
         """
         self._push(table, whole=False, tell=None)
         return Table(self._engine.take_results())
+
+    def flush(self) -> Table:
+        """Wait until all that was pushed is processed; gives what is final and was not given."""
+        self._engine.flush()
+        return Table(self._engine.take_results())
+
+    def save(self) -> bytes:
+        """Give all that the session remembers, so that another can go on from it.
+
+        Results and rejects are no part of it: call `flush` and `rejects` before. The same state
+        gives the same bytes, whatever the number of threads.
+        """
+        return self._engine.save()
+
+    def load(self, state: bytes) -> None:
+        """Go on from what another session has saved: one of the same question and settings.
+
+        Only before the first push. What cannot be taken raises an `Error` that says why, and the
+        session is as before. The bytes may come from anywhere: nothing in them is run.
+        """
+        self._engine.load(state)
+
+    def take_entities(self, names: Iterable[object]) -> bytes:
+        """Take out all that is remembered of some entities, for another session to go on with.
+
+        Not for encounters, which are between entities.
+        """
+        return self._engine.take_entities([str(name) for name in names])
+
+    def give_entities(self, state: bytes) -> None:
+        """Take in entities that were taken out of another session of the same settings."""
+        self._engine.give_entities(state)
 
     def finish(self) -> Table:
         """Give the rest, after the last row."""

@@ -22,6 +22,8 @@ class Code(enum.IntEnum):
     """A call that the state or the arguments do not allow."""
     INTERNAL = 8
     """A fault of the engine itself."""
+    BAD_STATE = 9
+    """A saved state that cannot be taken."""
 
 
 class Error(ValueError):

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <nanobind/stl/string.h>
 #include <numeric>
+#include <string_view>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -167,6 +168,54 @@ void PySession::pushAtPace(const Observations& observations, const Batch& batch,
         pace_ *= 2;
     }
     attend();
+}
+
+void PySession::flush() {
+    const Turn turn(*this, nb::none());
+    const nb::gil_scoped_release unlocked;
+    watch([this] {
+        session_->flush();
+        takeFinal();
+    });
+}
+
+nb::bytes PySession::save() {
+    flush();
+    const Turn turn(*this, nb::none());
+    if (!final_.empty()) {
+        refuseCall("There are results that were not given: call flush, then save.");
+    }
+    std::string state;
+    {
+        const nb::gil_scoped_release unlocked;
+        state = session_->save();
+    }
+    return nb::bytes(state.data(), state.size());
+}
+
+void PySession::load(const nb::bytes& state) {
+    const Turn turn(*this, nb::none());
+    const std::string_view bytes(state.c_str(), state.size());
+    const nb::gil_scoped_release unlocked;
+    session_->load(bytes);
+}
+
+nb::bytes PySession::takeEntities(const std::vector<std::string>& names) {
+    flush();
+    const Turn turn(*this, nb::none());
+    std::string state;
+    {
+        const nb::gil_scoped_release unlocked;
+        state = session_->takeEntities(names);
+    }
+    return nb::bytes(state.data(), state.size());
+}
+
+void PySession::giveEntities(const nb::bytes& state) {
+    const Turn turn(*this, nb::none());
+    const std::string_view bytes(state.c_str(), state.size());
+    const nb::gil_scoped_release unlocked;
+    session_->giveEntities(bytes);
 }
 
 void PySession::finish(const nb::object& tell) {

@@ -37,6 +37,15 @@ public:
     /// @param tell     called now and then with the rows processed and those known of, or None
     void push(Source& source, bool isWhole, const nanobind::object& tell);
 
+    /// All that was pushed is then processed.
+    void flush();
+
+    /// See the engine's session; entities are told by their names. What was not taken is a Fault.
+    nanobind::bytes save();
+    void load(const nanobind::bytes& state);
+    nanobind::bytes takeEntities(const std::vector<std::string>& names);
+    void giveEntities(const nanobind::bytes& state);
+
     /// After the last row.
     void finish(const nanobind::object& tell);
 

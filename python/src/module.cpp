@@ -94,6 +94,11 @@ NB_MODULE(_engine, module) {
         .def("finish", &PySession::finish, nb::arg("tell").none(),
              nb::sig("def finish(self, tell: "
                      "collections.abc.Callable[[int, int], object] | None) -> None"))
+        .def("flush", &PySession::flush)
+        .def("save", &PySession::save)
+        .def("load", &PySession::load, nb::arg("state"))
+        .def("take_entities", &PySession::takeEntities, nb::arg("names"))
+        .def("give_entities", &PySession::giveEntities, nb::arg("state"))
         .def("take_results", &PySession::takeResults)
         .def("take_rejects", &PySession::takeRejects)
         .def("remarks", &PySession::remarks)

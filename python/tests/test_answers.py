@@ -2,6 +2,7 @@
 
 import base64
 import re
+import struct
 import zlib
 
 import duckdb
@@ -104,6 +105,46 @@ def test_a_session_gives_the_same_bit_by_bit(size, program, world):
     whole = pa.concat_tables([pa.table(part) for part in parts if len(part)])
     assert in_order(csv_text(whole)) == in_order(program.answer("stays", world))
     assert session.figures["processed"] == table.num_rows
+
+
+def is_a_state_as_documented(state):
+    """By docs/state-format.md, with check sums of another hand."""
+    magic, _, least, kind, length, _, header = struct.unpack_from("<8sHH4sQQI", state)
+    assert (magic, least, kind, length) == (b"QRVL\r\n\x1a\n", 1, b"SESS", len(state))
+    assert header == zlib.crc32(state[:32])
+    assert struct.unpack("<I", state[-4:]) == (zlib.crc32(state[:-4]),)
+    names, at = [], 36
+    while at < len(state) - 4:
+        name, need, size = struct.unpack_from("<4sIQ", state, at)
+        end = at + 16 + size
+        assert struct.unpack_from("<I", state, end) == (zlib.crc32(state[at:end]),)
+        names.append((name, need))
+        at = end + 4
+    return names == [(b"RUN_", 1), (b"ENTS", 1), (b"SHAR", 1)]
+
+
+def test_a_session_goes_on_from_its_state(world):
+    table = read(world)
+    session = qorvel.Session("stays", threads=1, late="ever")
+    parts = []
+    for batch in table.to_batches(max_chunksize=2000):
+        parts += [session.push(batch), session.flush()]
+        session.rejects()
+        state = session.save()
+        session = qorvel.Session("stays", threads=2, late="ever")
+        for wrong in (b"", state[:-1], state[:99] + b"?" + state[100:]):
+            with pytest.raises(qorvel.Error) as raised:
+                session.load(wrong)
+            assert raised.value.code == qorvel.Code.BAD_STATE
+        session.load(state)
+        assert session.save() == state
+    assert is_a_state_as_documented(state)
+    first = pa.table(table)["entity"][0].as_py()
+    other = qorvel.Session("stays", late="ever")
+    other.give_entities(session.take_entities([first]))
+    parts += [session.finish(), other.finish()]
+    whole = pa.concat_tables([pa.table(part) for part in parts if len(part)])
+    assert in_order(csv_text(whole)) == in_order(csv_text(pa.table(qorvel.stays(table))))
 
 
 def test_a_configuration_counts_as_in_the_program(program, world, tmp_path):
