@@ -96,10 +96,12 @@ master = "other")");
 TEST(Setup, TakesEveryFixByDefault) {
     const MotionProcessor processor =
         makeProcessor(Tables(configOf(kLeast), ProcessorKind::hangouts));
+    const std::int32_t any = PrimaryKey::getPrimaryKeyInt("ANY");
+    const std::int32_t none = SecondaryKey::getSecondaryKeyInt("");
     for (const auto& [latitude, longitude] :
          {std::pair(-90.0, -180.0), {0.0, 0.0}, {89.9, 179.9}}) {
         std::list<SpaceTimeBox> boxes;
-        processor.getSTB(Event(0, 0, 0, latitude, longitude, 1e300, 0, 1), boxes);
+        processor.getSTB(Event(any, 0, none, latitude, longitude, 1e300, 0, 1), boxes);
         EXPECT_FALSE(boxes.empty()) << latitude << ' ' << longitude;
     }
 }
