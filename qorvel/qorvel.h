@@ -7,6 +7,7 @@
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
 #include "qorvel/facade/StbSimpleMutex.h"
 #include "qorvel/facade/StbThreadException.h"
+#include "qorvel/facade/loadState.h"
 #include "qorvel/facade/saveState.h"
 #include "qorvel/geodesy/AbstractGeometry.h"
 #include "qorvel/geodesy/AbstractPointGeodetic.h"

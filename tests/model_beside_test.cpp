@@ -11,6 +11,7 @@
 #include "testing/world/Random.h"
 
 #include "qorvel/base/bits.h"
+#include "qorvel/facade/loadState.h"
 #include "qorvel/facade/saveState.h"
 #include "qorvel/hangout/HangoutDetector.h"
 #include "qorvel/processor/MotionProcessor.h"

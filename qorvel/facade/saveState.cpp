@@ -5,6 +5,7 @@
 #include "qorvel/base/StateWriter.h"
 #include "qorvel/base/underLock.h"
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
+#include "qorvel/facade/loadState.h"
 #include "qorvel/hangout/detail/HangoutDetectorState.h"
 #include "qorvel/model/EIDName.h"
 #include "qorvel/model/detail/check.h"
