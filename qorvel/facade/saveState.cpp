@@ -12,7 +12,7 @@
 #include "qorvel/model/detail/registeredNames.h"
 #include "qorvel/processor/detail/MotionProcessorState.h"
 #include "qorvel/processor/detail/ProcessorSnapshot.h"
-#include "qorvel/processor/detail/SpecKeys.h"
+#include "qorvel/processor/detail/StateKeys.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -216,7 +216,7 @@ bool loadDetectors(StateReader in, ProcessorState& processor) {
 }
 
 bool loadProcessor(const StateFrame& frame, ProcessorState& processor) {
-    const qorvel_detail::SpecKeys keys(processor.configuration());
+    const qorvel_detail::StateKeys keys(processor.configuration());
     return loadDetectors(frame.section(kDetectors), processor) &&
            loadEntities(frame.section(kEntities), [&](std::uint64_t eid, StateReader& in) {
                qorvel_detail::loadEntity(processor, keys, eid, in, true);

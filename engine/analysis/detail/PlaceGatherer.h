@@ -16,8 +16,7 @@ namespace qorvel_engine::detail {
 /// - A stay joins the nearest spot of those that began within a quarter of the radius; if there is
 ///   none it begins one.
 /// - At the end the spot with the most time takes all that lie within the radius of it, and they
-/// are
-///   a place; then of what is left again the one with the most time; and so on.
+///   are a place; then of what is left again the one with the most time; and so on.
 ///
 /// So where spots lie in a chain, each near to the next, the place is where most of the time was
 /// spent, not where the chain happened to be begun. Spots of equal time: first the one whose first

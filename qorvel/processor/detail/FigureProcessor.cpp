@@ -4,7 +4,7 @@
 #include "qorvel/geohash/detail/boxCell.h"
 #include "qorvel/processor/detail/ProcessorSnapshot.h"
 #include "qorvel/processor/detail/ProcessorState.h"
-#include "qorvel/processor/detail/SpecKeys.h"
+#include "qorvel/processor/detail/StateKeys.h"
 
 #include <algorithm>
 #include <iterator>
@@ -20,7 +20,7 @@ using qorvel_detail::RecordKey;
 using qorvel_detail::RecordSink;
 using qorvel_detail::RecordView;
 using qorvel_detail::RowTests;
-using qorvel_detail::SpecKeys;
+using qorvel_detail::StateKeys;
 
 namespace {
 
@@ -92,11 +92,11 @@ public:
     }
 
     ProcessorState& processor() { return processor_; }
-    const SpecKeys& keys() const { return keys_; }
+    const StateKeys& keys() const { return keys_; }
 
 private:
     ProcessorState processor_;
-    SpecKeys keys_;
+    StateKeys keys_;
     ProcessorState::Operation operation_;
     Wanted wanted_;
     std::list<SpaceTimeBox> boxes_;

@@ -89,8 +89,8 @@ bool ProcessorSnapshot::save(std::uint64_t eid, StateWriter& out) const {
     return true;
 }
 
-void loadEntity(ProcessorState& processor, const SpecKeys& keys, std::uint64_t eid, StateReader& in,
-                bool takesForeign) {
+void loadEntity(ProcessorState& processor, const StateKeys& keys, std::uint64_t eid,
+                StateReader& in, bool takesForeign) {
     std::uint64_t least = 0; // detectors come in the order of their numbers
     for (std::uint64_t left = in.count(kLeastDetectorSize); left > 0; --left) {
         const std::uint32_t number = in.u32();

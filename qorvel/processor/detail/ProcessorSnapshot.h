@@ -2,7 +2,7 @@
 #define QORVEL_PROCESSOR_DETAIL_PROCESSORSNAPSHOT_H
 
 #include "qorvel/processor/detail/ProcessorState.h"
-#include "qorvel/processor/detail/SpecKeys.h"
+#include "qorvel/processor/detail/StateKeys.h"
 
 #include <cstdint>
 #include <vector>
@@ -30,14 +30,14 @@ private:
     void sortReported();
 
     const ProcessorState& processor_;
-    SpecKeys keys_;
+    StateKeys keys_;
     std::vector<Reported> reported_; ///< by entity
 };
 
 /// Takes what ProcessorSnapshot::save wrote, for an entity of which nothing is kept.
-/// @param takesForeign  as SpecKeys::load
-void loadEntity(ProcessorState& processor, const SpecKeys& keys, std::uint64_t eid, StateReader& in,
-                bool takesForeign);
+/// @param takesForeign  as StateKeys::load
+void loadEntity(ProcessorState& processor, const StateKeys& keys, std::uint64_t eid,
+                StateReader& in, bool takesForeign);
 
 } // namespace qorvel_detail
 

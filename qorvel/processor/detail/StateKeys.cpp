@@ -1,4 +1,4 @@
-#include "qorvel/processor/detail/SpecKeys.h"
+#include "qorvel/processor/detail/StateKeys.h"
 
 #include "qorvel/model/PrimaryKey.h"
 #include "qorvel/model/detail/registeredNames.h"
@@ -28,7 +28,7 @@ bool isBefore(std::uint32_t left, std::uint32_t right) {
 
 } // namespace
 
-SpecKeys::SpecKeys(const Configuration& configuration) {
+StateKeys::StateKeys(const Configuration& configuration) {
     for (const STBCompressionSpec& spec : configuration.specs()) {
         if (placeOf(spec.primaryKeyId) == keys_.size()) {
             keys_.push_back(spec.primaryKeyId);
@@ -37,7 +37,7 @@ SpecKeys::SpecKeys(const Configuration& configuration) {
     ownKeys_ = keys_.size();
 }
 
-void SpecKeys::addForeign(std::vector<std::uint32_t> keys) {
+void StateKeys::addForeign(std::vector<std::uint32_t> keys) {
     std::sort(keys.begin(), keys.end(), isBefore);
     for (const std::uint32_t key : keys) {
         if (placeOf(key) == keys_.size()) {
@@ -46,11 +46,11 @@ void SpecKeys::addForeign(std::vector<std::uint32_t> keys) {
     }
 }
 
-std::size_t SpecKeys::placeOf(std::uint32_t key) const {
+std::size_t StateKeys::placeOf(std::uint32_t key) const {
     return static_cast<std::size_t>(std::find(keys_.begin(), keys_.end(), key) - keys_.begin());
 }
 
-void SpecKeys::save(std::uint32_t key, StateWriter& out) const {
+void StateKeys::save(std::uint32_t key, StateWriter& out) const {
     const std::size_t at = placeOf(key);
     if (at < ownKeys_) {
         out.u8(Form::place);
@@ -64,7 +64,7 @@ void SpecKeys::save(std::uint32_t key, StateWriter& out) const {
     }
 }
 
-std::uint32_t SpecKeys::load(StateReader& in, bool takesForeign) const {
+std::uint32_t StateKeys::load(StateReader& in, bool takesForeign) const {
     const std::uint8_t form = in.u8();
     if (form == Form::place) {
         const std::uint32_t at = in.u32();

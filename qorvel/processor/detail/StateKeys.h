@@ -1,5 +1,5 @@
-#ifndef QORVEL_PROCESSOR_DETAIL_SPECKEYS_H
-#define QORVEL_PROCESSOR_DETAIL_SPECKEYS_H
+#ifndef QORVEL_PROCESSOR_DETAIL_STATEKEYS_H
+#define QORVEL_PROCESSOR_DETAIL_STATEKEYS_H
 
 #include "qorvel/base/StateReader.h"
 #include "qorvel/base/StateWriter.h"
@@ -14,9 +14,9 @@ namespace qorvel_detail {
 /// Keys of specs in states. A number that was given to a name is another one in another process, so
 /// a key stands as its place among those of the configuration; one that is not there (of a record
 /// that the host put into the list itself) by its name, or as a number that the host made.
-class SpecKeys {
+class StateKeys {
 public:
-    explicit SpecKeys(const Configuration& configuration);
+    explicit StateKeys(const Configuration& configuration);
 
     /// Adds those that are not of the configuration, so that each has a place. All at once.
     void addForeign(std::vector<std::uint32_t> keys);
