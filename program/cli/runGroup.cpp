@@ -30,7 +30,7 @@ void addRun(CLI::App& command, RunOptions& run) {
                                                          {"geopackage", OutputFormat::geopackage},
                                                          {"flatgeobuf", OutputFormat::flatgeobuf},
                                                          {"html", OutputFormat::html}};
-    run.threads = std::max(1U, std::thread::hardware_concurrency());
+    run.threads = std::clamp(std::thread::hardware_concurrency(), 1U, 256U);
     addInput(command, run.input);
     addFilters(command, run.input, run.filter);
     addValue(command, "--out", run.output.file,

@@ -16,7 +16,7 @@ from typing import Any
 
 import qorvel
 from qorvel._files import expect_writable, read_tracks, write_table
-from qorvel._options import Cells, Encounters, Records, Stays
+from qorvel._options import Cells, Encounters, Places, Records, Stays
 from qorvel._tables import FIELDS
 
 # Each command with its options and what it answers.
@@ -25,6 +25,7 @@ COMMANDS: dict[str, tuple[type, Callable[..., qorvel.Table], str]] = {
     "presence": (Records, qorvel.presence, "who was seen often enough in which cell and time box"),
     "hangouts": (Records, qorvel.hangouts, "who stayed without a break in which cell and time box"),
     "stays": (Stays, qorvel.stays, "who stayed where, from when to when"),
+    "places": (Places, qorvel.places, "where who stayed again and again, and how long"),
     "meet": (Encounters, qorvel.meet, "who was with whom, from when to when"),
 }
 ELSEWHERE = ("columns", "progress")

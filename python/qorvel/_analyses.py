@@ -30,6 +30,7 @@ if TYPE_CHECKING:
 Settings: TypeAlias = dict[str, object]
 
 # What a configuration does not say: the settings of the run, and which figures are wanted.
+MOST_THREADS = 256  # that the engine takes
 UNCONFIGURED = names_of(Run) | {"config", "final"}
 
 
@@ -68,7 +69,7 @@ class Session:
         **settings: Any,  # noqa: ANN401
     ) -> None:
         said = settings_of(analysis, config, settings)
-        said["threads"] = os.cpu_count() if threads is None else threads
+        said["threads"] = min(os.cpu_count() or 1, MOST_THREADS) if threads is None else threads
         if late is not None:
             said["late"] = _plain(late)
         self._columns = dict(columns or {})

@@ -117,8 +117,8 @@ void EncountersAnalysis::addPairs(const NameOrder& isBefore, LastResults& result
         all.push_back(&entry);
     }
     std::sort(all.begin(), all.end(), [&](const auto* left, const auto* right) {
-        const auto one = std::pair(-left->second.duration, left->second.first);
-        const auto other = std::pair(-right->second.duration, right->second.first);
+        const auto one = std::pair(~left->second.duration, left->second.first);
+        const auto other = std::pair(~right->second.duration, right->second.first);
         if (one != other) {
             return one < other;
         }

@@ -199,7 +199,7 @@ public:
         std::vector<const KeptRecord<Result>*> inOrder(records_.size());
         records_.forEach([&](const KeptRecord<Result>& kept) { inOrder[kept.place] = &kept; });
         for (const KeptRecord<Result>* kept : inOrder) {
-            results.add({static_cast<std::int64_t>(kept->row), kept->place}, kept->result);
+            results.add({static_cast<std::int64_t>(kept->row), kept->result.entity}, kept->result);
         }
     }
 

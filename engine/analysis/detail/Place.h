@@ -4,6 +4,8 @@
 #include "engine/analysis/detail/EarthPoint.h"
 #include "engine/analysis/detail/HourSums.h"
 
+#include "qorvel/base/bits.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <limits>
@@ -29,7 +31,7 @@ struct Place {
         centre.y += (other.centre.y - centre.y) * share;
         centre.z += (other.centre.z - centre.z) * share;
         weight = sum;
-        visits += other.visits;
+        visits = qorvel_detail::wrappingAdd(visits, other.visits);
         hours.add(other.hours);
         first = std::min(first, other.first);
         last = std::max(last, other.last);

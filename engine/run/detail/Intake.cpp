@@ -101,7 +101,7 @@ void Intake::load(StateReader& in) {
     horizon_.load(in);
     collected_ = in.time();
     collectedRow_ = in.u64();
-    in.expect(collectedRow_ <= rows_);
+    in.expect(collectedRow_ <= rows_ && collected_ <= horizon_.oldestToCome());
     inaccurate_ = in.u64();
     intervals_.load(in);
 }

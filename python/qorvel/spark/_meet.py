@@ -94,13 +94,21 @@ def meet(
     pieces = (
         spread(_split(passages), partitions, *PLACE)
         .sortWithinPartitions(*PLACE, "entity")
-        .mapInArrow(Encounters(question, grid, schema), from_arrow_schema(schema))
+        .mapInArrow(
+            Encounters(question, grid, schema, **_part(settings)), from_arrow_schema(schema)
+        )
     )
     least = math.ceil(float(settings.get("min_minutes") or 0.0) * 2 * HALF_A_MINUTE)
     pieces = spread(pieces, partitions, *PAIR)
     encounters = _join(pieces, grid.apart).where(_duration() >= least)
     answer = _sum(encounters) if settings.get("pairs") else encounters
     return answer.select(*wanted.names)
+
+
+def _part(settings: Mapping[str, Any]) -> dict[str, int]:
+    """Give the part of the time that was asked for."""
+    asked = {"first": settings.get("first_ms"), "last": settings.get("last_ms")}
+    return {name: int(time) for name, time in asked.items() if time is not None}
 
 
 def _split(passages: DataFrame) -> DataFrame:
@@ -135,6 +143,8 @@ class Encounters:
     question: Question
     grid: Grid
     schema: pa.Schema
+    first: int = 0
+    last: int = 2**63 - 1
 
     def __call__(self, batches: Batches) -> Batches:
         """Take the rows of a partition."""
@@ -153,7 +163,10 @@ class Encounters:
     def _find(self, place: tuple[int, ...], tracks: list[pa.RecordBatch]) -> Batches:
         if tracks[0]["entity"][0] == tracks[-1]["entity"][len(tracks[-1]) - 1]:
             return
-        first, last = self.grid.times_of(place[PLACE.index("span")])
+        begin, end = self.grid.times_of(place[PLACE.index("span")])
+        first, last = max(begin, self.first), min(end, self.last)
+        if first > last:
+            return
         session = self.question.where(first_ms=first, last_ms=last, late="ever").session()
         for batch in tracks:
             yield from in_schema(session.push(_fixes(batch)), self.schema)

@@ -19,6 +19,7 @@ NOT_HERE = {
     "threads": "Spark gives a task a core",
     "progress": "Spark shows how far it is",
     "late": "rows are put in order first",
+    "label": "rows have no numbers",
 }
 
 
@@ -30,7 +31,7 @@ def make_question(
 ) -> Question:
     """Put together what goes to the tasks."""
     for name, why in NOT_HERE.items():
-        if name in settings:
+        if name in settings and not (name == "label" and analysis == "places"):
             raise Error(f'There is no setting "{name}" here: {why}.', Code.BAD_CONFIGURATION)
     return Question(analysis, _text_of(config), settings, found.columns)
 
