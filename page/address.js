@@ -57,7 +57,7 @@ class Address {
     if (words.get("mode") === "at") app.mode = "at";
     if (words.has("zone") && isZone(words.get("zone"))) app.zone = words.get("zone");
     app.colouring = app.colourings.find(({ id }) => id === words.get("colour")) || app.colouring;
-    if (words.get("theme") in PALETTES) app.chosenTheme = words.get("theme");
+    if (Object.hasOwn(PALETTES, words.get("theme"))) app.chosenTheme = words.get("theme");
     app.search = words.get("search") || "";
     app.isTable = words.get("view") === "table" || results.kind === "none";
     if (scale > 0 && Number.isFinite(lat) && Number.isFinite(lon)) app.view.set(lat, lon, scale);

@@ -2,6 +2,7 @@
 #include "program/Failure.h"
 #include "program/Interrupt.h"
 #include "program/cli/CommandLine.h"
+#include "program/shownName.h"
 #include "program/tell.h"
 
 #include "qorvel/facade/StbThreadException.h"
@@ -33,7 +34,7 @@ program::ExitCode run(int argc, const char* const* argv) {
 
 program::ExitCode complain(const char* what, program::ExitCode code = program::ExitCode::broken) {
     if (code != program::ExitCode::readerGone) {
-        program::tell(what, program::Level::error);
+        program::tell(program::shownName(what), program::Level::error);
     }
     return code;
 }

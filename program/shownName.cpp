@@ -48,7 +48,7 @@ void hideInAddress(std::string& text) {
     for (std::size_t at = text.find(kBegin); at != std::string::npos;
          at = text.find(kBegin, at + 1)) {
         const std::size_t user = at + kBegin.size();
-        const std::size_t end = std::min(text.find_first_of("/ \t\n", user), text.size());
+        const std::size_t end = std::min(text.find_first_of(" \t\n", user), text.size());
         const std::size_t host = std::string_view(text).substr(0, end).rfind('@');
         const std::size_t colon = text.find(':', user);
         if (host != std::string::npos && host > user && colon < host) {

@@ -18,7 +18,11 @@ namespace {
 void readEntities(const std::string& file, FilterOptions& filter) {
     std::ifstream in(file, std::ios::binary);
     std::string name;
-    while (std::getline(in, name)) {
+    for (bool isFirst = true; std::getline(in, name); isFirst = false) {
+        constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+        if (isFirst && name.starts_with(kByteOrderMark)) {
+            name.erase(0, kByteOrderMark.size());
+        }
         if (name.ends_with('\r')) {
             name.pop_back();
         }

@@ -105,6 +105,11 @@ void settle(RunOptions& run) {
         if (isSameFile(run.output.file, input) && !isPostgres(input)) { // which has many tables
             throw usageFailure("--out cannot be the file of the tracks");
         }
+        if (run.output.replacesTable && isPostgres(run.output.file) && isPostgres(input)) {
+            // The reader would wait for the lock that the writer holds until the reader is done.
+            throw usageFailure("--replace-table cannot be where tracks come from a database, too: "
+                               "name a new --table");
+        }
     }
 }
 

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <glob.h>
+#include <set>
+#include <utility>
 
 namespace program {
 
@@ -39,7 +41,7 @@ std::vector<std::string> filesBelow(const std::string& folder) {
         std::error_code none;
         if (isHidden(path)) {
             at.disable_recursion_pending();
-        } else if (!at->is_directory(none) && tellsFormat(path.string())) {
+        } else if (at->is_regular_file(none) && tellsFormat(path.string())) {
             files.push_back(path.string());
         }
         if (files.size() > kMostFiles) {
@@ -72,6 +74,17 @@ bool isPattern(const std::string& name) {
            !isThere(name);
 }
 
+/// Patterns overlap: a file is read once, whatever it is called by.
+std::vector<std::string> withoutRepeats(std::vector<std::string> files) {
+    std::set<std::string> known;
+    std::erase_if(files, [&known](const std::string& file) {
+        std::error_code error;
+        const fs::path path = fs::canonical(file, error);
+        return !error && !known.insert(path.string()).second;
+    });
+    return files;
+}
+
 } // namespace
 
 std::vector<std::string> inputFiles(const InputOptions& options) {
@@ -86,7 +99,7 @@ std::vector<std::string> inputFiles(const InputOptions& options) {
             files.insert(files.end(), each.begin(), each.end());
         }
     }
-    return files;
+    return withoutRepeats(std::move(files));
 }
 
 } // namespace program

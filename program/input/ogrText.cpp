@@ -1,5 +1,6 @@
 #include "program/input/ogrText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cpl_conv.h>
@@ -32,8 +33,10 @@ std::string timeText(const OGRFeature& feature, int field) {
     float second = 0;
     int flag = 0;
     feature.GetFieldAsDateTime(field, &year, &month, &day, &hour, &minute, &second, &flag);
-    // GDAL keeps seconds in 32 bits of floating point: rounding gives back what was read.
-    const long ms = std::lround(static_cast<double>(second) * 1000.0);
+    // GDAL keeps seconds in 32 bits of floating point: rounding gives back what was read, but for a
+    // second that would become the next minute's first.
+    const long rounded = std::lround(static_cast<double>(second) * 1000.0);
+    const long ms = second < 60.0F ? std::min(rounded, 59999L) : rounded;
     char text[64];
     std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02ld.%03ld", year, month, day, hour,
                   minute, ms / 1000, ms % 1000);
