@@ -86,6 +86,38 @@ std::vector<std::string> hour(MotionProcessor& processor, std::int64_t from) {
     return found;
 }
 
+/// Writes the check sum of some bytes behind them.
+void seal(std::string& state, std::size_t begin, std::size_t end) {
+    const std::uint32_t crc =
+        qorvel_detail::crc32(std::string_view(state).substr(begin, end - begin));
+    for (unsigned i = 0; i < 4; ++i) {
+        state[end + i] = static_cast<char>(crc >> 8 * i);
+    }
+}
+
+/// Where the sections of a state begin, and where the last one ends.
+std::vector<std::size_t> sectionsOf(const std::string& state) {
+    std::vector<std::size_t> begins{36};
+    while (begins.back() + 4 < state.size()) {
+        qorvel_detail::StateReader header(std::string_view(state).substr(begins.back() + 8, 8));
+        begins.push_back(begins.back() + 16 + static_cast<std::size_t>(header.u64()) + 4);
+    }
+    return begins;
+}
+
+/// The state with other bytes, whose check sums are right again but for those of sections, if they
+/// are to stay.
+std::string forged(std::string state, std::size_t at, char byte, bool sealsSections) {
+    const std::vector<std::size_t> begins = sectionsOf(state);
+    state[at] = byte;
+    for (std::size_t i = 1; sealsSections && i < begins.size(); ++i) {
+        seal(state, begins[i - 1], begins[i] - 4);
+    }
+    seal(state, 0, 32);
+    seal(state, 0, state.size() - 4);
+    return state;
+}
+
 /// A state whose frame is right, of any content.
 std::string framed(const char (&kind)[5], std::uint64_t fingerprint,
                    const std::function<void(StateWriter&)>& write) {
@@ -136,14 +168,17 @@ TEST(State, IsRefusedInOneWordWhateverIsWrong) {
         empty(out);
     };
     std::string newer = framed("HANG", 0, empty);
-    newer[10] = 2; // and the header's check sum anew
-    const std::uint32_t crc = qorvel_detail::crc32(std::string_view(newer).substr(0, 32));
-    for (unsigned i = 0; i < 4; ++i) {
-        newer[32 + i] = static_cast<char>(crc >> 8 * i);
-    }
+    newer[10] = 2;
+    seal(newer, 0, 32);
     expectUnchanged(newer, "ERROR_STATE_2,");
     expectUnchanged(stateOf(HangoutDetector()), "ERROR_STATE_5,");
     expectUnchanged(stateOf(makeProcessor(3)), "ERROR_STATE_6,");
+
+    EXPECT_EQ(faultOf(processor, forged(state, 36 + 20, 7, false)), "ERROR_STATE_4,");
+    std::string tooShort = state; // for what a state has at least
+    tooShort.replace(16, 2, std::string("\x1E\0", 2));
+    seal(tooShort, 0, 32);
+    expectUnchanged(tooShort, "ERROR_STATE_4,");
 
     HangoutDetector detector;
     const auto section = [&](StateNeed need) {
@@ -197,6 +232,43 @@ TEST(State, IsRefusedInOneWordWhateverIsWrong) {
                   "ERROR_STATE_4,");
     }
     EXPECT_EQ(qorvel_detail::crc32("123456789"), 0xCBF43926U); // as the world has it
+}
+
+TEST(State, IsTakenOrRefusedWholeWhereCheckSumsAreRight) {
+    MotionProcessor processor = makeProcessor();
+    hour(processor, 30);
+    std::list<STBCompressedEvent> foreign; // a host's own records, of keys that no spec has
+    for (const std::uint32_t key : {std::uint32_t(PrimaryKey::getPrimaryKeyInt("tram")),
+                                    std::uint32_t(PrimaryKey::getPrimaryKeyInt("bus")),
+                                    std::uint32_t{4000000000}, std::uint32_t{3000000000}}) {
+        foreign.emplace_back().specPrimaryKeyId = key;
+    }
+    std::stringstream errors;
+    Event event;
+    API::createEvent("car", "", "", 48.0, 11.0, 10.0, 90 * kMinute, 0, event, errors);
+    API::processEventForHangouts(event, processor, foreign, errors);
+    const std::string state = stateOf(processor);
+    MotionProcessor same = makeProcessor();
+    EXPECT_EQ(faultOf(same, state), "");
+    EXPECT_EQ(stateOf(same), state);
+
+    std::size_t taken = 0;
+    for (std::size_t at = 36; at < state.size() - 4; ++at) {
+        for (const char byte : {'\0', '\3', '\x7F', '\xFF'}) {
+            MotionProcessor other = makeProcessor();
+            const std::string before = stateOf(other);
+            const std::string fault = faultOf(other, forged(state, at, byte, true));
+            if (!fault.empty()) {
+                EXPECT_TRUE(fault == "ERROR_STATE_4," || fault == "ERROR_STATE_7,") << fault << at;
+                EXPECT_EQ(stateOf(other), before);
+                continue;
+            }
+            ++taken;
+            hour(other, 90);
+            EXPECT_EQ(faultOf(same, stateOf(other)), "");
+        }
+    }
+    EXPECT_GT(taken, 0U);
 }
 
 } // namespace

@@ -36,7 +36,6 @@ public:
     std::uint16_t u16() { return static_cast<std::uint16_t>(get(2)); }
     std::uint32_t u32() { return static_cast<std::uint32_t>(get(4)); }
     std::uint64_t u64() { return get(8); }
-    std::int32_t i32() { return static_cast<std::int32_t>(u32()); }
     std::int64_t i64() { return static_cast<std::int64_t>(u64()); }
     double f64() { return std::bit_cast<double>(u64()); }
 

@@ -40,7 +40,6 @@ public:
     void u16(std::uint16_t value) { put(value, 2); }
     void u32(std::uint32_t value) { put(value, 4); }
     void u64(std::uint64_t value) { put(value, 8); }
-    void i32(std::int32_t value) { u32(static_cast<std::uint32_t>(value)); }
     void i64(std::int64_t value) { u64(static_cast<std::uint64_t>(value)); }
     void f64(double value) { u64(std::bit_cast<std::uint64_t>(value)); }
     void text(std::string_view value) {
