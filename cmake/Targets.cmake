@@ -1,7 +1,8 @@
 include(${CMAKE_CURRENT_LIST_DIR}/Warnings.cmake)
 
-# What any test may take, in seconds: one that hangs fails.
-set(QORVEL_TEST_TIMEOUT 300)
+# What any test may take, in seconds: one that hangs fails. Counters and sanitizers beside other work make
+# the longest take minutes.
+set(QORVEL_TEST_TIMEOUT 1200)
 
 # At the end of a directory: the limit for its tests. Those that gtest_discover_tests finds later are
 # given it there.
