@@ -173,6 +173,8 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {3, 0, "stays 'host=h password=x y'", "password=*** y"},
         {3, 0, "stays \"host=h password = 'x \\\\' y' z\"", "password = *** z"},
         {3, 0, "stays scheme://u:x@h/db", "scheme://u:***@h/db is no file"},
+        {3, 0, "stays 'PG:host=/nowhere dbname=x'", "PG:host=/nowhere dbname=x"},
+        {3, 0, "stays --out 'PG:host=/nowhere dbname=x' -", "database cannot be opened"},
         {2, 0, "stays --replace-table --out PG:dbname=x PG:dbname=x", "name a new --table"},
         {2, 0, "stays --out x.parquet -", "python -m qorvel"},
         {2, 0, "stays --out x.gpkg.gz -", "cannot be written packed"},

@@ -3,6 +3,7 @@
 #include "qorvel/base/StateFrame.h"
 #include "qorvel/qorvel.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -48,7 +49,7 @@ std::string faultOf(Side& side, const std::string& state) {
     return errors.str();
 }
 
-MotionProcessor makeProcessor(std::uint32_t minCount = 2) {
+MotionProcessor makeProcessor(std::uint32_t minCount = 2, double ratio = 0.0) {
     std::stringstream errors;
     STBMasterRow master;
     STBAssignmentRow row;
@@ -61,7 +62,8 @@ MotionProcessor makeProcessor(std::uint32_t minCount = 2) {
     EXPECT_EQ(API::createHangoutSpec("car", "", "town", 20, "minutes", minCount, 0.0, spec, errors),
               0);
     EXPECT_EQ(API::createMotionProcessorForHangouts({master}, {row}, {spec}, processor, errors), 0);
-    return processor;
+    spec.ratio = ratio;
+    return ratio == 0.0 ? processor : MotionProcessor({master}, {row}, {spec});
 }
 
 /// What an hour finds: who, and with how many events.
@@ -251,6 +253,14 @@ TEST(State, IsTakenOrRefusedWholeWhereCheckSumsAreRight) {
     MotionProcessor same = makeProcessor();
     EXPECT_EQ(faultOf(same, state), "");
     EXPECT_EQ(stateOf(same), state);
+
+    // A spec that equals nothing has a new detector for every event, and all of them are kept.
+    MotionProcessor lost = makeProcessor(2, std::nan(""));
+    hour(lost, 30);
+    MotionProcessor found = makeProcessor(2, std::nan(""));
+    EXPECT_EQ(faultOf(found, stateOf(lost)), "");
+    EXPECT_EQ(stateOf(found), stateOf(lost));
+    EXPECT_EQ(hour(found, 90), hour(lost, 90));
 
     std::size_t taken = 0;
     for (std::size_t at = 36; at < state.size() - 4; ++at) {
