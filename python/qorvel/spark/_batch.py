@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 from collections.abc import Mapping, Sequence
-from typing import Any
+from typing import Any, TypeAlias
 
 from pyspark.sql import Column, DataFrame
 from pyspark.sql import functions as F
@@ -16,7 +16,7 @@ from qorvel.spark._input import expect_count, look_at, order_columns, spread
 from qorvel.spark._plan import make_question, results_of
 from qorvel.spark._task import Answers, Question, Rejects
 
-Order = str | Column | Sequence[str | Column]
+Order: TypeAlias = str | Column | Sequence[str | Column]
 
 REASONS = ("reject_code", "reject_reason")
 
