@@ -54,8 +54,7 @@ bool exists(const Date& date) {
     if (date.month < 1 || date.month > 12 || date.day < 1 || date.day > 31) {
         return false;
     }
-    const Date same = toDate(toDays(date));
-    return same.month == date.month && same.day == date.day;
+    return toDate(toDays(date)).month == date.month; // else it is a day of the next one
 }
 
 /// Takes a text piece by piece from its front.

@@ -83,11 +83,8 @@ public:
         return readSections(bytes, known);
     }
 
-    StateReader section(std::uint32_t tag) const {
-        const auto found = std::find_if(sections_.begin(), sections_.end(),
-                                        [tag](const auto& entry) { return entry.first == tag; });
-        return StateReader(found == sections_.end() ? std::string_view() : found->second);
-    }
+    /// One of those that are known, once they are read.
+    StateReader section(std::uint32_t tag) const { return StateReader(find(tag)->second); }
 
 private:
     static constexpr std::size_t kSectionHeaderSize = 16;
@@ -106,7 +103,8 @@ private:
             const std::size_t size = kSectionHeaderSize + body.size();
             const std::uint32_t crc = reader.u32();
             const bool isKnown = std::find(known.begin(), known.end(), tag) != known.end();
-            if (!reader.isGood() || crc != crc32(bytes.substr(0, size)) || (isKnown && has(tag))) {
+            if (!reader.isGood() || crc != crc32(bytes.substr(0, size)) ||
+                (isKnown && find(tag) != sections_.end())) {
                 return StateFault::damaged;
             }
             if (!isKnown && (need & static_cast<std::uint32_t>(StateNeed::critical)) != 0) {
@@ -120,12 +118,14 @@ private:
         return sections_.size() == known.size() ? StateFault::none : StateFault::damaged;
     }
 
-    bool has(std::uint32_t tag) const {
-        return std::any_of(sections_.begin(), sections_.end(),
-                           [tag](const auto& entry) { return entry.first == tag; });
+    using Sections = std::vector<std::pair<std::uint32_t, std::string_view>>;
+
+    Sections::const_iterator find(std::uint32_t tag) const {
+        return std::find_if(sections_.begin(), sections_.end(),
+                            [tag](const auto& entry) { return entry.first == tag; });
     }
 
-    std::vector<std::pair<std::uint32_t, std::string_view>> sections_;
+    Sections sections_;
 };
 
 } // namespace qorvel_detail

@@ -319,7 +319,7 @@ void DetectorState::saveCells(const CellTable& cells, StateWriter& out) {
 }
 
 void DetectorState::loadCells(CellTable& cells, StateReader& in) {
-    for (std::uint64_t left = in.count(kLeastCellSize); left > 0 && in.isGood(); --left) {
+    for (std::uint64_t left = in.count(kLeastCellSize); left > 0; --left) {
         const Cell cell = loadCell(in);
         in.expect(cells.find(cell) == nullptr);
         const std::uint64_t items = in.count(kItemSize);
