@@ -206,6 +206,7 @@ TEST(Input, IsTheSameInEveryFormat) {
         translated(geoJson, "a.gpkg", {}),
         translated(geoJson, "a.geojsonl", {"-f", "GeoJSONSeq", "-lco", "COORDINATE_PRECISION=9"}),
         translated(geoJson, "a.fgb", {"-f", "FlatGeobuf", "-lco", "SPATIAL_INDEX=NO"}),
+        save("b.fgb.gz", packed(bytesOf(scratch("a.fgb")))),
         translated(geoJson, "mercator.gpkg", {"-t_srs", "EPSG:3857"}),
         save("a.gpx", R"(<gpx version="1.1" creator="x"><wpt lat="1" lon="2"/>
 <trk><name>Anna</name><trkseg><trkpt lat="47.371200001" lon="8.5401">
@@ -247,10 +248,14 @@ TEST(Input, ReadsTimes) {
         {"time", 1355831880250, asSeconds, {"1355831880.25", "1355831880.2509"}},
         {"time", -1, noWhole, {"9223372036854775808", "1.5e3", "1 3", "1.x", "--1"}},
         {"time", -1, "is negative", {"-1", "-0.5"}},
-        {"time", -1, "neither a number nor an ISO 8601 time", {"soon", "nan", ".5", "++1", "+-1"}},
+        {"time",
+         -1,
+         "neither a number nor an ISO 8601 time",
+         {"soon", "nan", ".5", "++1", "a000-1"}},
         {"time", -1, "time is missing", {"", " "}},
         {"time", 0, "", {"1970-01-01T00:00:00Z", "1970-01-01T01:00+01"}},
         {"time", -1, "before 1970", {"1969-12-31T23:59:59.999Z", "1970-01-01T00:59+01:00"}},
+        {"time", -1, "before 1970", {"0000-01-01T00:00:00Z"}},
         {"time_ms", 1355831880000, "", {"2012-12-18T11:58:00Z", "2012-12-18t11:58z"}},
         {"t", 1355831880000, "", {"2012-12-18 12:58:00 +0100", "2012-12-18 06:28-05:30"}},
         {"t", 1355831880000, "", {"2012-12-18 10:58-01", "2012-12-18 11:58:00 UTC"}},
@@ -260,7 +265,8 @@ TEST(Input, ReadsTimes) {
         {"t", -1, noIso, {"2012-12-18T11:58:00.1234567891", "2012-12-18T11:58:00.Z"}},
         {"t", -1, noIso, {"2012-12-18T", "2012-12-18Z", "2012-12-18x11:58", "2012-12-18T11Z"}},
         {"t", -1, noIso, {"2012-12-18T11:58+24:00", "2012-12-18T11:58+01:60", "2012-1-18"}},
-        {"t", -1, noIso, {"2012-12-18T11:58+1", "2012-12-18T11:58Z."}},
+        {"t", -1, noIso, {"2012-12-18T11:58+1", "2012-12-18T11:58Z.", "2012-12-1", "2012-12"}},
+        {"t", -1, noIso, {"2012-12-18T11:5", "2012-12-18T11:58:1", "2012-12-18T11:58+01:3"}},
         {"t", 1330473600000, asUtc, {"2012-02-29"}},
         {"t", 951782400000, asUtc, {"2000-02-29"}},
         {"t", -1, "calendar", {"2011-02-29", "2100-02-29", "2012-04-31", "2012-01-32"}},
@@ -373,7 +379,7 @@ TEST(Input, SaysWhatIsBroken) {
         feature(R"({"type":"Point","coordinates":[2,1]},"x":[",","\u0001\\u0000"])");
     const std::string large(std::size_t{1} << 20, ' ');
     const std::string harmless =
-        "<!-- <a><a> - --><![CDATA[<a><a>]]><?x <a><a>?><a b='a>/' c=\"/>'\"/>";
+        "<!-- -> <a><a> - --><![CDATA[]> <a><a>]]><?x <a><a>?><a b='a>/' c=\"/>'\"/>";
     std::string nested; // 62 in three others
     std::string harmlessGpx = gpx + "</trkseg></trk>";
     std::string longCollection = collection;
@@ -442,6 +448,7 @@ TEST(Input, SaysWhatIsBroken) {
         {"b.ndjson", json + "{\"id\":1,\"la", 1, "line 2: " + cutOff},
         {"b.ndjson", json + "{\"id\":null}\n", 1, "id is missing"},
         {"b.ndjson", json + "{\"id\":[1]}\n", 1, "id is nested"},
+        {"b.ndjson", json + "{\"id\":{}}\n", 1, "id is nested"},
         {"b.ndjson", json + "{\"id\":true}\n", 1, "id is true or false"},
         {"b.ndjson", json + "{\"id\":1,\"id\":1}\n", 1, "id stands there twice"},
         {"b.ndjson", json + std::string(1 << 20, ' ') + '\n', 1, "longer than 1 MiB"},
@@ -476,12 +483,19 @@ TEST(Input, SaysWhatIsBroken) {
         EXPECT_TRUE(has(all.row(fixes), words)) << file << all.row(fixes);
         EXPECT_TRUE(fixes == 0 || has(all.row(0), ".000000000 ")) << file << all.row(0);
     }
-    for (const std::string row :
-         {"{\"id\":1,\"la", "[1]", "{} {}", "{\"id\":\"\xFF\"}", "{\"lat\":01}"}) {
+    for (const std::string row : {"{\"id\":1,\"la", "[1]", "{} {}", "{\"id\":\"\xFF\"}",
+                                  "{\"lat\":01}", "{\"\\x\":1}", "{\"id\" 1}", "{\"id\":x}"}) {
         const Said all = said("b.ndjson", json + row + "\n{\"accuracy\":7," + json.substr(1));
         EXPECT_TRUE(has(all.row(1), "not one JSON object")) << all.row(1);
         EXPECT_EQ(all.row(2), "1 1.000000000 2.000000000 3000 7 /");
         EXPECT_EQ(all.verbatim[1], row);
+    }
+    for (const std::string place :
+         {"~", "POINT", "POINT EMPTY", "POINT (a 2)", "POINT (1)", "POINT (1 2) x", "{\"type\"",
+          "LINESTRING (1 2)", R"({"type":7})", R"({"type":"Line","coordinates":[1,2]})",
+          R"({"type":"Point"})", R"({"type":"Point","coordinates":["1",2]})"}) {
+        const Said all = said("b.csv", "id|t|wkt\na|3|" + place + '\n');
+        EXPECT_TRUE(has(all.row(0), "wkt is no point in WKT or GeoJSON")) << all.row(0);
     }
     InputOptions options;
     options.file = save("b.gpx", gpx + "</trkseg></trk></gpx>");
@@ -602,6 +616,8 @@ TEST(Input, NoFileRunsReachesOutOrWrites) {
          "(sqlite3_get_table", "GPKG", "e"},
         {"t.gpkg", with("CREATE TABLE e (id, lat AS (hex(zeroblob(9))))", "e"), "as in \"e\"; if"},
         {"t.gpkg", with(forged + "VIEW v AS SELECT 1')", "v"), "SQLite cannot read it: malformed"},
+        {"t.gpkg", altered(geoPackage, "CREATE VIRTUAL TABLE \"r\"\"s\" USING rtree (i, a, b)"),
+         ""},
         {"t.gpkg", reader, "(VirtualText)"},
         {"t.gpkg", reader, "(VirtualText)", "GPKG"},
     };
@@ -612,6 +628,8 @@ TEST(Input, NoFileRunsReachesOutOrWrites) {
                                                : "GDAL cannot read it as "});
         }
     }
+    tricks.push_back({"t.gpkg-wal", "", "is empty"});
+    tricks.push_back({"t.gpkg", plain, ""});
     tricks.push_back({"t.gpkg-wal", "x", "has no column entity"});
     tricks.push_back({"t.gpkg", plain, "end the program that writes it"});
     std::filesystem::create_directory(scratch("hostile"));
@@ -676,6 +694,8 @@ TEST(Input, HasManyFiles) {
     EXPECT_TRUE(has(of({scratch("many/none.csv"), scratch("many/none.csv")}), "none.csv is empty"));
     EXPECT_TRUE(has(of({scratch("many/b.csv"), scratch("gone")}), "gone: there is no such file"));
     EXPECT_TRUE(has(of({scratch("many/*.gpx")}), "no file has a name that fits"));
+    EXPECT_TRUE(has(of({scratch("many/none.csv"), save("none", "")}), "none is empty"));
+    EXPECT_TRUE(has(of({save("c[1].csv", header + row("c", 5))}), "c 5|"));
     EXPECT_TRUE(has(of({scratch("many/.hidden/..")}), "a 1|")) << "as it is named";
     std::filesystem::create_directories(scratch("many/day=3"));
     EXPECT_TRUE(has(of({scratch("many/day=3")}), "no file in the folder has a name that tells"));

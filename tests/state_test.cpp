@@ -1,5 +1,7 @@
 // States: refused in one word whatever is wrong with them, and read for ever.
 
+#include "testing/support/forgedState.h"
+
 #include "qorvel/base/StateFrame.h"
 #include "qorvel/qorvel.h"
 
@@ -88,38 +90,6 @@ std::vector<std::string> hour(MotionProcessor& processor, std::int64_t from) {
     return found;
 }
 
-/// Writes the check sum of some bytes behind them.
-void seal(std::string& state, std::size_t begin, std::size_t end) {
-    const std::uint32_t crc =
-        qorvel_detail::crc32(std::string_view(state).substr(begin, end - begin));
-    for (unsigned i = 0; i < 4; ++i) {
-        state[end + i] = static_cast<char>(crc >> 8 * i);
-    }
-}
-
-/// Where the sections of a state begin, and where the last one ends.
-std::vector<std::size_t> sectionsOf(const std::string& state) {
-    std::vector<std::size_t> begins{36};
-    while (begins.back() + 4 < state.size()) {
-        qorvel_detail::StateReader header(std::string_view(state).substr(begins.back() + 8, 8));
-        begins.push_back(begins.back() + 16 + static_cast<std::size_t>(header.u64()) + 4);
-    }
-    return begins;
-}
-
-/// The state with other bytes, whose check sums are right again but for those of sections, if they
-/// are to stay.
-std::string forged(std::string state, std::size_t at, char byte, bool sealsSections) {
-    const std::vector<std::size_t> begins = sectionsOf(state);
-    state[at] = byte;
-    for (std::size_t i = 1; sealsSections && i < begins.size(); ++i) {
-        seal(state, begins[i - 1], begins[i] - 4);
-    }
-    seal(state, 0, 32);
-    seal(state, 0, state.size() - 4);
-    return state;
-}
-
 /// A state whose frame is right, of any content.
 std::string framed(const char (&kind)[5], std::uint64_t fingerprint,
                    const std::function<void(StateWriter&)>& write) {
@@ -176,7 +146,7 @@ TEST(State, IsRefusedInOneWordWhateverIsWrong) {
     expectUnchanged(stateOf(HangoutDetector()), "ERROR_STATE_5,");
     expectUnchanged(stateOf(makeProcessor(3)), "ERROR_STATE_6,");
 
-    EXPECT_EQ(faultOf(processor, forged(state, 36 + 20, 7, false)), "ERROR_STATE_4,");
+    EXPECT_EQ(faultOf(processor, forged(state, 36 + 20, "\7", false)), "ERROR_STATE_4,");
     std::string tooShort = state; // for what a state has at least
     tooShort.replace(16, 2, std::string("\x1E\0", 2));
     seal(tooShort, 0, 32);
@@ -197,6 +167,20 @@ TEST(State, IsRefusedInOneWordWhateverIsWrong) {
 
     // Whatever a right frame holds: no count makes room for more than there is.
     using Write = void (*)(StateWriter&);
+    const auto addEntity = [](StateWriter& out, std::uint64_t number, Write write) {
+        out.u8(0);
+        out.u64(number);
+        const std::size_t begin = out.beginLength();
+        write(out);
+        out.endLength(begin);
+    };
+    const auto faultOfEntities = [&](const std::function<void(StateWriter&)>& write) {
+        return faultOf(detector, framed("HANG", 0, [&](StateWriter& out) {
+                           out.beginSection(stateTag("ENTS"), StateNeed::critical);
+                           write(out);
+                           out.endSection();
+                       }));
+    };
     const Write cells[] = {[](StateWriter& out) { out.u8(4); }, // of what nobody knows
                            [](StateWriter& out) {
                                out.u8(1);
@@ -218,21 +202,30 @@ TEST(State, IsRefusedInOneWordWhateverIsWrong) {
                                out.u32(35);
                                out.u64(UINT64_MAX / 20);
                            }};
+    const Write place = [](StateWriter& out) {
+        out.u8(2);
+        out.f64(48.0);
+        out.f64(11.0);
+    };
+    const auto faultOfTwo = [&](std::uint64_t number, Write write) {
+        return faultOfEntities([&](StateWriter& out) {
+            out.u64(2);
+            addEntity(out, 7, write);
+            addEntity(out, number, place);
+        });
+    };
     for (const Write write : cells) {
-        EXPECT_EQ(faultOf(detector, framed("HANG", 0,
-                                           [&](StateWriter& out) {
-                                               out.beginSection(stateTag("ENTS"),
-                                                                StateNeed::critical);
-                                               out.u64(1);
-                                               out.u8(0);
-                                               out.u64(7);
-                                               const std::size_t begin = out.beginLength();
-                                               write(out);
-                                               out.endLength(begin);
-                                               out.endSection();
-                                           })),
-                  "ERROR_STATE_4,");
+        EXPECT_EQ(faultOfTwo(8, write), "ERROR_STATE_4,");
     }
+    EXPECT_EQ(faultOfTwo(8, place), "");
+    EXPECT_EQ(faultOfTwo(7, place), "ERROR_STATE_4,"); // the same one twice
+    const auto longName = [](StateWriter& out) {
+        out.u64(1);
+        out.u8(1);
+        out.u64(9);
+        out.u64(0);
+    };
+    EXPECT_EQ(faultOfEntities(longName), "ERROR_STATE_4,");
     EXPECT_EQ(qorvel_detail::crc32("123456789"), 0xCBF43926U); // as the world has it
 }
 
@@ -240,10 +233,13 @@ TEST(State, IsTakenOrRefusedWholeWhereCheckSumsAreRight) {
     MotionProcessor processor = makeProcessor();
     hour(processor, 30);
     std::list<STBCompressedEvent> foreign; // a host's own records, of keys that no spec has
-    for (const std::uint32_t key : {std::uint32_t(PrimaryKey::getPrimaryKeyInt("tram")),
-                                    std::uint32_t(PrimaryKey::getPrimaryKeyInt("bus")),
-                                    std::uint32_t{4000000000}, std::uint32_t{3000000000}}) {
-        foreign.emplace_back().specPrimaryKeyId = key;
+    const auto tram = std::uint32_t(PrimaryKey::getPrimaryKeyInt("tram"));
+    const auto bus = std::uint32_t(PrimaryKey::getPrimaryKeyInt("bus"));
+    for (const std::uint64_t eid : {std::uint64_t{0}, UINT64_MAX, UINT64_MAX / 2}) { // of no name
+        for (const std::uint32_t key : {tram, bus, 4000000000U, 3000000000U}) {
+            foreign.emplace_back().specPrimaryKeyId = key;
+            foreign.back().eid = eid;
+        }
     }
     std::stringstream errors;
     Event event;
@@ -261,13 +257,15 @@ TEST(State, IsTakenOrRefusedWholeWhereCheckSumsAreRight) {
     EXPECT_EQ(faultOf(found, stateOf(lost)), "");
     EXPECT_EQ(stateOf(found), stateOf(lost));
     EXPECT_EQ(hour(found, 90), hour(lost, 90));
+    const std::size_t firstFlag = 36 + 16 + 8; // of those that say which detectors there are
+    EXPECT_EQ(faultOf(found, forged(stateOf(lost), firstFlag, "\2")), "ERROR_STATE_4,");
 
     std::size_t taken = 0;
     for (std::size_t at = 36; at < state.size() - 4; ++at) {
         for (const char byte : {'\0', '\3', '\x7F', '\xFF'}) {
             MotionProcessor other = makeProcessor();
             const std::string before = stateOf(other);
-            const std::string fault = faultOf(other, forged(state, at, byte, true));
+            const std::string fault = faultOf(other, forged(state, at, std::string(1, byte)));
             if (!fault.empty()) {
                 EXPECT_TRUE(fault == "ERROR_STATE_4," || fault == "ERROR_STATE_7,") << fault << at;
                 EXPECT_EQ(stateOf(other), before);
