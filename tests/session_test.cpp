@@ -8,6 +8,7 @@
 #include "engine/run/Session.h"
 #include "testing/support/RowStream.h"
 #include "testing/support/counted.h"
+#include "testing/support/forgedState.h"
 #include "testing/support/wantedEvents.h"
 
 #include "qorvel/qorvel.h"
@@ -131,7 +132,7 @@ public:
 
 struct Way {
     Question question = Question::boxes;
-    bool lastFigures = false;
+    bool lastFigures = false; ///< of encounters: pairs; of stays: their rows
     std::size_t rowsPerPush = 1;
     unsigned threads = 1;
     EntityKind kind = EntityKind::text;
@@ -159,8 +160,10 @@ void takeAll(Session& session, std::string& lines) {
 AnalysisOptions askedIn(const Way& way) {
     return {way.question,
             way.lastFigures,
-            {.radius = 5000.0, .maxAccuracy = 300.0},
-            {.within = 2000.0}};
+            {.radius = 5000.0,
+             .maxAccuracy = 300.0,
+             .label = way.lastFigures && way.question == Question::stays},
+            {.within = 2000.0, .pairs = way.lastFigures}};
 }
 SessionOptions optionsOf(const Way& way) {
     SessionOptions options;
@@ -224,10 +227,10 @@ std::string run(const RowStream& stream, const Way& way) {
     return lines;
 }
 
-const std::vector<Way> kQuestions = {{Question::boxes},          {Question::presence},
-                                     {Question::presence, true}, {Question::hangouts},
-                                     {Question::hangouts, true}, {Question::stays},
-                                     {Question::encounters},     {Question::places}};
+const std::vector<Way> kQuestions = {
+    {Question::boxes},      {Question::presence},       {Question::presence, true},
+    {Question::hangouts},   {Question::hangouts, true}, {Question::stays},
+    {Question::encounters}, {Question::places},         {Question::encounters, true}};
 
 std::multiset<std::string> sorted(const std::string& lines) {
     std::multiset<std::string> set;
@@ -240,7 +243,9 @@ std::multiset<std::string> sorted(const std::string& lines) {
 }
 
 void expectTheSame(const RowStream& stream) {
-    for (const Way& question : kQuestions) {
+    std::vector<Way> questions = kQuestions;
+    questions.push_back({Question::stays, true});
+    for (const Way& question : questions) {
         const std::string model = run(stream, question);
         EXPECT_GT(model.size(), 500U);
         Way patient = question;
@@ -480,6 +485,40 @@ TEST(Session, RefusesAStateAndGoesOnAsBefore) {
         EXPECT_EQ(qorvel_engine_give_entities(session, bytes, size), 0);
         EXPECT_EQ(qorvel_engine_forget_reported_before(session, 0), 0);
         qorvel_engine_close(session);
+    }
+}
+
+TEST(Session, TakesOrRefusesWholeWhatIsForged) {
+    const std::string values[] = {std::string(8, '\0'),
+                                  std::string(8, '\xFF'),
+                                  std::string("\0\0\0\0\0\0\xF0\x7F", 8),
+                                  "\1",
+                                  "\x80",
+                                  "\xFF"};
+    for (const Way& way : kQuestions) {
+        std::string lines;
+        const auto source = open(way, 1);
+        push(*source, makeRowStream(4, 60), lines);
+        const std::string state = source->save();
+        const auto session = open(way, 2);
+        const std::string empty = session->save();
+        std::mt19937_64 chance(6);
+        for (int i = 0; i < 400; ++i) {
+            const std::string& value = values[chance() % std::size(values)];
+            const std::size_t room = state.size() - 36 - 8 - value.size();
+            const std::string wrong = forged(state, 36 + chance() % room, value);
+            const auto other = open(way, 1);
+            const int code = codeOf([&] { other->load(wrong); });
+            if (code == 0) {
+                push(*other, makeRowStream(5, 60), lines);
+                finish(*other, lines);
+            } else {
+                EXPECT_EQ(code, QORVEL_ENGINE_BAD_STATE);
+                EXPECT_EQ(codeOf([&] { session->load(wrong); }), code);
+            }
+        }
+        EXPECT_EQ(codeOf([&] { session->load(state + 'x'); }), QORVEL_ENGINE_BAD_STATE);
+        EXPECT_TRUE(session->save() == empty);
     }
 }
 
@@ -779,13 +818,23 @@ TEST(SessionFromC, FindsInAllFormsOfTablesTheBoxesThatTheLibraryFinds) {
         FromC c;
         EXPECT_EQ(c.ask(tables, "entity=who\ndefault_tolerance=20\nthreads=3"), expected);
         FromC streamed;
-        TableStream source{makeArrowTable(stream, make), times % 2 == 0 ? 0 : EIO, &streamed.live};
+        const struct {
+            int end;
+            bool saysWhy;
+            std::int32_t code;
+            const char* words;
+        } ends[] = {{0, true, 0, ""},
+                    {EIO, true, QORVEL_ENGINE_BAD_COLUMN, "the disk is gone"},
+                    {EIO, false, QORVEL_ENGINE_BAD_COLUMN, "it does not say why"},
+                    {ENOMEM, true, QORVEL_ENGINE_OUT_OF_MEMORY, "Memory"}};
+        const auto& [end, saysWhy, code, words] = ends[times % 4];
+        TableStream source{makeArrowTable(stream, make), end, &streamed.live};
         ArrowArrayStream all = source.show();
+        all.get_last_error = saysWhy ? all.get_last_error : nullptr;
         EXPECT_TRUE(streamed.open("entity=who\ndefault_tolerance=20\n\n"));
-        EXPECT_EQ(qorvel_engine_push_stream(streamed.session, &all),
-                  times % 2 == 0 ? 0 : QORVEL_ENGINE_BAD_COLUMN);
+        EXPECT_EQ(qorvel_engine_push_stream(streamed.session, &all), code);
         const std::string sentence = qorvel_engine_last_fault(streamed.session)->sentence;
-        EXPECT_EQ(sentence.find("the disk is gone") != std::string::npos, times % 2 != 0);
+        EXPECT_NE(sentence.find(words), std::string::npos) << sentence;
         Lines lines;
         EXPECT_TRUE(streamed.readBoxes(lines) && streamed.readRejects(lines));
         EXPECT_EQ(lines, expected);
@@ -841,6 +890,12 @@ TEST(SessionFromC, RefusesInWords) {
          "max_away=0\nmax_accuracy=0",
          0, 0},
         {"encounters", "", "within=1e5\napart=86400000\nmin_duration=0", 0, 0},
+        {"encounters", kConfig, "pairs=0", 0, 0},
+        {"places", "",
+         "time_zone=Asia/Kolkata\nlabels=0\nlon=x\ntime=t\nprimary_key=p\nsecondary_key=s", 0, 0},
+        {"places", "", "time_zone=Asia/Nowhere", kBad, 0},
+        {"encounters", "", "within=7m", kBad, 1},
+        {"encounters", "", "within=m", kBad, 1},
         {"encounters", "", "within=0", kBad, 0},
         {"encounters", "", "within=100001", kBad, 0},
         {"encounters", "", "within=nan", kBad, 0},
@@ -911,11 +966,38 @@ TEST(SessionFromC, RefusesInWords) {
     EXPECT_EQ(pushTo(c, true, true), 0);
     EXPECT_EQ(pushTo(c, false, true), 0);
     EXPECT_EQ(qorvel_engine_push_stream(c.session, nullptr), QORVEL_ENGINE_MISUSE);
+    ArrowArrayStream lacking = TableStream{nullptr, 0, &c.live}.show();
+    lacking.get_next = nullptr;
+    lacking.release = [](ArrowArrayStream* released) { released->release = nullptr; };
+    --c.live;
+    EXPECT_EQ(qorvel_engine_push_stream(c.session, &lacking), QORVEL_ENGINE_MISUSE);
+    const void* bytes = nullptr;
+    std::uint64_t size = 0;
+    EXPECT_EQ(qorvel_engine_rejects(c.session, nullptr), QORVEL_ENGINE_MISUSE);
+    EXPECT_EQ(qorvel_engine_save(c.session, &bytes, nullptr), QORVEL_ENGINE_MISUSE);
+    EXPECT_EQ(qorvel_engine_load(c.session, nullptr, 1), QORVEL_ENGINE_MISUSE);
+    EXPECT_EQ(qorvel_engine_take_entities(c.session, nullptr, 1, &bytes, &size),
+              QORVEL_ENGINE_MISUSE);
     qorvel_engine_figures figures{};
     qorvel_engine_progress(c.session, &figures);
+    qorvel_engine_progress(c.session, nullptr);
     EXPECT_EQ(figures.pushed, 6U);
+    qorvel_engine_progress(nullptr, &figures);
+    EXPECT_EQ(figures.pushed, 0U);
     EXPECT_EQ(qorvel_engine_finish(c.session), 0);
     EXPECT_EQ(qorvel_engine_remark(c.session, 100), nullptr);
+    // Without a session nothing happens, but what is handed over is released.
+    EXPECT_EQ(qorvel_engine_open("boxes", kConfig, "", nullptr), QORVEL_ENGINE_MISUSE);
+    EXPECT_EQ(qorvel_engine_push(nullptr, nullptr, nullptr, -1), QORVEL_ENGINE_MISUSE);
+    EXPECT_EQ(qorvel_engine_last_fault(nullptr)->code, QORVEL_ENGINE_OUT_OF_MEMORY);
+    qorvel_engine_cancel(nullptr);
+    qorvel_engine_close(nullptr);
+    FromC closed;
+    EXPECT_EQ(qorvel_engine_open("box", "", "", &closed.session), kBad);
+    qorvel_engine_cancel(closed.session);
+    qorvel_engine_progress(closed.session, &figures);
+    EXPECT_EQ(figures.pushed, 0U);
+    EXPECT_EQ(pushTo(closed, true, true), QORVEL_ENGINE_MISUSE);
     qorvel_engine_close(std::exchange(c.session, nullptr));
     EXPECT_EQ(stream.get_next(&stream, &array), EINVAL);
     EXPECT_EQ(array.release, nullptr);

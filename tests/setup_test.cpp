@@ -537,6 +537,33 @@ TEST(TimeZones, FollowTheRuleOfAFile) {
             EXPECT_EQ(detail::readZoneFile(file.substr(0, size)), nullptr) << size;
         }
     }
+    // Two changes, to one type.
+    std::string file = "TZif2" + std::string(39, '\0') + "TZif2" + std::string(39, '\0');
+    file[44 + 35] = 2;
+    file[44 + 39] = 1;
+    file += std::string("\0\0\0\0\0\0\0\1"
+                        "\0\0\0\0\0\0\0\2"
+                        "\0\0"
+                        "\0\0\0\7\0\0",
+                        24) +
+            "\nUTC0\n";
+    struct Lie {
+        std::size_t at;
+        char byte;
+        bool isRefused = true;
+    };
+    for (const Lie& lie : {Lie{44 + 31, 1}, // leap seconds
+                           {44 + 39, 0},    // of no type
+                           {88 + 7, 9},     // out of order
+                           {88 + 16, 1},    // to a type that is not there
+                           {88 + 18, 0x7F}, // 68 years off
+                           {88 + 24, 'x', false},
+                           {88 + 29, 'x', false}}) {
+        std::string wrong = file;
+        wrong[lie.at] = lie.byte;
+        EXPECT_EQ(detail::readZoneFile(wrong) == nullptr, lie.isRefused) << lie.at;
+    }
+    EXPECT_NE(detail::readZoneFile(file), nullptr);
 }
 
 } // namespace
