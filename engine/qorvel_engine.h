@@ -91,8 +91,9 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// | | for stays and places 3600000 behind the newest one of its entity; later ones are left out |
 /// | last_figures=0 | 1: presence and hangouts with the last figures of each record |
 /// | radius=200 | stays: how far from their centre fixes may lie, metres; places: how far stays |
-/// | min_stay=900000 | the same two: the least time that makes one, ms |
-/// | max_gap=3600000 | stays: a longer silence ends one, unless it goes on there, ms |
+/// | min_stay=900000 | the same two: the least time that makes one, ms; fixes show a third of it |
+/// | max_gap=3600000 | stays: a longer silence ends one, unless it goes on there, ms; half of the |
+/// | | silence before one and after it is part of it, of this at most |
 /// | max_bridge=86400000 | stays: a longer silence ends one in any case, ms |
 /// | max_away=300000 | stays: fixes elsewhere end one when they go on for so long, ms |
 /// | max_accuracy=200 | stays: less accurate fixes are left out, metres |

@@ -121,10 +121,11 @@ TEST(Places, AreThoseOfTheModelInAllBatchesAndThreads) {
         for (std::int64_t time = kMonday; time < kMonday + 40 * kDay;) {
             const auto spot = random() % 12;
             const double metres = spot < 8 ? 90.0 * double(spot) : 3000.0 * double(spot);
-            const auto length = std::int64_t(20 + random() % 900) * kMinute;
+            const auto length =
+                std::int64_t(20 + random() % 900) / 2 * 2 * kMinute; // so halves are whole
             addStay(fixes, entity, time, length, 60.0,
                     std::remainder(179.998 + metres / (kMetresPerDegree / 2), 360.0));
-            time += length + 25 * kMinute;
+            time += length + 26 * kMinute;
         }
     }
     const AnalysisOptions asked = placesIn("America/New_York");

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <random>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -46,13 +47,14 @@ Fixes play(const std::vector<Piece>& pieces) {
     return fixes;
 }
 
+/// In minutes.
 std::string textOf(const std::vector<StayRow>& stays) {
-    std::string text;
+    std::ostringstream text;
     for (const StayRow& stay : stays) {
-        text += std::to_string(stay.from / kMinute) + '-' + std::to_string(stay.to / kMinute) +
-                " of " + std::to_string(stay.fixes) + ' ';
+        text << double(stay.from) / kMinute << '-' << double(stay.to) / kMinute << " of "
+             << stay.fixes << ' ';
     }
-    return text;
+    return text.str();
 }
 
 SessionOptions withLate(std::optional<std::int64_t> late) {
@@ -82,8 +84,8 @@ TEST(Stays, AreWhatTheOptionsSay) {
         {"beyond a smaller one",
          [](StayOptions& o) { o.radius = 150; },
          {{0, 21}, {180, 21}},
-         "0-20 of 21 21-41 of 21 "},
-        {"away for too long", none, trip, "0-20 of 21 27-47 of 21 "},
+         "0-20.5 of 21 20.5-41 of 21 "},
+        {"away for too long", none, trip, "0-20.5 of 21 26.5-47 of 21 "},
         {"away for a while", none, {{0, 21}, {1000, 5}, {0, 21}}, "0-46 of 42 "},
         {"away for less than allowed", [](StayOptions& o) { o.maxAway = 6 * kMinute; }, trip,
          "0-47 of 42 "},
@@ -91,7 +93,7 @@ TEST(Stays, AreWhatTheOptionsSay) {
         {"but where none may",
          [](StayOptions& o) { o.maxAway = 0; },
          {{0, 21}, {1000, 1}, {0, 21}},
-         "0-20 of 21 22-42 of 21 "},
+         "0-20.5 of 21 21.5-42 of 21 "},
         {"fixes that may be anywhere",
          none,
          {{0, 21}, {1000, 6, 1, 201.0}, {0, 21}},
@@ -99,9 +101,12 @@ TEST(Stays, AreWhatTheOptionsSay) {
         {"fixes that may be anywhere, taken",
          [](StayOptions& o) { o.maxAccuracy = 201.0; },
          {{0, 21}, {1000, 6, 1, 201.0}, {0, 21}},
-         "0-20 of 21 27-47 of 21 "},
+         "0-20.5 of 21 26.5-47 of 21 "},
         {"perhaps within", none, {{0, 21}, {300, 9, 1, 51.0}, {0, 21}}, "0-50 of 42 "},
-        {"hardly within", none, {{0, 21}, {300, 9, 1, 49.0}, {0, 21}}, "0-20 of 21 30-50 of 21 "},
+        {"hardly within",
+         none,
+         {{0, 21}, {300, 9, 1, 49.0}, {0, 21}},
+         "0-20.5 of 21 29.5-50 of 21 "},
         {"a silence at the place", none, {{0, 16}, {0, 1, 600}, {0, 16}}, "0-631 of 33 "},
         {"as long as may be", none, {{0, 15}, {0, 1, kDay}, {0, 16}}, "0-1470 of 32 "},
         {"too long", none, {{0, 15}, {0, 1, kDay + 1}, {0, 16}}, "0-15 of 16 1456-1471 of 16 "},
@@ -112,11 +117,11 @@ TEST(Stays, AreWhatTheOptionsSay) {
         {"elsewhere before a silence",
          none,
          {{0, 16}, {1000, 1, 61}, {0, 16}},
-         "0-15 of 16 77-92 of 16 "},
+         "0-15.5 of 16 47-92 of 16 "},
         {"elsewhere after a silence",
          none,
          {{0, 15}, {0, 1, 61}, {1000, 1}, {0, 16}},
-         "0-15 of 16 77-92 of 16 "},
+         "0-45 of 16 76.5-92 of 16 "},
         {"elsewhere about a short one",
          none,
          {{0, 15}, {0, 1, 60}, {1000, 1, 60}, {0, 16}},
@@ -129,24 +134,34 @@ TEST(Stays, AreWhatTheOptionsSay) {
         {"walking to a place and from it",
          none,
          {{-1800, 30, 1, 10.0, 60.0}, {0, 31}, {60, 30, 1, 10.0, 60.0}},
-         "30-61 of 32 "},
+         "29.5-61.5 of 32 "},
         {"driving to it and from it",
          none,
          {{-3000, 5, 1, 10.0, 600.0}, {0, 31}, {600, 5, 1, 10.0, 600.0}},
-         "5-35 of 31 "},
+         "4.5-35.5 of 31 "},
         {"every twenty minutes",
          none,
          {{0, 4, 20}, {3000, 1, 20}, {9000, 3, 20}},
-         "0-60 of 4 100-140 of 3 "},
-        {"a wild first fix", none, {{5000, 1}, {0, 16}}, "1-16 of 16 "},
+         "0-70 of 4 90-140 of 3 "},
+        {"a wild first fix", none, {{5000, 1}, {0, 16}}, "0.5-16 of 16 "},
+        {"a third of it shown", none, {{0, 5}, {0, 1, 20}, {3000, 2}}, "0-15 of 6 "},
+        {"less of it shown", none, {{0, 4}, {0, 1, 59}, {3000, 2}}, ""},
+        {"a silence that might be bridged, before elsewhere",
+         none,
+         {{0, 15}, {0, 1, kDay}, {1000, 16}},
+         "0-45 of 16 1425-1470 of 16 "},
+        {"a silence beyond",
+         none,
+         {{0, 15}, {0, 1, kDay + 1}, {1000, 16}},
+         "0-15 of 16 1456-1471 of 16 "},
         {"so many wait that they are no strays",
          [](StayOptions& o) { o.maxAway = kDay * kMinute; },
          {{0, 60}, {1000, 65}, {0, 60}},
-         "0-59 of 60 60-124 of 65 125-184 of 60 "},
+         "0-59.5 of 60 59.5-124.5 of 65 124.5-184 of 60 "},
         {"a single fix, where that is enough",
          [](StayOptions& o) { o.minStay = 0; },
          {{0, 1}, {900, 1}},
-         "0-0 of 1 1-1 of 1 "},
+         "0-0.5 of 1 0.5-1 of 1 "},
     };
     for (const auto& [about, change, pieces, found] : rows) {
         StayOptions options;
@@ -159,6 +174,12 @@ TEST(Stays, AreWhatTheOptionsSay) {
         }
         EXPECT_EQ(textOf(findStays(reversed, options, withLate(kEver))), found) << about;
     }
+}
+
+TEST(Stays, BeginWholeSecondsBeforeTheirFixes) {
+    Fixes fixes = play({{5000, 1}, {0, 16}});
+    ++fixes.front().time; // so that the silence is 59,999 ms
+    EXPECT_EQ(findStays(fixes).front().from, kMinute - 29'000);
 }
 
 /// Metres along the ellipsoid.
@@ -323,7 +344,7 @@ TEST(Stays, LeaveOutWhatIsLaterThanPromised) {
     Fixes fixes = play({{0, 60}, {1000, 60}});
     fixes.push_back({1, 59 * kMinute, 0.0, 0.0, 10.0}); // an hour before the newest
     fixes.push_back({1, 59 * kMinute - 1, 0.0, 0.0, 10.0});
-    EXPECT_EQ(textOf(findStays(fixes)), "0-59 of 61 60-119 of 60 ");
+    EXPECT_EQ(textOf(findStays(fixes)), "0-59.5 of 61 59.5-119 of 60 ");
 }
 
 TEST(Stays, StandExtremes) {

@@ -14,12 +14,12 @@ struct StayOptions {
     /// that are told apart.
     double radius = 200.0;
 
-    /// The least time from the first fix of a stay to the last, ms, from 0. 15 minutes: longer than
-    /// one waits at a crossing or for a bus.
+    /// The least length of a stay, ms, from 0; its fixes have to show a third of it. 15 minutes:
+    /// longer than one waits at a crossing or for a bus.
     std::int64_t minStay = 900'000;
 
-    /// A silence longer than this ends a stay, unless the next fix is at the same place, ms, from
-    /// 0. One hour: in a shorter one nobody stayed elsewhere and came back.
+    /// A longer silence ends a stay, unless the next fix is at the same place, ms, from 0. Half of
+    /// one beside a stay is part of it, of this at most. One hour: a visit elsewhere takes longer.
     std::int64_t maxGap = 3'600'000;
 
     /// A silence longer than this ends it in any case, ms, at least maxGap. 24 hours: a device that

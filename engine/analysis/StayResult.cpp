@@ -17,8 +17,10 @@ const ResultLayout<StayResult>& StayResult::layout() {
     static const Layout layout(
         "stays", "an entity that stayed somewhere",
         {Layout::entity<&StayResult::entity>("entity", "who it is"),
-         Layout::time<&StayResult::from>("from", "the time of the first fix"),
-         Layout::time<&StayResult::to>("to", "the time of the last fix"),
+         Layout::time<&StayResult::from>(
+             "from", "when it began: halfway between the fix before its first one and that"),
+         Layout::time<&StayResult::to>(
+             "to", "when it ended: halfway between its last fix and the one after"),
          Layout::whole<&StayResult::minutes>("minutes", "min", "how long it stayed"),
          Layout::degrees<&StayResult::latitude>("lat", "the latitude of the fixes' mean"),
          Layout::degrees<&StayResult::longitude>("lon", "the longitude of the fixes' mean"),

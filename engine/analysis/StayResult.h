@@ -13,8 +13,10 @@ namespace qorvel_engine {
 /// An entity that stayed somewhere. Those of one entity do not overlap in time.
 struct QORVEL_ENGINE_EXPORT StayResult {
     std::uint64_t entity = 0; ///< its number in the session's dictionary
-    std::int64_t from = 0;    ///< of its first fix, ms since 1970 UTC
-    std::int64_t to = 0;      ///< of the last one, ms since 1970 UTC
+    std::int64_t from = 0;    ///< ms since 1970 UTC: halfway between the fix before its first one
+                              ///< and that, by whole seconds and half of maxGap before it at most;
+                              ///< its own time where none was for longer than maxBridge
+    std::int64_t to = 0;      ///< the same of its last fix and the one after it
     std::int64_t minutes = 0; ///< between them, rounded
     double latitude = 0.0;  ///< of the mean of its fixes, each weighted by 1 / max(accuracy, 1 m)^2
     double longitude = 0.0; ///< the same; -180 to 180

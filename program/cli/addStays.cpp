@@ -24,9 +24,11 @@ std::shared_ptr<RunOptions> addStaying(CLI::App& command, Question question) {
     StayOptions& stays = run.analysis.stays;
     addValue(command, "--radius", stays.radius,
              "how far from the middle of a stay its fixes may lie, metres");
-    addLength(command, "--min-stay", stays.minStay, "the least time that makes a stay");
+    addLength(command, "--min-stay", stays.minStay,
+              "the least time that makes a stay; its fixes have to show a third of it");
     addLength(command, "--max-gap", stays.maxGap,
-              "a longer silence ends a stay, unless the next fix is at the same place");
+              "a longer silence ends a stay, unless the next fix is at the same place; half of the "
+              "silence before a stay and after it, and of this at most, is part of it");
     addLength(command, "--max-bridge", stays.maxBridge, "a longer silence ends it in any case");
     addLength(command, "--max-away", stays.maxAway,
               "fixes elsewhere end a stay when they go on for so long; shorter runs are "

@@ -289,7 +289,10 @@ def stays(table: object, **options: Unpack[Stays]) -> Table:
     """Tell who stayed where, from when to when.
 
     A stay is within a radius of one place for long enough; cells have no part in it, and there is
-    no configuration for it.
+    no configuration for it. ``from`` is halfway between the fix before its first one and that,
+    ``to`` halfway between its last fix and the one after: what a silence hides is shared between
+    the places on both sides, up to half of `max_gap` each. At the ends of a track, and beside a
+    silence longer than `max_bridge`, they are the times of the fixes.
 
     Parameters
     ----------
@@ -301,7 +304,8 @@ def stays(table: object, **options: Unpack[Stays]) -> Table:
     Returns
     -------
     Table
-        A row for each stay; those of one entity do not overlap in time.
+        A row for each stay; those of one entity do not overlap in time, but one may begin when
+        another ends.
     """
     return _answer("stays", table, options)
 

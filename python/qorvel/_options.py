@@ -105,10 +105,11 @@ class Stays(Run, total=False):
     radius : float
         How far from the middle of a stay its fixes may lie, metres; 200 by default.
     min_stay : str or timedelta
-        The least time that makes a stay; ``"15 minutes"`` by default.
+        The least time that makes a stay; its fixes have to show a third of it; ``"15 minutes"``
+        by default.
     max_gap : str or timedelta
-        A longer silence ends a stay, unless the next fix is at the same place; ``"1 hours"`` by
-        default.
+        A longer silence ends a stay, unless the next fix is at the same place. Half of the silence
+        before a stay and after it, and of this at most, is part of it; ``"1 hours"`` by default.
     max_bridge : str or timedelta
         A longer silence ends it in any case; ``"24 hours"`` by default.
     max_away : str or timedelta
@@ -118,7 +119,8 @@ class Stays(Run, total=False):
     label : bool
         In place of the stays, the rows of the table that belong to each: ``row``, its number from
         0, ``entity``, and ``from`` and ``to``, which with the entity tell the stay. Rows of no
-        stay, and fixes that a stay leaves out, are not there.
+        stay, and fixes that a stay leaves out, are not there; nor are those between ``from`` and
+        ``to`` that are on the way.
     """
 
     radius: float | None

@@ -13,6 +13,8 @@ namespace {
 constexpr std::size_t kMostBeads = 32;
 /// Two devices in two places, say, that report in turn.
 constexpr std::size_t kMostWaiting = 64;
+/// Fixes have to show a third of the least time: one on the way amid long silences shows none.
+constexpr std::int64_t kShownParts = 3;
 
 /// How long a bead may be, ms: times of stays are as coarse as that, where fixes are that dense.
 std::int64_t grain(const StayOptions& options) {
@@ -35,22 +37,23 @@ double beadRadius2(const StayOptions& options) {
 }
 
 /// The first bead that is not on the way to the place, or from it. Most fixes of a stay lie much
-/// closer to its centre than the radius, but for what their own accuracy explains. The one before
-/// it counts too where it is not far: the way began or ended between the two, on average in the
-/// middle.
+/// closer to its centre than the radius, but for what their own accuracy explains.
 template <class Iterator>
 Iterator firstNear(Iterator begin, Iterator end, const FixSum& all, const StayOptions& options) {
     const double usual = std::max(2.5 * all.spread(), options.radius / 4.0);
-    const auto isWithin = [&](const StayDetector::Bead& bead, double distance) {
-        return squaredDistance(bead.fixes.centre(), all.centre()) <=
-               square(std::min(distance, options.radius));
-    };
-    const auto near = std::find_if(begin, end, [&](const StayDetector::Bead& bead) {
-        return isWithin(bead, std::max(usual, 2.0 * bead.accuracy));
+    return std::find_if(begin, end, [&](const StayDetector::Bead& bead) {
+        const double near = std::min(std::max(usual, 2.0 * bead.accuracy), options.radius);
+        return squaredDistance(bead.fixes.centre(), all.centre()) <= square(near);
     });
-    const bool isOneMore =
-        near != begin && near != end && isWithin(*std::prev(near), options.radius / 2.0);
-    return isOneMore ? std::prev(near) : near;
+}
+
+/// What of a silence between two places is told of each of them: half, of a long one less. Nothing
+/// of one over which not even a stay at the same place would go on. In whole seconds, so that times
+/// have fractions where those of fixes have.
+std::int64_t shareOf(std::int64_t silence, const StayOptions& options) {
+    constexpr std::int64_t kSecond = 1000;
+    const std::int64_t half = std::min(silence, options.maxGap) / 2;
+    return silence > options.maxBridge ? 0 : half - half % kSecond;
 }
 
 /// That much later, or the end of time.
@@ -135,11 +138,14 @@ void StayDetector::end(std::int64_t knownFrom, Work& work) {
         ++next;
         if (hasEnded) {
             next -= waiting_.size();
-            waiting_.clear();
             close(knownFrom, work);
+            waiting_.clear();
         }
     }
     again.clear();
+    if (beads_.empty()) {
+        before_ = kNone; // the silence is so long that nothing of it would be told
+    }
 }
 
 /// Takes a bead; true if it ends the candidate: then it waits.
@@ -223,6 +229,7 @@ void StayDetector::cutFront(const StayOptions& options) {
     }
     const auto near = firstNear(beads_.begin(), beads_.end(), all_, options);
     if (near != beads_.begin()) {
+        before_ = std::prev(near)->last;
         beads_.erase(beads_.begin(), near);
         all_ = {};
         for (const Bead& bead : beads_) {
@@ -231,9 +238,14 @@ void StayDetector::cutFront(const StayOptions& options) {
     }
 }
 
-void StayDetector::cutBack(const StayOptions& options) {
+/// The time of the first bead after it.
+std::int64_t StayDetector::cutBack(const StayOptions& options) {
     const auto near = firstNear(beads_.rbegin(), beads_.rend(), all_, options);
+    const std::int64_t after = near != beads_.rbegin() ? near.base()->first
+                               : waiting_.empty()      ? kNone
+                                                       : waiting_.front().first;
     beads_.erase(near.base(), beads_.end());
+    return after;
 }
 
 /// Of the candidate; the whole middle, where there is one.
@@ -284,6 +296,7 @@ void StayDetector::save(StateWriter& out) const {
     saveBeads(beads_, out);
     middle_.save(out);
     all_.save(out);
+    out.i64(before_);
     out.i64(last_);
     out.u8(isResting_ ? 1 : 0);
     saveBeads(waiting_, out);
@@ -296,6 +309,7 @@ void StayDetector::load(StateReader& in) {
     loadBeads(beads_, kMostBeads, in);
     middle_.load(in);
     all_.load(in);
+    before_ = in.i64();
     last_ = in.time();
     isResting_ = in.flag();
     loadBeads(waiting_, kMostWaiting - 1, in);
@@ -303,33 +317,46 @@ void StayDetector::load(StateReader& in) {
     awayFirst_ = in.time();
     in.expect(away_ <= waiting_.size() &&
               (!beads_.empty() || (waiting_.empty() && middle_.fixes.count() == 0)));
+    in.expect(before_ >= kNone && before_ <= (beads_.empty() ? kNone : firstBead().first));
 }
 
 /// Makes a stay of the candidate, if it is one.
 void StayDetector::close(std::int64_t knownFrom, Work& work) {
+    const std::int64_t end = beads_.back().last;
     cutFront(work.options);
-    cutBack(work.options);
+    const std::int64_t after = cutBack(work.options);
     if (middle_.fixes.count() > 0 || !beads_.empty()) {
-        const std::int64_t from = firstBead().first;
-        const std::int64_t to = (beads_.empty() ? middle_ : beads_.back()).last;
-        if (to - from >= work.options.minStay) {
-            FixSum fixes = middle_.fixes;
-            for (const Bead& bead : beads_) {
-                fixes.add(bead.fixes);
-            }
-            for (const Bead& bead : beads_) {
-                fixes.reach(bead.fixes, fixes.centre());
-            }
-            work.stays.push_back({from, to, knownFrom, fixes, middleRows_});
-            for (const Bead& bead : beads_) {
-                appendRows(bead, work.stays.back().rows);
-            }
-        }
+        tell(after, knownFrom, work);
     }
+    before_ = end;
     beads_.clear();
     middle_ = {};
     middleRows_.clear();
     away_ = 0;
+}
+
+/// The candidate, if it is long enough; it has been cut.
+/// @param after  the time of the first bead after it
+void StayDetector::tell(std::int64_t after, std::int64_t knownFrom, Work& work) const {
+    const StayOptions& options = work.options;
+    const std::int64_t first = firstBead().first;
+    const std::int64_t last = (beads_.empty() ? middle_ : beads_.back()).last;
+    const std::int64_t from = before_ == kNone ? first : first - shareOf(first - before_, options);
+    const std::int64_t to = after == kNone ? last : last + shareOf(after - last, options);
+    if (to - from < options.minStay || last - first < options.minStay / kShownParts) {
+        return;
+    }
+    FixSum fixes = middle_.fixes;
+    for (const Bead& bead : beads_) {
+        fixes.add(bead.fixes);
+    }
+    for (const Bead& bead : beads_) {
+        fixes.reach(bead.fixes, fixes.centre());
+    }
+    work.stays.push_back({from, to, knownFrom, fixes, middleRows_});
+    for (const Bead& bead : beads_) {
+        appendRows(bead, work.stays.back().rows);
+    }
 }
 
 /// The number of a fix. Rows of those that no bead has any more are given back when they are half

@@ -23,11 +23,13 @@ namespace qorvel_engine::detail {
 ///   forgotten. When they go on for too long, the candidate has ended: it is a stay if it is long
 ///   enough, and what waited is taken again, as what comes after it.
 /// - At its end a candidate is cut back on both sides to the beads near its centre: on the way to a
-///   place and from it one is within the radius for a while.
+///   place and from it one is within the radius for a while. It began halfway between the bead
+///   before the first of these, whatever that was, and this one, and ended likewise: where the
+///   silence between two places hides the way, half of it is told of each.
 ///
-/// So stays never overlap. What comes out hangs on the fixes alone, not on calls of advance(). A
-/// fix costs the same however many there were, and so does what is kept: the middle of a long
-/// candidate is one sum, and only so many beads wait.
+/// So stays never overlap; two may share a moment. What comes out hangs on the fixes alone, not on
+/// calls of advance(). A fix costs the same however many there were, and so does what is kept: the
+/// middle of a long candidate is one sum, and only so many beads wait.
 class StayDetector {
 public:
     struct Bead {
@@ -68,26 +70,30 @@ private:
     void endSilent(std::int64_t time, Work& work);
     void end(std::int64_t knownFrom, Work& work);
     void close(std::int64_t knownFrom, Work& work);
+    void tell(std::int64_t after, std::int64_t knownFrom, Work& work) const;
     bool endsWith(const Bead& bead, const StayOptions& options);
     void start(const Bead& bead, const StayOptions& options);
     void join(const Bead& bead, const StayOptions& options);
     void moveToMiddle();
     bool wait(const Bead& bead);
     void cutFront(const StayOptions& options);
-    void cutBack(const StayOptions& options);
+    std::int64_t cutBack(const StayOptions& options);
     const Bead& firstBead() const;
     std::uint64_t keepRow(std::uint64_t row);
     void forgetRows();
     void appendRows(const Bead& bead, std::vector<std::uint64_t>& to) const;
     std::int64_t endingSilence(const StayOptions& options) const;
 
+    static constexpr std::int64_t kNone = -1; // no time is negative
+
     Bead open_; ///< fixes may still join it; it may have none yet
 
-    std::vector<Bead> beads_; ///< of the candidate: all of them, or the last ones
-    Bead middle_;             ///< those that came before
-    FixSum all_;              ///< of the candidate, as weighed for the centre
-    std::int64_t last_ = 0;   ///< of the last bead, whether or not it joined
-    bool isResting_ = false;  ///< since a long silence, did none join?
+    std::vector<Bead> beads_;     ///< of the candidate: all of them, or the last ones
+    Bead middle_;                 ///< those that came before
+    FixSum all_;                  ///< of the candidate, as weighed for the centre
+    std::int64_t before_ = kNone; ///< the time of the last bead before its first
+    std::int64_t last_ = 0;       ///< of the last bead, whether or not it joined
+    bool isResting_ = false;      ///< since a long silence, did none join?
 
     std::vector<Bead> waiting_;
     std::size_t away_ = 0;       ///< how many of them are elsewhere beyond doubt
