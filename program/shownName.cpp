@@ -72,4 +72,11 @@ bool isPostgres(const std::string& name) {
     return (small.starts_with("pg:") || small.starts_with("postgresql:")) && !isThere(name);
 }
 
+bool isAmbiguousAddress(const std::string& name) {
+    const std::size_t user = name.find("://");
+    const std::size_t host = name.rfind('@');
+    return isPostgres(name) && user != std::string::npos && host != std::string::npos &&
+           name.find_first_of("@/?#", user + 3) < host;
+}
+
 } // namespace program

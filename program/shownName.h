@@ -12,6 +12,10 @@ std::string shownName(const std::string& text);
 /// Is it the name of a database of PostgreSQL and not of a file?
 bool isPostgres(const std::string& name);
 
+/// Is it an address whose password may be read in two ways? Who reads it in the other tells a part
+/// of the password as a host or a port that is not there.
+bool isAmbiguousAddress(const std::string& name);
+
 } // namespace program
 
 #endif

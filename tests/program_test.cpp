@@ -183,6 +183,8 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {3, 0, "stays 'postgresql://u:x@/db?host=/nowhere'",
          "postgresql://u:***@/db?host=/nowhere"},
         {0, 7, "boxes " + save("one", stay(3)) + " -", "6 processed"},
+        {2, 0, "stays PG:postgresql://u:x@y@h/db", "u:***@h/db: it is not clear where"},
+        {2, 0, "stays --out postgresql://u:x/y@h/db -", "u:***@h/db: it is not clear where"},
         {3, 0, "stays 'PG:host=/nowhere dbname=x'", "PG:host=/nowhere dbname=x"},
         {3, 0, "stays --out 'PG:host=/nowhere dbname=x' -", "database cannot be opened"},
         {2, 0, "stays --replace-table --out PG:dbname=x PG:dbname=x", "name a new --table"},

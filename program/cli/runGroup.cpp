@@ -91,13 +91,22 @@ void addLate(CLI::App& command, RunOptions& run) {
         "other input has \"1 days\"");
 }
 
+void refuseAmbiguous(const std::string& name) {
+    if (isAmbiguousAddress(name)) {
+        throw usageFailure(shownName(name) + ": it is not clear where the password ends: write %40 "
+                                             "for @, %2F for /, %3F for ? and %23 for # in it");
+    }
+}
+
 void settle(RunOptions& run) {
     run.output.zone = run.input.zone;
     refuseSenseless(run.events);
     if (isSameFile(run.rejectsFile, run.output.file)) {
         throw usageFailure("--rejects cannot be the file of the results");
     }
+    refuseAmbiguous(run.output.file);
     for (const std::string& file : inputFiles(run.input)) {
+        refuseAmbiguous(file);
         const std::string input = file == "-" ? "/dev/stdin" : file;
         if (isSameFile(run.rejectsFile, input)) {
             throw usageFailure("--rejects cannot be the file of the tracks");
