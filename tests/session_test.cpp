@@ -398,7 +398,9 @@ TEST(Session, HandsEntitiesOver) {
         const auto to = open(way, 3);
         to->giveEntities(state);
         EXPECT_TRUE(to->takeEntities({"1", "3", "5", "7", "9"}) == state);
+        EXPECT_EQ(to->entitiesRemembered(), 0U);
         to->giveEntities(state);
+        EXPECT_EQ(to->entitiesRemembered(), way.question == Question::boxes ? 0U : 5U);
         EXPECT_EQ(codeOf([&] { to->giveEntities(state); }),
                   way.question == Question::boxes ? 0 : QORVEL_ENGINE_MISUSE);
         EXPECT_EQ(codeOf([&] { to->takeEntities({"1", "nobody"}); }), QORVEL_ENGINE_MISUSE);

@@ -164,6 +164,11 @@ public:
         orEnd([&] { pipeline_.forgetReportedBefore(time); });
     }
 
+    std::size_t entitiesRemembered() {
+        flush();
+        return parts_.entitiesRemembered();
+    }
+
     void cancel() noexcept { pipeline_.cancel(); }
 
     RunFigures figures() const noexcept { return counters_.read(); }
@@ -311,6 +316,10 @@ void Session::giveEntities(std::string_view bytes) {
 
 void Session::forgetReportedBefore(std::int64_t time) {
     state_->forgetReportedBefore(time);
+}
+
+std::size_t Session::entitiesRemembered() {
+    return state_->entitiesRemembered();
 }
 
 void Session::cancel() noexcept {

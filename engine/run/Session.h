@@ -12,6 +12,7 @@
 #include "engine/run/SessionOptions.h"
 #include "engine/setup/Config.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -118,6 +119,11 @@ public:
     /// takes memory only for what is under way. For a row that is older all the same, a record may
     /// be given again.
     void forgetReportedBefore(std::int64_t time);
+
+    /// Of how many entities it remembers more than what they are called, after a flush(): what
+    /// could still become a result, or keeps one from being given again. What encounters remember
+    /// is between entities, and does not count.
+    std::size_t entitiesRemembered();
 
     /// Ends the work soon, in whichever thread it is: push(), flush() and finish() throw the Fault
     /// `cancelled` from then on. What is final can still be taken. A handler of a signal may call

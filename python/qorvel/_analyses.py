@@ -28,6 +28,9 @@ if TYPE_CHECKING:
     from types import TracebackType
 
 Settings: TypeAlias = dict[str, object]
+Time: TypeAlias = datetime.datetime | int
+
+EPOCH = datetime.datetime(1970, 1, 1, tzinfo=datetime.UTC)
 
 # What a configuration does not say: the settings of the run, and which figures are wanted.
 MOST_THREADS = 256  # that the engine takes
@@ -118,6 +121,29 @@ class Session:
     def give_entities(self, state: bytes) -> None:
         """Take in entities that were taken out of another session of the same settings."""
         self._engine.give_entities(state)
+
+    def advance(self, oldest: Time) -> Table:
+        """Say that no row to come is older; gives what is final by that.
+
+        As when rows stop to come. `oldest` is a datetime (UTC where it has no time zone) or
+        milliseconds since 1970 UTC.
+        """
+        self._engine.advance(_milliseconds_of(oldest))
+        return Table(self._engine.take_results())
+
+    def forget_reported_before(self, time: Time) -> None:
+        """Forget which presence records and hangouts were given before a time.
+
+        Those that no row from then on can bring again: so a stream that goes on for ever takes
+        memory only for what is under way. For a row that is older all the same, a record may be
+        given again.
+        """
+        self._engine.forget_reported_before(_milliseconds_of(time))
+
+    @property
+    def entities_remembered(self) -> int:
+        """Of how many entities it remembers anything but the name."""
+        return self._engine.entities_remembered()
 
     def finish(self) -> Table:
         """Give the rest, after the last row."""
@@ -229,6 +255,24 @@ def _plain(value: object) -> object:
             Code.BAD_CONFIGURATION,
         )
     return f"{whole // 1000} seconds" if whole % 1000 == 0 else f"{whole} milliseconds"
+
+
+def _milliseconds_of(time: Time) -> int:
+    """Count from 1970; a part of a millisecond is left out."""
+    if isinstance(time, datetime.datetime):
+        at = time if time.tzinfo else time.replace(tzinfo=datetime.UTC)
+        time = (at - EPOCH) // datetime.timedelta(milliseconds=1)
+    if type(time) is not int or not 0 <= time < 1 << 63:
+        raise Error(
+            f"Want a time since 1970, a datetime or whole milliseconds, not {time!r}.",
+            Code.BAD_CONFIGURATION,
+        )
+    return time
+
+
+def milliseconds_of(length: Span) -> int:
+    """Tell how long a length of time is; without end those that differ, such as months."""
+    return _engine.milliseconds(str(_plain(length)))
 
 
 def boxes(table: object, **options: Unpack[Cells]) -> Table:

@@ -218,6 +218,34 @@ void PySession::giveEntities(const nb::bytes& state) {
     session_->giveEntities(bytes);
 }
 
+void PySession::advance(std::int64_t oldestToCome) {
+    const Turn turn(*this, nb::none());
+    const nb::gil_scoped_release unlocked;
+    const std::shared_ptr<const EntityNames> names = session_->names();
+    if (names == nullptr) { // there was no row
+        return;
+    }
+    ObservationColumns none;
+    none.entityKind = names->kind();
+    watch([&] {
+        session_->push(Observations(none), nullptr, oldestToCome);
+        session_->flush();
+        takeFinal();
+    });
+}
+
+void PySession::forgetReportedBefore(std::int64_t time) {
+    const Turn turn(*this, nb::none());
+    const nb::gil_scoped_release unlocked;
+    session_->forgetReportedBefore(time);
+}
+
+std::size_t PySession::entitiesRemembered() {
+    const Turn turn(*this, nb::none());
+    const nb::gil_scoped_release unlocked;
+    return session_->entitiesRemembered();
+}
+
 void PySession::finish(const nb::object& tell) {
     const Turn turn(*this, tell);
     const nb::gil_scoped_release unlocked;

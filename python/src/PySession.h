@@ -46,6 +46,12 @@ public:
     nanobind::bytes takeEntities(const std::vector<std::string>& names);
     void giveEntities(const nanobind::bytes& state);
 
+    /// No row to come has an earlier time, ms since 1970 UTC: what is final by that can be taken.
+    void advance(std::int64_t oldestToCome);
+    /// See the engine's session.
+    void forgetReportedBefore(std::int64_t time);
+    std::size_t entitiesRemembered();
+
     /// After the last row.
     void finish(const nanobind::object& tell);
 

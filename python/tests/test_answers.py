@@ -1,6 +1,7 @@
 """What comes out is what the program writes, whatever the rows come in."""
 
 import base64
+import datetime
 import re
 import struct
 import zlib
@@ -145,6 +146,25 @@ def test_a_session_goes_on_from_its_state(world):
     parts += [session.finish(), other.finish()]
     whole = pa.concat_tables([pa.table(part) for part in parts if len(part)])
     assert in_order(csv_text(whole)) == in_order(csv_text(pa.table(qorvel.stays(table))))
+
+
+@pytest.mark.parametrize("question", ["stays", "presence"])
+def test_what_is_final_by_the_time_alone_is_given_and_forgotten(question, world):
+    table = pa.table(read(world)).sort_by("time_ms")
+    session = qorvel.Session(question, threads=1, late="1 minutes")
+    assert len(session.advance(0)) == 0
+    parts = [session.push(table), session.flush()]
+    assert session.entities_remembered == 5
+    parts.append(session.advance(datetime.datetime(2100, 1, 1)))
+    session.forget_reported_before(datetime.datetime(2100, 1, 1, tzinfo=datetime.UTC))
+    assert session.entities_remembered == 0
+    assert len(session.finish()) == 0
+    whole = pa.concat_tables([pa.table(part) for part in parts if len(part)])
+    wanted = getattr(qorvel, question)(table)
+    assert in_order(csv_text(whole)) == in_order(csv_text(pa.table(wanted)))
+    for time in (-1, 1 << 63, "now", 1.5):
+        with pytest.raises(qorvel.Error, match="Want a time since 1970"):
+            session.advance(time)
 
 
 def test_a_configuration_counts_as_in_the_program(program, world, tmp_path):

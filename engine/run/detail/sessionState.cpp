@@ -170,6 +170,12 @@ Snapshots snapshotsOf(const Pipeline& pipeline) {
     return snapshots;
 }
 
+bool isRemembered(const Snapshots& snapshots, std::uint64_t eid) {
+    const auto& snapshot = snapshots[eid % snapshots.size()];
+    StateWriter nothing;
+    return snapshot != nullptr && snapshot->save(eid, nothing);
+}
+
 void saveEntity(const Intake& intake, const Snapshots& snapshots, std::uint64_t eid,
                 StateWriter& out) {
     intake.saveEntity(eid, out);
@@ -297,6 +303,16 @@ void SessionParts::forgetEntities(const std::vector<std::uint64_t>& eids) const 
     }
 }
 
+std::size_t SessionParts::entitiesRemembered() const {
+    const Snapshots snapshots = snapshotsOf(pipeline_);
+    const std::uint64_t count = intake_->names() == nullptr ? 0 : intake_->names()->size();
+    std::size_t remembered = 0;
+    for (std::uint64_t eid = 0; eid < count; ++eid) {
+        remembered += isRemembered(snapshots, eid) ? 1 : 0;
+    }
+    return remembered;
+}
+
 /// Into an empty intake and shards of nobody, to see whether it can be.
 void SessionParts::expectForeign(std::string_view bytes) const {
     const StateFrame frame = frameOf(bytes, kSomeEntities, fingerprint_, {kEntities});
@@ -336,9 +352,7 @@ void SessionParts::expectForeign(const EntityNames& names) const {
     const Snapshots snapshots = snapshotsOf(pipeline_);
     for (std::uint64_t number = 0; number < names.size(); ++number) {
         const std::optional<std::uint64_t> eid = intake_->names()->find(names, number);
-        StateWriter nothing;
-        if (eid && snapshots[*eid % snapshots.size()] != nullptr &&
-            snapshots[*eid % snapshots.size()]->save(*eid, nothing)) {
+        if (eid && isRemembered(snapshots, *eid)) {
             std::string name;
             names.append(number, name);
             throw Fault(FaultCode::misuse, "The session remembers the entity \"" + name +

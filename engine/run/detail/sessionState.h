@@ -8,6 +8,7 @@
 #include "engine/run/detail/Pipeline.h"
 #include "engine/setup/Config.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -37,6 +38,8 @@ public:
     /// Of these entities, which ascend.
     std::string saveEntities(const std::vector<std::uint64_t>& eids) const;
     void forgetEntities(const std::vector<std::uint64_t>& eids) const;
+    /// Of how many anything is remembered.
+    std::size_t entitiesRemembered() const;
     /// Changes nothing; throws unless the bytes can be given, also the Fault `misuse` where an
     /// entity is remembered already, or where entities are called otherwise.
     void expectForeign(std::string_view bytes) const;
