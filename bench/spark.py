@@ -1,12 +1,13 @@
 """Rows a second of a core on Spark, beside the bare engine and Spark's own work, and memory.
 
-python spark.py [MILLIONS OF ROWS...]
+python spark.py [MILLIONS OF ROWS...], or --streams ENTITIES...
 """
 
 import functools
 import os
 import pathlib
 import resource
+import shutil
 import subprocess
 import sys
 import time
@@ -23,8 +24,10 @@ from qorvel.spark._input import look_at
 from qorvel.spark._task import Answers
 
 CORES = 2
+ROCKSDB = "org.apache.spark.sql.execution.streaming.state.RocksDBStateStoreProvider"
 ROWS_OF_ENTITY = 1_000
 MINUTE = 60_000
+MICRO_BATCHES = 4
 START = 1_718_366_400_000
 
 
@@ -102,6 +105,31 @@ def measure(spark: SparkSession, rows: int, folder: str) -> None:
             tell(f"{name}, the bare engine", rows, ask)
 
 
+def measure_stream(spark: SparkSession, entities: int, buckets: int | None) -> None:
+    """Micro-batches with a few fixes of each entity, from files to files."""
+    folder = pathlib.Path(os.environ.get("SPARK_LOCAL_DIRS", "/tmp")) / "stream"
+    shutil.rmtree(folder, ignore_errors=True)
+    for part in range(MICRO_BATCHES):
+        minute = F.col("id") % 5 + 5 * part
+        spark.range(5 * entities, numPartitions=1).select(
+            F.concat(F.lit("e"), (F.col("id") / 5).cast("long")).alias("entity"),
+            (47.4 + 1e-4 * F.rand(1)).alias("lat"),
+            (8.5 + 1e-4 * F.rand(2)).alias("lon"),
+            (START + minute * MINUTE).alias("time_ms"),
+        ).write.mode("append").parquet(str(folder / "in"))
+    rows = spark.readStream.schema(spark.read.parquet(str(folder / "in")).schema)
+    rows = rows.option("maxFilesPerTrigger", 1).parquet(str(folder / "in"))
+    answer = qorvel.spark.stays(rows, late="1 minutes", buckets=buckets)
+
+    def work() -> None:
+        query = answer.writeStream.format("noop").trigger(availableNow=True)
+        query.option("checkpointLocation", str(folder / "checkpoint")).start().awaitTermination()
+
+    tell(f"{entities:,} entities, {buckets} buckets", 5 * entities * MICRO_BATCHES, work)
+    state = [file for file in (folder / "checkpoint" / "state").rglob("*") if file.is_file()]
+    print(f"{sum(file.stat().st_size for file in state) // 1000:>60,} kB of checkpoints")
+
+
 def tell_peak(entities: int) -> None:
     """What a worker takes for a partition of so many entities, in a process of its own."""
     spark = SparkSession.builder.master("local[1]").getOrCreate()
@@ -130,11 +158,8 @@ def tell_peak(entities: int) -> None:
     )
 
 
-def main() -> None:
-    """Sizes, then memory."""
-    if sys.argv[1:2] == ["--peak"]:
-        tell_peak(int(sys.argv[2]))
-        return
+def start() -> SparkSession:
+    """Two executors of a core each."""
     os.environ["PYSPARK_PYTHON"] = sys.executable
     print(f"load of the machine: {os.getloadavg()[0]:.1f} on {os.cpu_count()} cores")
     spark = (
@@ -142,9 +167,27 @@ def main() -> None:
         .config("spark.ui.enabled", "false")
         .config("spark.ui.showConsoleProgress", "false")
         .config("spark.executor.memory", "1g")
+        .config("spark.sql.shuffle.partitions", 2 * CORES)
+        .config("spark.sql.streaming.stateStore.providerClass", ROCKSDB)
         .getOrCreate()
     )
     spark.sparkContext.setLogLevel("ERROR")
+    return spark
+
+
+def main() -> None:
+    """Sizes, then memory."""
+    if sys.argv[1:2] == ["--streams"]:
+        spark = start()
+        for entities in map(int, sys.argv[2:]):
+            for buckets in (None, 16, 64, 256):
+                if entities <= 100_000 or buckets:
+                    measure_stream(spark, entities, buckets)
+        return
+    if sys.argv[1:2] == ["--peak"]:
+        tell_peak(int(sys.argv[2]))
+        return
+    spark = start()
     for millions in sys.argv[1:] or ["1"]:
         measure(
             spark,

@@ -1,5 +1,6 @@
 """On a cluster of two executors the answer is the program's, whatever dies on the way."""
 
+import itertools
 import math
 import os
 import pathlib
@@ -11,6 +12,7 @@ import signal
 import subprocess
 import sys
 import tarfile
+import time
 
 import pyarrow as pa
 import pyarrow.csv
@@ -221,6 +223,69 @@ def test_rejects_are_the_rows_that_cannot_be_used(spark):
     ]
 
 
+STREAM = ROOT / "python" / "tests" / "spark_stream.py"
+HOUR = 3_600_000
+
+
+def write_stream(world, folder):
+    """Files of rows in some disorder: rows of a file again, too late ones, a name that comes twice.
+
+    Gives the rows that count. The last is long after, so that nothing stays under way.
+    """
+    (folder / "in").mkdir()
+    rows = read(world).sort_by(ORDER[1:2] + ORDER)
+    shuffled = sorted(range(rows.num_rows), key=lambda row: row + row * 2654435761 % 61)
+    cut = [rows.num_rows * part // 5 for part in range(6)]
+    files = [rows.take(shuffled[a:b]) for a, b in itertools.pairwise(cut)]
+    again = files[1].slice(files[1].num_rows - 9)
+    files[2] = pa.concat_tables([again, files[2]])
+    late = rows.slice(0, 7)
+    end = rows.slice(rows.num_rows - 1)
+    end = end.set_column(
+        end.schema.get_field_index("time_ms"), "time_ms", pa.compute.add(end["time_ms"], 800 * HOUR)
+    )
+    for number, table in enumerate([*files[:4], pa.concat_tables([late, files[4]]), end]):
+        file = folder / "in" / f"{number}.parquet"
+        pa.parquet.write_table(table, file)
+        os.utime(file, (10**9 + number, 10**9 + number))
+    return pa.concat_tables([rows, again, end]).sort_by(ORDER)
+
+
+def stream(command, buckets, folder, until=None):
+    """Run it to its end, or until something is there, and then kill all of it at once."""
+    with subprocess.Popen(
+        [sys.executable, str(STREAM), command, buckets, str(folder)],
+        env=os.environ | {"PYSPARK_PYTHON": sys.executable},
+        stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        text=True,
+        start_new_session=True,
+    ) as driver:
+        while until and driver.poll() is None and not (folder / "checkpoint" / until).exists():
+            time.sleep(0.01)
+        if until:
+            os.killpg(driver.pid, signal.SIGKILL)
+        out, err = driver.communicate()
+        assert until or driver.returncode == 0, err
+        return out
+
+
+@pytest.mark.parametrize(("command", "buckets"), [("stays", "5"), ("hangouts", "")])
+def test_a_stream_gives_what_a_batch_gives(command, buckets, world, tmp_path):
+    """Killed inside a micro-batch and between two; where it went on, files were there already."""
+    rows = write_stream(world, tmp_path)
+    is_killed = command == "stays"
+    if is_killed:
+        for until in ("offsets/1", "commits/2"):
+            stream(command, buckets, tmp_path, until)
+        os.utime(tmp_path / "in" / "1.parquet")
+    told = stream(command, buckets, tmp_path)
+    assert is_killed or "late: 7\n" in told  # a later start knows its own only
+    answer = pa.parquet.read_table(tmp_path / "answer")
+    wanted = getattr(qorvel, command)(rows, late="ever")
+    assert lines_of(csv_text(answer)) == lines_of(csv_text(wanted))
+
+
 FRAME = "entity string, lat double, lon double, time_ms bigint"
 REFUSED = [
     ("stays", FRAME.replace("lat", "north"), {}, "no column that is known for the lat"),
@@ -235,12 +300,34 @@ REFUSED = [
     ("hangouts", FRAME, {"late": "1 hours"}, 'no setting "late"'),
     ("presence", FRAME, {"colour": 1}, 'no setting "colour"'),
     ("presence", FRAME, {"partitions": 0}, "number of partitions"),
+    ("stays", FRAME, {"buckets": 3}, 'no setting "buckets" here: they are for streams'),
+]
+REFUSED_OF_STREAMS = [
+    ("meet", FRAME, {}, "not of streams"),
+    ("places", FRAME, {}, "ask a batch"),
+    ("presence", FRAME, {"final": True}, "leave out final"),
+    ("stays", FRAME, {"order_by": "lat"}, "leave out partitions and order_by"),
+    ("stays", FRAME, {"buckets": 0}, "number of buckets"),
+    ("stays", FRAME, {"late": "soon"}, "soon"),
+    ("stays", FRAME, {"late": "1 months"}, "months"),
+    ("stays", FRAME, {"threads": 2}, "Spark gives a task a core"),
+    ("stays", "who string, p struct<x:double,y:double>", {"columns": {"point": "p"}}, "known for"),
 ]
 
 
 @pytest.mark.parametrize(("command", "schema", "options", "sentence"), REFUSED)
 def test_faults_are_told_before_a_task_starts(command, schema, options, sentence, spark):
     frame = spark.createDataFrame([], schema)
+    with pytest.raises(qorvel.Error) as fault:
+        getattr(qorvel.spark, command)(frame, **options)
+    assert sentence in str(fault.value)
+
+
+@pytest.mark.parametrize(("command", "schema", "options", "sentence"), REFUSED_OF_STREAMS)
+def test_faults_of_streams_are_told_before_one_starts(
+    command, schema, options, sentence, spark, tmp_path
+):
+    frame = spark.readStream.schema(schema).parquet(str(tmp_path))
     with pytest.raises(qorvel.Error) as fault:
         getattr(qorvel.spark, command)(frame, **options)
     assert sentence in str(fault.value)

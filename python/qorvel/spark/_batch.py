@@ -178,6 +178,8 @@ def _ask(
     settings: Mapping[str, Any],
 ) -> DataFrame:
     expect_count(partitions)
+    if isinstance(frame, DataFrame) and frame.isStreaming:
+        return _ask_stream(analysis, frame, config, columns, partitions, order_by, settings)
     found = look_at(frame, columns, keys=config is not None)
     # Rows in the order of time are held no longer than needed to see that it goes on.
     in_time = analysis in ("stays", "places") and order_by is None
@@ -196,3 +198,35 @@ def _ask(
         .select(*found.chosen)
         .mapInArrow(Answers(question, schema), from_arrow_schema(schema))
     )
+
+
+def _ask_stream(
+    analysis: str,
+    frame: DataFrame,
+    config: str | os.PathLike[str] | None,
+    columns: Mapping[str, str] | None,
+    partitions: int | None,
+    order_by: Order | None,
+    settings: Mapping[str, Any],
+) -> DataFrame:
+    if analysis == "places":
+        raise Error(
+            "Places hang on all stays, to the last: a stream has none. Write its stays, and ask a "
+            "batch for the places of a time.",
+            Code.MISUSE,
+        )
+    if settings.get("final"):
+        raise Error(
+            "The last figures of a record are known at the end, which a stream does not have: "
+            "leave out final, and ask a batch for them.",
+            Code.BAD_CONFIGURATION,
+        )
+    if partitions is not None or order_by is not None:
+        raise Error(
+            "In a stream rows are taken by their time, and spark.sql.shuffle.partitions says into "
+            "how many partitions: leave out partitions and order_by.",
+            Code.BAD_CONFIGURATION,
+        )
+    from qorvel.spark import _stream  # which needs protobuf, and batches do not
+
+    return _stream.ask(analysis, frame, config, columns, settings)

@@ -22,8 +22,7 @@ from pyspark.sql import Column, DataFrame, Window
 from pyspark.sql import functions as F
 from pyspark.sql.pandas.types import from_arrow_schema
 
-from qorvel import _engine
-from qorvel._analyses import _plain
+from qorvel._analyses import milliseconds_of
 from qorvel._errors import Code, Error
 from qorvel._tables import FIELDS, NEEDED
 from qorvel.spark._input import expect_count, look_at, spread
@@ -67,6 +66,8 @@ def meet(
         A row for each encounter, or pair, in no order.
     """
     expect_count(partitions)
+    if isinstance(frame, DataFrame) and frame.isStreaming:
+        raise Error("Encounters are asked of batches, not of streams.", Code.MISUSE)
     found = look_at(frame, columns, keys=False)
     if "point" in found.chosen:
         raise Error("Meetings want the columns lat and lon, not points.", Code.MISSING_COLUMN)
@@ -74,7 +75,7 @@ def meet(
     wanted = results_of(asked, found)
     grid = Grid(
         within=float(settings.get("within") or 50.0),
-        apart=_engine.milliseconds(str(_plain(settings.get("apart") or "5 minutes"))),
+        apart=milliseconds_of(settings.get("apart") or "5 minutes"),
     )
     question = dataclasses.replace(
         asked,

@@ -19,6 +19,7 @@ NOT_HERE = {
     "threads": "Spark gives a task a core",
     "progress": "Spark shows how far it is",
     "late": "rows are put in order first",
+    "buckets": "they are for streams",
     "label": "rows have no numbers",
 }
 
