@@ -5,6 +5,7 @@
 #include "engine/columns/Fault.h"
 #include "engine/columns/ObservationSchema.h"
 #include "engine/qorvel_engine.h"
+#include "engine/run/Checkpoint.h"
 #include "engine/run/Session.h"
 #include "testing/support/RowStream.h"
 #include "testing/support/counted.h"
@@ -139,6 +140,7 @@ struct Way {
     std::shared_ptr<const Renderer> renderer{};
     std::optional<std::int64_t> late = kHour;
     bool isOldestKnown = false;
+    bool forgetsReported = false;
 };
 
 std::string linesOf(const ResultBatch& results) {
@@ -170,6 +172,7 @@ SessionOptions optionsOf(const Way& way) {
     options.threads = way.threads;
     options.late = way.late;
     options.renderer = way.renderer;
+    options.forgetsReported = way.forgetsReported;
     return options;
 }
 
@@ -264,6 +267,7 @@ void expectTheSame(const RowStream& stream) {
                 way.late =
                     count % 4 == 0 ? std::nullopt : std::optional(count % 4 == 1 ? kEver : kHour);
                 way.isOldestKnown = count % 4 == 0;
+                way.forgetsReported = count % 3 == 1;
                 // A stay comes when it is final, and in that order when it comes by itself.
                 EXPECT_EQ(run(stream, way), way.late == kHour ? model : last)
                     << static_cast<int>(way.question) << ", " << rowsPerPush << " rows a push, "
@@ -377,6 +381,50 @@ TEST(Session, GoesOnFromItsStateElsewhere) {
         whole->finish();
         EXPECT_EQ(session->remarks().size(), whole->remarks().size());
         EXPECT_EQ(session->figures().results, whole->figures().results);
+    }
+}
+
+TEST(Session, RemembersAndSavesOnlyWhatIsUnderWay) {
+    const RowStream stream = makeRowStream(6, 4500);
+    for (Way way : {Way{Question::presence}, Way{Question::hangouts}}) {
+        std::size_t sizes[3];
+        std::string lines;
+        way.forgetsReported = true;
+        const auto session = open(way, 2);
+        for (std::size_t i = 0; i < 3; ++i) {
+            push(*session, part(stream, 1500 * i, 1500 * (i + 1)), lines);
+            sizes[i] = session->save().size();
+        }
+        EXPECT_LT(2 * sizes[2], 3 * sizes[0]);
+        way.forgetsReported = false;
+        const auto other = open(way, 2);
+        std::string expected;
+        push(*other, stream, expected);
+        EXPECT_GT(other->save().size(), 2 * sizes[2]);
+        EXPECT_TRUE(lines == expected);
+    }
+}
+
+/// QORVEL_WRITE_STATES writes the file where it is not there.
+TEST(Checkpoint, ComesBackOrIsRefused) {
+    const Checkpoint kept{{{"a", {1, 2}}, {"b", {}}}, {{"", {"x", ""}}}, "state"};
+    const std::string bytes = kept.save();
+    const std::string file = QORVEL_STATES "/checkpoint-1.state";
+    if (std::getenv("QORVEL_WRITE_STATES") != nullptr && !std::ifstream(file)) {
+        std::ofstream(file, std::ios::binary) << bytes;
+    }
+    std::stringstream released;
+    released << std::ifstream(file, std::ios::binary).rdbuf();
+    EXPECT_TRUE(released.str() == bytes);
+    const Checkpoint back = Checkpoint::load(bytes);
+    EXPECT_TRUE(back.numbers == kept.numbers && back.texts == kept.texts &&
+                back.session == kept.session && back.save() == bytes);
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        std::string wrong = bytes;
+        wrong[at] = static_cast<char>(wrong[at] ^ 4);
+        for (const std::string& bad : {wrong, bytes.substr(0, at)}) {
+            EXPECT_EQ(codeOf([&] { Checkpoint::load(bad); }), QORVEL_ENGINE_BAD_STATE);
+        }
     }
 }
 

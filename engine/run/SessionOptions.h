@@ -27,6 +27,12 @@ struct SessionOptions {
     /// the same exception. Rows are put in order as far as that, and later ones are left out.
     std::optional<std::int64_t> late;
 
+    /// Presence and hangouts: is also forgotten, on the way, which records were given, of those
+    /// that only a row later than `late`, or older than is known, could bring again? Then a stream
+    /// that goes on for ever takes memory only for what is under way. For such a row a record may
+    /// be given again. Otherwise it is remembered for ever, see Session::forgetReportedBefore.
+    bool forgetsReported = false;
+
     /// Null: results are handed on as tables.
     std::shared_ptr<const Renderer> renderer;
 };

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace qorvel_engine::detail {
@@ -24,8 +25,9 @@ struct Batch {
         bool isLate;               ///< as there
     };
     struct Collection {
-        std::size_t entry; ///< in front of this one
-        std::int64_t time; ///< what ended before it is forgotten
+        std::size_t entry;                          ///< in front of this one
+        std::int64_t time;                          ///< what ended before it is forgotten
+        std::optional<std::int64_t> reportedBefore; ///< as Shard::forgetReportedBefore, if it is
     };
     /// What a lane has to do, and what it found.
     struct Share {

@@ -13,15 +13,17 @@ namespace {
 /// A pass looks at that many entities for each row, at most: each costs a fraction of a row.
 constexpr std::uint64_t kEntitiesPerRow = 4;
 
+constexpr std::int64_t kForgetEvery = 6 * 3600000; ///< ms
+
 constexpr std::int64_t kNone = -1; // no time is negative
 
 } // namespace
 
 Intake::Intake(KeyNumbers keys, const Analysis& analysis, const SessionOptions& options,
                Counters& counters)
-    : keys_(std::move(keys)), horizon_(options.late), lookBack_(analysis.lookBack()),
-      counters_(counters), defaultAccuracy_(options.defaultTolerance),
-      worstAccuracy_(analysis.worstAccuracy()) {
+    : keys_(std::move(keys)), horizon_(options.late), forgetsReported_(options.forgetsReported),
+      lookBack_(analysis.lookBack()), counters_(counters),
+      defaultAccuracy_(options.defaultTolerance), worstAccuracy_(analysis.worstAccuracy()) {
     if (const std::optional<std::int64_t> usual = analysis.lateInEntity()) {
         entityHorizons_.emplace(options.late, *usual);
     }
@@ -228,10 +230,17 @@ void Intake::collect(Batch& batch) {
                                ? (rows_ - collectedRow_) * kEntitiesPerRow >= newest_.size()
                                : needless - collected_ >= lookBack_;
     if (needless > collected_ && isWorthIt) {
-        batch.collections.push_back({batch.entries.size(), needless});
+        batch.collections.push_back({batch.entries.size(), needless, reportedBefore(needless)});
         collected_ = needless;
         collectedRow_ = rows_;
     }
+}
+
+/// Where the pass is the first one of some hours, of a grid: what was reported may be much more
+/// than what is looked back upon.
+std::optional<std::int64_t> Intake::reportedBefore(std::int64_t needless) const {
+    const bool isDue = needless / kForgetEvery > collected_ / kForgetEvery;
+    return forgetsReported_ && isDue ? std::optional(horizon_.oldestToCome()) : std::nullopt;
 }
 
 } // namespace qorvel_engine::detail

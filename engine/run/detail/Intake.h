@@ -71,10 +71,12 @@ private:
     void countTime(std::uint64_t eid, std::int64_t time);
     void countAccuracy(const Observations& columns, std::int64_t row);
     void collect(Batch& batch);
+    std::optional<std::int64_t> reportedBefore(std::int64_t needless) const;
 
     KeyNumbers keys_;
     Horizon horizon_;
     std::optional<EntityHorizons> entityHorizons_; ///< where the analysis asks for them
+    bool forgetsReported_;
     std::int64_t lookBack_; ///< ms, how far before a row's time something may matter to it;
                             ///< negative: nothing is ever collected
     Counters& counters_;

@@ -260,8 +260,12 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
     qorvel::Event& event = lanes_[lane].event;
     Batch::Share& share = batch.shares[lane];
     const auto collect = [&](std::size_t number) {
-        shard.collect(batch.collections[number].time, share.findings.collected());
+        const Batch::Collection& collection = batch.collections[number];
+        shard.collect(collection.time, share.findings.collected());
         share.findings.endCollection();
+        if (collection.reportedBefore) {
+            shard.forgetReportedBefore(*collection.reportedBefore);
+        }
     };
     std::size_t nextCollection = 0;
     event.timeTolerance = timeTolerance_;

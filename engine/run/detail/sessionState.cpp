@@ -1,6 +1,7 @@
 #include "engine/run/detail/sessionState.h"
 
 #include "engine/columns/Fault.h"
+#include "engine/run/detail/refuseState.h"
 
 #include "qorvel/base/StateFrame.h"
 
@@ -12,7 +13,6 @@ namespace qorvel_engine::detail {
 
 namespace {
 
-using qorvel_detail::StateFault;
 using qorvel_detail::StateFrame;
 using qorvel_detail::StateNeed;
 using qorvel_detail::stateTag;
@@ -87,51 +87,6 @@ void add(const EncounterOptions& options, StateWriter& out) {
     out.u8(options.pairs ? 1 : 0);
     out.i64(options.first);
     out.i64(options.last);
-}
-
-// ---- Faults ----
-
-[[noreturn]] void refuse(StateFault fault) {
-    const auto sentence = [fault] {
-        switch (fault) {
-        case StateFault::noState:
-            return "This is no saved state.";
-        case StateFault::newer:
-            return "The state is of a newer format; load it with the version that saved it, or a "
-                   "later one.";
-        case StateFault::cutShort:
-            return "The state is cut short; take a complete copy, or an older state.";
-        case StateFault::otherKind:
-            return "The state is that of something else: a session loads what a session saved, and "
-                   "is given what was taken out of one.";
-        case StateFault::otherConfiguration:
-            return "The state was saved with another question, configuration or option; open the "
-                   "session with those that it was saved with.";
-        case StateFault::unknownSection:
-            return "The state has a section that this version does not know; load it with the "
-                   "version that saved it, or a later one.";
-        default:
-            return "The state is damaged: a check sum or a value in it is wrong; take an intact "
-                   "copy, or an older state.";
-        }
-    };
-    throw Fault(FaultCode::badState, sentence());
-}
-
-void expectGood(bool isGood) {
-    if (!isGood) {
-        refuse(StateFault::damaged);
-    }
-}
-
-StateFrame frameOf(std::string_view bytes, std::uint32_t kind, std::uint64_t fingerprint,
-                   std::initializer_list<std::uint32_t> known) {
-    StateFrame frame;
-    const StateFault fault = frame.read(bytes, kind, fingerprint, known);
-    if (fault != StateFault::none) {
-        refuse(fault);
-    }
-    return frame;
 }
 
 // ---- Entities ----
