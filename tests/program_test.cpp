@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <random>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -571,6 +572,178 @@ TEST(Program, OutputDoesNotDependOnThreads) {
             const std::string pipe = "cat " + town + " | $Q " + command + " --threads 2 -";
             EXPECT_EQ(shell(pipe).out, one.out) << command;
         }
+    }
+}
+
+// ---- State ----
+
+/// Questions with the options of a state; what they find is in $OUT, what they leave in s.state.
+const std::string kKept =
+    " --state s.state --state-every '1 milliseconds' --rejects bad.csv --quiet ";
+const struct Kept {
+    std::string command;
+    std::string out;
+    std::string input;
+} kKeptRuns[] = {
+    {"stays --late '3 hours'", "o.csv", "town.csv"},
+    {"presence --max-speed '100 km/h'", "o.ndjson", "town.ndjson"},
+    {"hangouts --final --late '10 hours' --format ndjson", "o.csv", "town.csv"},
+    {"meet --within 300 --csv-safe", "o.csv", "town.ndjson"},
+    {"boxes --entity c --entity person-0007", "o.csv", "town.csv"},
+};
+
+/// A folder with the town as CSV and as NDJSON, with bad rows, all kinds of line ends, times in
+/// seconds and, from some row on, an accuracy.
+std::string keptFolder() {
+    const std::string folder = scratch("kept");
+    std::filesystem::create_directory(folder);
+    std::ofstream csv(folder + "/town.csv");
+    std::ofstream ndjson(folder + "/town.ndjson");
+    std::istringstream town(slurp(unorderedTown()));
+    std::string line;
+    for (int row = 0; std::getline(town, line); ++row) {
+        csv << line << (row % 3 == 0 ? "\r\n" : row % 3 == 1 ? "\r" : "\n\n");
+        if (row > 0) {
+            std::istringstream fields(line);
+            std::string field[5];
+            for (std::string& text : field) {
+                std::getline(fields, text, ',');
+            }
+            ndjson << R"({"entity":")" << field[0] << R"(","lat":)" << field[1] << R"(,"lon":)"
+                   << field[2] << R"(,"time":)" << field[3].insert(field[3].size() - 3, ".")
+                   << (row < 9 ? "" : ",\"hdop\":2") << "}\n";
+        }
+        if (row % 997 == 500) {
+            csv << "\"bad\nrow\"\n";
+            ndjson << "{}\n";
+        }
+    }
+    return folder;
+}
+
+std::string keptCommand(const Kept& kept, const std::string& more = "") {
+    return "$Q " + kept.command + kKept + "--out " + kept.out + ' ' + more + ' ' + kept.input;
+}
+
+/// What the same run without a state gives, from what can be read only once.
+std::string piped(const Kept& kept, const std::string& cd) {
+    return shell(cd + "cat " + kept.input + " | $Q " + kept.command + " --input-format " +
+                 kept.input.substr(kept.input.find('.') + 1) + " --rejects r.csv --out p" +
+                 kept.out + " --quiet -; cat p" + kept.out + "; cat r.csv")
+        .out;
+}
+
+/// QORVEL_KILLS says how many more.
+TEST(Program, GoesOnFromWhereItWasKilled) {
+    const char* const wanted = std::getenv("QORVEL_KILLS");
+    const long most = wanted == nullptr ? 3 : (std::atol(wanted) - 1) / std::ssize(kKeptRuns) + 1;
+    const std::string cd = "cd " + keptFolder() + "; ";
+    std::mt19937 chance(17);
+    long killed = 0;
+    for (const Kept& kept : kKeptRuns) {
+        const std::string clean = "rm -f s.state* o.* bad.csv";
+        const std::string show = "cat " + kept.out + " bad.csv";
+        const std::string whole = piped(kept, cd);
+        EXPECT_GT(lineCount(whole), 20) << kept.command;
+        EXPECT_EQ(shell(cd + clean + "; ulimit -f 8; " + keptCommand(kept)).code, 3); // 4 KiB
+        for (long kills = 0, starts = 0; kills < most; ++starts) {
+            ASSERT_LT(starts, 20 * most);
+            const std::string threads = "--threads " + std::to_string(1 + chance() % 2);
+            const Outcome outcome = shell(
+                cd + "export ASAN_OPTIONS=\"$ASAN_OPTIONS:verify_asan_link_order=0\"; KILL_AT=" +
+                std::to_string(1 + chance() % 60) + " LD_PRELOAD=" QORVEL_KILLER " " +
+                keptCommand(kept, "--finish " + threads));
+            const bool isKilled = outcome.code == 137;
+            kills += isKilled ? 1 : 0;
+            EXPECT_TRUE(isKilled || outcome.code == 1) << outcome.code << outcome.err;
+            if (!isKilled || kills == most) {
+                EXPECT_EQ(shell(cd + keptCommand(kept, "--finish")).code, 1);
+                EXPECT_EQ(shell(cd + show).out, whole) << kept.command << " after " << kills;
+                shell(cd + clean);
+            }
+        }
+        killed += most;
+    }
+    EXPECT_GE(killed, 12);
+}
+
+TEST(Program, AddsToItsOutputAsTheInputGrows) {
+    const std::string cd = "cd " + keptFolder() + "; ";
+    std::mt19937 chance(18);
+    for (Kept kept : kKeptRuns) {
+        const std::string all = slurp(scratch("kept/") + kept.input);
+        kept.input = "grown" + kept.input.substr(kept.input.find('.'));
+        shell(cd + "rm -f s.state* o.* bad.csv");
+        std::string before;
+        for (std::size_t to = 500; to < all.size(); to += chance() % (all.size() / 4)) {
+            std::ofstream(scratch("kept/") + kept.input) << all.substr(0, to);
+            shell(cd + keptCommand(kept));
+            const std::string found = slurp(scratch("kept/") + kept.out);
+            EXPECT_TRUE(found.starts_with(before)) << kept.command;
+            before = found;
+            if (all[to - 1] == '}' || to % 3 > 0) { // a last line is whole then, or it is not
+                continue;
+            }
+            std::ofstream(scratch("kept/") + kept.input) << all.substr(0, all.find("\n", to) + 1);
+            shell(cd + keptCommand(kept, "--finish"));
+            EXPECT_EQ(shell(cd + "cat " + kept.out + " bad.csv").out, piped(kept, cd));
+        }
+        std::ofstream(scratch("kept/") + kept.input) << all.substr(0, all.size() - 1);
+        EXPECT_EQ(shell(cd + keptCommand(kept, "--finish")).code, 1);
+        EXPECT_EQ(shell(cd + "cat " + kept.out + " bad.csv").out, piped(kept, cd));
+    }
+}
+
+TEST(Program, RefusesAStateAndChangesNothing) {
+    const struct {
+        int code;
+        std::string words;
+        std::string change; // after a run that left a state
+        std::string arguments = "boxes --state s.state --out o.csv t.csv";
+    } rows[] = {
+        {0, "3 rows read, 3 processed", ""},
+        {2, "another --csv-safe", "", "boxes --csv-safe --state s.state --out o.csv t.csv"},
+        {2, "another --bbox", "", "boxes --bbox 1,2,9,50 --state s.state --out o.csv t.csv"},
+        {2, "another question", "", "presence --state s.state --out o.csv t.csv"},
+        {3,
+         "damaged: a check sum or a value in it is wrong; take an intact copy, or an older state. "
+         "The one before it is kept: copy s.state.previous to s.state",
+         "printf x | dd of=s.state bs=1 seek=200 conv=notrunc status=none"},
+        {0, "3 rows read, 3 processed", "cp s.state.previous s.state"},
+        {3, "cut short", "truncate -s -1 s.state"},
+        {3, "no saved state", "echo tracks >s.state"},
+        {2, "no file that a state", "rm s.state; mkdir s.state"},
+        {3, "t.csv is shorter", "truncate -s -9 t.csv"},
+        {3, "t.csv is another file", "sed -i s/47/46/ t.csv"},
+        {3, "o.csv is shorter", "truncate -s -1 o.csv"},
+        {3, "o.csv is another file", "sed -i s/a/b/ o.csv"},
+        {2, "o.csv is there already, and there is no state", "rm s.state"},
+        {3, "another run has it", "exec 9<>o.csv; flock 9"},
+        {2, "cannot be rewound", "", "boxes --state s.state --out o.csv - <t.csv"},
+        {2, "cannot be rewound", "gzip -k t.csv", "boxes --state s --out n.csv t.csv.gz"},
+        {2, "several files", "cp t.csv u.csv", "boxes --state s --out n.csv t.csv u.csv"},
+        {2, "NAME.csv or NAME.ndjson", "", "boxes --state s --out n.geojson t.csv"},
+        {2, "NAME.csv or NAME.ndjson", "", "boxes --state s --out n.csv.gz t.csv"},
+        {2, "NAME.csv or NAME.ndjson", "", "boxes --state s t.csv"},
+        {2, "--rejects NAME.csv", "", "boxes --state s --rejects - --out n.csv t.csv"},
+        {2, "file of the tracks", "", "boxes --state t.csv --out n.csv t.csv"},
+        {2, "rows are written to", "", "boxes --state n.csv --out n.csv t.csv"},
+        {2, "--finish requires --state", "", "boxes --finish t.csv"},
+        {3, "no complete line yet", "printf entity >u.csv", "boxes --state s --out n.csv u.csv"},
+        {3, "stopped at the first bad row",
+         "echo bad >>t.csv; $Q boxes --strict --state s.state "
+         "--out o.csv t.csv",
+         "boxes --strict --state s.state --out o.csv t.csv"},
+    };
+    const std::string fresh = "cd " + scratch(".") + "; rm -rf kept; mkdir kept; cd kept; cp " +
+                              save("stay", stay(3)) +
+                              " t.csv; $Q boxes --state s.state --out o.csv t.csv; ";
+    for (const auto& [code, words, change, arguments] : rows) {
+        const Outcome outcome = shell(fresh + "{ " + (change.empty() ? ":" : change) +
+                                      "; } 2>/dev/null; cp o.csv before; $Q " + arguments +
+                                      "; code=$?; cmp o.csv before || code=99; exit $code");
+        EXPECT_EQ(outcome.code, code) << words << outcome.err;
+        EXPECT_TRUE(has(outcome.err, words)) << words << outcome.err;
     }
 }
 

@@ -20,6 +20,29 @@ std::int64_t readLate(const std::string& text) {
                           : readLength("--late", text, "want days or a shorter unit, or \"ever\"");
 }
 
+void addState(CLI::App& command, StateOptions& state) {
+    const std::string group = "State";
+    CLI::Option* const file =
+        command
+            .add_option("--state", state.file,
+                        "file that says how far a run has come, for one file of CSV or NDJSON and "
+                        "--out NAME.csv or NAME.ndjson: the same command, started again, goes on "
+                        "from there, after it was killed or when the input has grown. Results are "
+                        "added to the output where it stands; the input is read once, so --late "
+                        "counts as for a pipe")
+            ->group(group);
+    addLength(command, "--state-every", state.every,
+              "how long between two times that it is written, at least");
+    command.get_option("--state-every")->needs(file)->group(group);
+    command
+        .add_flag("--finish", state.finishes,
+                  "also write what is under way at the end of the input, and read a last line "
+                  "without a line end, as without --state. The next run takes that back and goes "
+                  "on. Otherwise both wait for what follows, and what is written stays")
+        ->needs(file)
+        ->group(group);
+}
+
 } // namespace
 
 void addRun(CLI::App& command, RunOptions& run) {
@@ -80,6 +103,7 @@ void addRun(CLI::App& command, RunOptions& run) {
         ->default_str("all cores")
         ->check(CLI::Range(1U, 256U));
     addEvents(command, run.events);
+    addState(command, run.state);
 }
 
 void addLate(CLI::App& command, RunOptions& run) {
@@ -105,11 +129,18 @@ void settle(RunOptions& run) {
         throw usageFailure("--rejects cannot be the file of the results");
     }
     refuseAmbiguous(run.output.file);
+    if (isSameFile(run.state.file, run.output.file) ||
+        isSameFile(run.state.file, run.rejectsFile)) {
+        throw usageFailure("--state cannot be a file that rows are written to");
+    }
     for (const std::string& file : inputFiles(run.input)) {
         refuseAmbiguous(file);
         const std::string input = file == "-" ? "/dev/stdin" : file;
         if (isSameFile(run.rejectsFile, input)) {
             throw usageFailure("--rejects cannot be the file of the tracks");
+        }
+        if (isSameFile(run.state.file, input)) {
+            throw usageFailure("--state cannot be the file of the tracks");
         }
         if (isSameFile(run.output.file, input) && !isPostgres(input)) { // which has many tables
             throw usageFailure("--out cannot be the file of the tracks");

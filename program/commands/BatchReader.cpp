@@ -30,6 +30,16 @@ bool BatchReader::fill(FixBatch& batch) {
     return rows_ > before;
 }
 
+void BatchReader::goOn(std::uint64_t rows) {
+    rows_ = rows;
+    try {
+        expectFewRejects(); // or to start it again would be a way around that
+    } catch (const Failure& failure) {
+        trouble_ = failure;
+        hasEnded_ = true;
+    }
+}
+
 std::optional<std::int64_t> BatchReader::oldestToCome() const {
     return oldest_.isKnown() ? std::optional(oldest_.from(rows_)) : std::nullopt;
 }
@@ -60,6 +70,10 @@ void BatchReader::readRow(FixBatch& batch) {
     }
     progress_.clear();
     rejects_.add(source_, fault);
+    expectFewRejects();
+}
+
+void BatchReader::expectFewRejects() const {
     if (mostRejects_ && rejects_.count() > *mostRejects_) {
         throw Failure(ExitCode::broken, *mostRejects_ == 0
                                             ? "stopped at the first bad row (--strict)"

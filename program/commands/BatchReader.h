@@ -31,6 +31,12 @@ public:
     /// SIGINT. What ends the input early is kept for trouble(), so that the rows before it count.
     bool fill(FixBatch& batch);
 
+    /// Before the first row: so many were read by an earlier run.
+    void goOn(std::uint64_t rows);
+
+    /// After the last: there may be more, as after GrowingInput::takeUnended().
+    void readOn() { hasEnded_ = trouble_.has_value(); }
+
     /// Would whoever reads the results wait for those of the last batch while the input waits, as
     /// at a pipe or a terminal?
     bool isLive() const { return isLive_; }
@@ -45,6 +51,7 @@ public:
 private:
     void readRows(FixBatch& batch);
     void readRow(FixBatch& batch);
+    void expectFewRejects() const;
 
     FixSource& source_;
     const OldestTimes& oldest_;

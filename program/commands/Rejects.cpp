@@ -12,11 +12,9 @@ constexpr std::uint64_t kMostTold = 10;
 
 } // namespace
 
-Rejects::Rejects(const std::string& file, bool isCsvSafe, bool isSeveral)
-    : isCsvSafe_(isCsvSafe), isSeveral_(isSeveral) {
-    if (!file.empty()) {
-        file_ = std::make_unique<TextFile>(file, ".csv");
-        file_->write(isSeveral ? "file,line,reason,row\n" : "line,reason,row\n");
+void Rejects::begin() {
+    if (file_) {
+        file_->write(isSeveral_ ? "file,line,reason,row\n" : "line,reason,row\n");
     }
 }
 

@@ -1,11 +1,12 @@
 #ifndef QORVEL_PROGRAM_COMMANDS_REJECTS_H
 #define QORVEL_PROGRAM_COMMANDS_REJECTS_H
 
-#include "program/output/TextFile.h"
+#include "program/output/RowFile.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace program {
 
@@ -15,11 +16,16 @@ class FixSource;
 /// a CSV file with the line, the reason and the row as it stood.
 class Rejects {
 public:
-    /// Throws Failure(broken) when the file cannot be made.
-    /// @param file       empty: none
+    /// @param file       null: none
     /// @param isCsvSafe  reasons and rows by csv::appendSafeField
     /// @param isSeveral  rows come from several files, which are named in front of them
-    Rejects(const std::string& file, bool isCsvSafe, bool isSeveral);
+    Rejects(std::shared_ptr<RowFile> file, bool isCsvSafe, bool isSeveral)
+        : file_(std::move(file)), isCsvSafe_(isCsvSafe), isSeveral_(isSeveral) {}
+
+    /// Before the first: the file gets its header.
+    void begin();
+    /// Goes on where there were so many, and the file has its header.
+    void goOn(std::uint64_t count) { count_ = count; }
 
     /// The row on which the source stands.
     void add(const FixSource& source, const std::string& reason);
@@ -32,7 +38,7 @@ public:
 private:
     void write(const FixSource& source, const std::string& reason);
 
-    std::unique_ptr<TextFile> file_;
+    std::shared_ptr<RowFile> file_;
     bool isCsvSafe_;
     bool isSeveral_;
     std::string row_;

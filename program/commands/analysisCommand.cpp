@@ -6,6 +6,7 @@
 #include "program/commands/OldestTimes.h"
 #include "program/commands/Progress.h"
 #include "program/commands/Rejects.h"
+#include "program/commands/RunState.h"
 #include "program/commands/RunSummary.h"
 #include "program/commands/advice.h"
 #include "program/input/FixBatch.h"
@@ -49,6 +50,19 @@ std::string sentenceOf(const Remark& remark) {
     return remark.sentence;
 }
 
+/// Are there results that come only when a silence, or the end, makes them final?
+bool isKnownAtEnd(const AnalysisOptions& analysis) {
+    switch (analysis.question) {
+    case Question::boxes:
+        return false;
+    case Question::presence:
+    case Question::hangouts:
+        return analysis.lastFigures;
+    default:
+        return true;
+    }
+}
+
 /// Batches of fixes for a session, which may hold several at once.
 class BatchPool {
 public:
@@ -86,11 +100,18 @@ class Run {
 public:
     explicit Run(const RunOptions& options)
         : options_(options), progress_(!options.isQuiet), source_(openTracks(options.input)),
-          filter_(options.filter),
-          writer_(openResultWriter(options.output, schemaOf(options.analysis))),
-          rejects_(options.rejectsFile, options.output.isCsvSafe, source_->isSeveral()),
+          state_(options.state.file.empty() ? nullptr
+                                            : std::make_unique<RunState>(options, *source_)),
+          filter_(options.filter), writer_(openWriter()),
+          rejects_(openRejects(), options.output.isCsvSafe, source_->isSeveral()),
           session_(openSession(options.late)), oldest_(readTimes()),
-          reader_(*source_, oldest_, filter_, rejects_, progress_, options.mostRejects) {}
+          reader_(*source_, oldest_, filter_, rejects_, progress_, options.mostRejects) {
+        if (state_) {
+            state_->begin(*session_, filter_, rejects_, reader_);
+        } else {
+            rejects_.begin();
+        }
+    }
 
     ExitCode operator()() {
         try {
@@ -113,6 +134,19 @@ public:
     }
 
 private:
+    std::unique_ptr<ResultWriter> openWriter() const {
+        return state_ ? state_->makeWriter()
+                      : openResultWriter(options_.output, schemaOf(options_.analysis));
+    }
+
+    std::shared_ptr<RowFile> openRejects() const {
+        if (state_) {
+            return state_->rejectsFile();
+        }
+        const std::string& file = options_.rejectsFile;
+        return file.empty() ? nullptr : std::make_shared<TextFile>(file, ".csv");
+    }
+
     /// Its threads leave interrupts to this one, which may wait for input.
     std::unique_ptr<Session> openSession(std::optional<std::int64_t> late) const {
         SessionOptions session;
@@ -120,13 +154,15 @@ private:
         session.defaultTolerance = options_.events.defaultTolerance;
         session.timeTolerance = options_.events.timeTolerance;
         session.late = late;
+        session.forgetsReported = true;
         session.renderer = writer_->renderer();
         const InterruptsBlocked blocked;
         return std::make_unique<Session>(options_.analysis, options_.config, session);
     }
 
     OldestTimes readTimes() {
-        const bool isWanted = session_->looksBack() && !options_.late && source_->isRepeatable();
+        const bool isWanted =
+            session_->looksBack() && !options_.late && source_->isRepeatable() && !state_;
         if (!isWanted) {
             return {};
         }
@@ -140,8 +176,16 @@ private:
     void process() {
         progress_.begin("processing");
         pushAll();
+        if (state_) {
+            saveState();
+            takeUnended();
+        }
+        figures_ = session_->figures();
         session_->finish();
-        writeResults();
+        if (endsHere()) {
+            writeResults();
+            figures_ = session_->figures();
+        }
         isCutOff_ = interrupted(); // one that comes later has nothing left to cut off
         progress_.clear();
         rejects_.finish();
@@ -167,7 +211,32 @@ private:
             if (reader_.isLive()) {
                 writer_->flush();
             }
+            if (state_ && !isEnding_ && state_->isDue()) {
+                saveState();
+            }
         }
+    }
+
+    void saveState() {
+        session_->flush();
+        writeResults();
+        state_->save(*session_, filter_, rejects_, reader_);
+    }
+
+    /// Behind the last state: the next run takes it back.
+    void takeUnended() {
+        if (endsHere()) {
+            isEnding_ = true;
+            source_->growing()->takeUnended();
+            reader_.readOn();
+            pushAll();
+        }
+    }
+
+    /// Is nothing to come after this run? One that keeps a state leaves what is under way to the
+    /// next, unless it is told.
+    bool endsHere() const {
+        return !state_ || (options_.state.finishes && !reader_.trouble() && !interrupted());
     }
 
     void writeResults() {
@@ -183,6 +252,9 @@ private:
         try {
             rejects_.finish();
         } catch (const Failure&) { // one is enough
+        }
+        if (state_) {
+            tell("the same command, started again, goes on from " + state_->name());
         }
     }
 
@@ -204,7 +276,7 @@ private:
         if (options_.isQuiet && !options_.isSummaryJson) {
             return;
         }
-        const RunFigures figures = session_->figures();
+        const RunFigures& figures = figures_;
         const std::chrono::duration<double> seconds = Clock::now() - start_;
         const RunSummary summary{isCutOff_,         reader_.rowsRead(), figures.processed,
                                  filter_.leftOut(), rejects_.count(),   figures.results,
@@ -226,6 +298,13 @@ private:
         for (const Remark& remark : session_->remarks()) {
             sentences.push_back(sentenceOf(remark));
         }
+        if (!endsHere()) {
+            if (isKnownAtEnd(options_.analysis)) {
+                sentences.push_back("what is under way is kept in " + state_->name() +
+                                    "; with --finish it is written, too");
+            }
+            return sentences;
+        }
         const std::string advice = adviceOn(options_, figures, session_->inputFigures());
         if (!advice.empty() && !isCutOff_) {
             sentences.push_back(advice);
@@ -237,12 +316,15 @@ private:
     const RunOptions& options_;
     Progress progress_;
     const std::unique_ptr<FixSource> source_;
+    const std::unique_ptr<RunState> state_; ///< null where none is kept
     FixFilter filter_;
     const std::unique_ptr<ResultWriter> writer_;
     Rejects rejects_;
     std::unique_ptr<Session> session_; ///< none after a fault of it
     const OldestTimes oldest_;
     BatchReader reader_;
+    bool isEnding_ = false; ///< what is read now belongs to no state
+    RunFigures figures_{};
     bool isCutOff_ = false; ///< by an interrupt
 };
 

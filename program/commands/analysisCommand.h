@@ -15,6 +15,13 @@
 
 namespace program {
 
+/// What a run keeps for one that goes on with its input and its output.
+struct StateOptions {
+    std::string file;           ///< empty: nothing
+    std::int64_t every = 10000; ///< ms, how long between two times that it is written, at least
+    bool finishes = false;      ///< what is under way is written at the end, as if nothing followed
+};
+
 /// A question to one input.
 struct RunOptions {
     AnalysisOptions analysis;
@@ -28,6 +35,7 @@ struct RunOptions {
     bool isQuiet = false; ///< neither progress nor summary, but for one that programs read
     bool isSummaryJson = false;
     unsigned threads = 1; ///< at least 1
+    StateOptions state{};
 
     /// How far a row may lie behind the newest one before it, ms; none: not said. Then a file is
     /// read twice to know it, and other input has what the engine takes for it.

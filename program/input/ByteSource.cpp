@@ -2,6 +2,7 @@
 
 #include "program/Failure.h"
 #include "program/Interrupt.h"
+#include "program/fileMark.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -53,6 +54,27 @@ void ByteSource::rewind() {
     coding_ = Coding::unknown;
     peeked_.clear();
     trouble_.clear();
+}
+
+bool ByteSource::isGrowing() {
+    return repeatable_ && file_ != STDIN_FILENO && (peek(), coding_ != Coding::gzip);
+}
+
+char ByteSource::goTo(std::uint64_t offset) {
+    rewind();
+    char before = 0;
+    const auto at = static_cast<off_t>(offset);
+    if (pread(file_, &before, 1, at - 1) != 1 || lseek(file_, at, SEEK_SET) < 0) {
+        fail("cannot read ");
+    }
+    coding_ = Coding::plain;
+    heldAt_ = heldEnd_;
+    bytesRead_ = static_cast<double>(offset);
+    return before;
+}
+
+std::optional<std::vector<std::uint64_t>> ByteSource::mark(std::uint64_t length) const {
+    return markOf(file_, length);
 }
 
 std::string_view ByteSource::peek() {

@@ -2,6 +2,7 @@
 #define QORVEL_PROGRAM_INPUT_BYTESOURCE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,6 +29,16 @@ public:
 
     /// Goes back to where the input began; only for a repeatable one.
     void rewind();
+
+    /// Is it a file, by its name, that is not packed? Then what is added to it can be read later.
+    /// To be called before read(). Throws as that does.
+    bool isGrowing();
+
+    /// Goes to that byte of a growing one, from 1; returns the one before it.
+    char goTo(std::uint64_t offset);
+
+    /// As markOf() of the file.
+    std::optional<std::vector<std::uint64_t>> mark(std::uint64_t length) const;
 
     /// Reads at most `size` bytes (more than 0) and returns their number: 0 at the end, and after
     /// a SIGINT. Throws Failure(broken) when reading fails or gzip data is broken or cut off, after

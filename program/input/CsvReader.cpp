@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 #include <new>
+#include <utility>
 
 namespace program {
 
@@ -33,7 +34,16 @@ std::optional<char> delimiterOf(std::string_view line) {
 } // namespace
 
 CsvReader::CsvReader(ByteSource& source, std::optional<char> delimiter)
-    : name_(source.name()), lines_(source), isDelimiterKnown_(delimiter.has_value()) {
+    : CsvReader(source.name(), LineBuffer(source), delimiter) {}
+
+CsvReader::CsvReader(ByteSource& source, char delimiter, std::uint64_t offset, std::uint64_t line)
+    : CsvReader(source.name(), LineBuffer(source, offset, line), delimiter) {
+    offsetBehind_ = offset;
+    lineBehind_ = line;
+}
+
+CsvReader::CsvReader(const std::string& name, LineBuffer lines, std::optional<char> delimiter)
+    : name_(name), lines_(std::move(lines)), isDelimiterKnown_(delimiter.has_value()) {
     if (csv_init(&parser_, CSV_REPALL_NL) != 0) {
         throw std::bad_alloc();
     }
@@ -52,7 +62,7 @@ bool CsvReader::next() {
         if (trouble_) {
             std::rethrow_exception(trouble_);
         }
-        if (ended_) {
+        if (ended_ && (isEndParsed_ || leavesUnended_)) {
             return false;
         }
         dropFinishedRows();
@@ -62,6 +72,8 @@ bool CsvReader::next() {
             trouble_ = std::current_exception();
         }
     }
+    offsetBehind_ = lines_.offsetOf(rows_[row_].end);
+    lineBehind_ = rows_[row_].nextLine;
     return true;
 }
 
@@ -92,16 +104,20 @@ void CsvReader::onRowEnd(int, void* self) {
 
 /// Line by line, since the parser does not tell where in its input a row ended.
 void CsvReader::fill() {
-    ended_ = !lines_.readOn();
+    ended_ = ended_ || !lines_.readOn();
     for (std::string_view line = lines_.takeLine(); !line.empty(); line = lines_.takeLine()) {
         parse(line);
     }
-    if (ended_ && !interrupted()) { // a row that a SIGINT cut off is no row
-        parseEnd();
+    if (ended_ && !leavesUnended_) {
+        isEndParsed_ = true;
+        if (!interrupted()) { // a row that a SIGINT cut off is no row
+            parseEnd();
+        }
     }
 }
 
 void CsvReader::setDelimiter(char delimiter) {
+    delimiter_ = delimiter;
     csv_set_delim(&parser_, static_cast<unsigned char>(delimiter));
 }
 
@@ -136,8 +152,8 @@ void CsvReader::parseEnd() {
 
 void CsvReader::endRow() {
     if (fieldEnds_.size() > openField_) { // else a blank line
-        rows_.push_back(
-            {lines_.rowLine(), openField_, fieldEnds_.size(), lines_.rowBegin(), lines_.rowEnd()});
+        rows_.push_back({lines_.rowLine(), openField_, fieldEnds_.size(), lines_.rowBegin(),
+                         lines_.rowEnd(), lines_.line()});
         openField_ = fieldEnds_.size();
     }
     lines_.endRow();

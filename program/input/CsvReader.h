@@ -21,6 +21,9 @@ public:
     /// Reads from where the source stands. The source must outlive the reader.
     /// @param delimiter  none: a comma, semicolon, tab or bar, whichever the first row has most of
     CsvReader(ByteSource& source, std::optional<char> delimiter);
+
+    /// Reads from behind that many bytes, 1 or more, where that line begins.
+    CsvReader(ByteSource& source, char delimiter, std::uint64_t offset, std::uint64_t line);
     ~CsvReader();
     CsvReader(const CsvReader&) = delete;
     CsvReader& operator=(const CsvReader&) = delete;
@@ -29,6 +32,16 @@ public:
     /// Throws Failure(broken) when reading fails, when the input ends inside a quoted field, or
     /// when a row is longer than 1 MiB (most likely a quote that nobody closed).
     bool next();
+
+    /// A row at the end without a line end, or with an open quote, is none as long as that holds.
+    void leaveUnended(bool holds) { leavesUnended_ = holds; }
+
+    /// By now.
+    char delimiter() const { return delimiter_; }
+
+    /// Behind the row that was read last: bytes from the beginning of the input, and the line.
+    std::uint64_t offsetBehind() const { return offsetBehind_; }
+    std::uint64_t lineBehind() const { return lineBehind_; }
 
     std::size_t fieldCount() const { return rows_[row_].endField - rows_[row_].firstField; }
     /// One field of the current row, without its quotes; valid until next().
@@ -53,8 +66,10 @@ private:
         std::size_t endField;
         std::size_t begin; ///< in the buffer
         std::size_t end;   ///< behind its line end
+        std::uint64_t nextLine;
     };
 
+    CsvReader(const std::string& name, LineBuffer lines, std::optional<char> delimiter);
     static void onField(void* text, std::size_t size, void* self);
     static void onRowEnd(int terminator, void* self);
     void fill();
@@ -68,13 +83,18 @@ private:
     LineBuffer lines_;
     csv_parser parser_{};
     bool isDelimiterKnown_;
+    char delimiter_ = ',';
     std::string text_;                   ///< the fields of the piece's rows, one after another
     std::vector<std::size_t> fieldEnds_; ///< fieldEnds_[i] is where field i ends in text_
     std::vector<Row> rows_;              ///< the rows that the piece has ended
     std::size_t row_ = 0;                ///< the current one of them
     std::size_t openField_ = 0;          ///< the first field of the row that is being read
     bool lineEndsRow_ = false;
-    bool ended_ = false;
+    std::uint64_t offsetBehind_ = 0;
+    std::uint64_t lineBehind_ = 1;
+    bool ended_ = false; ///< all of the input has been read
+    bool isEndParsed_ = false;
+    bool leavesUnended_ = false;
     bool isUnended_ = false;
     std::exception_ptr trouble_; ///< thrown once the rows before it have been taken
 };

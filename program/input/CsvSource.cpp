@@ -31,8 +31,39 @@ void CsvSource::rewind() {
     reader_.reset();
 }
 
+void CsvSource::takeUnended() {
+    TextSource::takeUnended();
+    if (reader_) {
+        reader_->leaveUnended(false);
+    }
+}
+
+InputPlace CsvSource::place() const {
+    InputPlace place = TextSource::place();
+    if (reader_) {
+        place.offset = reader_->offsetBehind();
+        place.line = reader_->lineBehind();
+    }
+    return place;
+}
+
+void CsvSource::goTo(const InputPlace& place) {
+    if (place.offset > 0) {
+        const bool isKnown = readHeader();
+        goOn(place);
+        if (isKnown) { // else it was interrupted
+            const char delimiter = reader_->delimiter();
+            reader_.emplace(*bytes_, delimiter, place.offset, place.line);
+            reader_->leaveUnended(leavesUnended_);
+        } else {
+            reader_.reset();
+        }
+    }
+}
+
 bool CsvSource::readHeader() {
     reader_.emplace(*bytes_, delimiter_);
+    reader_->leaveUnended(leavesUnended_);
     if (!reader_->next()) {
         if (interrupted()) {
             return false;

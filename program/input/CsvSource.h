@@ -21,6 +21,9 @@ public:
     std::string verbatim() const override { return std::string(reader_->verbatim()); }
     bool isDrained() const override { return !reader_ || reader_->isDrained(); }
     void rewind() override;
+    void takeUnended() override;
+    InputPlace place() const override;
+    void goTo(const InputPlace& place) override;
 
 private:
     bool readHeader();

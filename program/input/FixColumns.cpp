@@ -125,6 +125,7 @@ FixField FixColumns::adopt(std::string_view name) {
         const auto field = static_cast<FixField>(i);
         if (entries_[i].index == kAbsent && !candidates(field, names).empty()) {
             entries_[i] = {names[0], 0};
+            adopted_.push_back(names[0]);
             return field;
         }
     }

@@ -41,6 +41,9 @@ public:
     /// it holds an optional field that has none yet. Returns that field, or FixField::count.
     FixField adopt(std::string_view name);
 
+    /// Those that it took, in that order.
+    const std::vector<std::string>& adopted() const { return adopted_; }
+
     /// Which of the names it is; kAbsent for none.
     std::size_t index(FixField field) const { return entry(field).index; }
     /// As in the input, for messages; the usual name when there is none.
@@ -64,6 +67,7 @@ private:
 
     const InputOptions options_;
     std::array<Entry, kFixFields> entries_;
+    std::vector<std::string> adopted_;
     bool isFound_ = false;
 };
 

@@ -1,13 +1,23 @@
 #include "program/input/FixFilter.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <map>
+#include <string_view>
 
 namespace program {
 
 namespace {
 
 constexpr std::uint32_t kEnoughStrays = 3;
+
+// In checkpoints.
+constexpr char kLeftOut[] = "filter";           ///< not asked for, too fast
+constexpr char kEntities[] = "filter.entities"; ///< of ways, ascending
+constexpr char kWays[] =
+    "filter.ways"; ///< for each two places, as latitude, longitude and time, and the strays
+constexpr std::size_t kWaySize = 7;
 
 /// Along a great circle of the mean earth.
 double metresBetween(double latitude, double longitude, double otherLatitude,
@@ -57,6 +67,49 @@ std::vector<std::string> FixFilter::remarks() const {
         sentences.push_back(counted(tooFast_, "because they imply more than --max-speed"));
     }
     return sentences;
+}
+
+void FixFilter::save(qorvel_engine::Checkpoint& kept) const {
+    kept.numbers[kLeftOut] = {notAskedFor_, tooFast_};
+    std::map<std::string_view, const Way*> sorted;
+    for (const auto& [entity, way] : ways_) {
+        sorted.emplace(entity, &way);
+    }
+    std::vector<std::string>& entities = kept.texts[kEntities];
+    std::vector<std::uint64_t>& numbers = kept.numbers[kWays];
+    for (const auto& [entity, way] : sorted) {
+        entities.emplace_back(entity);
+        for (const Place& place : {way->last, way->stray}) {
+            numbers.push_back(std::bit_cast<std::uint64_t>(place.latitude));
+            numbers.push_back(std::bit_cast<std::uint64_t>(place.longitude));
+            numbers.push_back(static_cast<std::uint64_t>(place.time));
+        }
+        numbers.push_back(way->strays);
+    }
+}
+
+bool FixFilter::load(const qorvel_engine::Checkpoint& kept) {
+    const auto leftOut = kept.numbers.find(kLeftOut);
+    const auto entities = kept.texts.find(kEntities);
+    const auto ways = kept.numbers.find(kWays);
+    if (leftOut == kept.numbers.end() || leftOut->second.size() != 2 ||
+        entities == kept.texts.end() || ways == kept.numbers.end() ||
+        ways->second.size() != entities->second.size() * kWaySize) {
+        return false;
+    }
+    notAskedFor_ = leftOut->second[0];
+    tooFast_ = leftOut->second[1];
+    const std::uint64_t* next = ways->second.data();
+    for (const std::string& entity : entities->second) {
+        Way& way = ways_[entity];
+        for (Place* const place : {&way.last, &way.stray}) {
+            place->latitude = std::bit_cast<double>(*next++);
+            place->longitude = std::bit_cast<double>(*next++);
+            place->time = static_cast<std::int64_t>(*next++);
+        }
+        way.strays = static_cast<std::uint32_t>(*next++);
+    }
+    return true;
 }
 
 bool FixFilter::isAskedFor(const Fix& fix) const {

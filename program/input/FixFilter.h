@@ -1,6 +1,7 @@
 #ifndef QORVEL_PROGRAM_INPUT_FIXFILTER_H
 #define QORVEL_PROGRAM_INPUT_FIXFILTER_H
 
+#include "engine/run/Checkpoint.h"
 #include "program/input/FilterOptions.h"
 #include "program/input/Fix.h"
 
@@ -29,6 +30,11 @@ public:
 
     /// What was left out, a sentence each.
     std::vector<std::string> remarks() const;
+
+    /// Puts what it remembers into a checkpoint, in numbers and texts of its own.
+    void save(qorvel_engine::Checkpoint& kept) const;
+    /// Takes it up again, before the first fix. False, and nothing is taken, where it cannot be.
+    bool load(const qorvel_engine::Checkpoint& kept);
 
 private:
     struct Place {

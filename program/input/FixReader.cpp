@@ -79,6 +79,13 @@ void FixReader::restart() {
     assumed_ = {};
 }
 
+void FixReader::goOn(TimeUnit unit, const std::vector<std::string>& keys) {
+    time_.setUnit(unit);
+    for (const std::string& key : keys) {
+        columns_.adopt(key);
+    }
+}
+
 /// Names go into every kind of output, and not all of them can hold everything.
 std::string FixReader::checkNames(const FixTexts& texts) const {
     for (const FixField field : {FixField::entity, FixField::primaryKey, FixField::secondaryKey}) {

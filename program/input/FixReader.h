@@ -40,6 +40,11 @@ public:
     /// The input is read again from its beginning.
     void restart();
 
+    /// What was told by rows so far: the unit of times, see TimeReader, and keys of objects, see
+    /// FixColumns::adopt.
+    TimeUnit timeUnit() const { return time_.unit(); }
+    void goOn(TimeUnit unit, const std::vector<std::string>& keys);
+
     /// About the fixes that were read.
     const Assumed& assumed() const { return assumed_; }
 

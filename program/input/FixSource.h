@@ -3,6 +3,7 @@
 
 #include "program/input/Assumed.h"
 #include "program/input/Fix.h"
+#include "program/input/GrowingInput.h"
 #include "program/input/InputOptions.h"
 
 #include <cstdint>
@@ -54,6 +55,9 @@ public:
 
     /// Whether name() changes while it is read.
     virtual bool isSeveral() const { return false; }
+
+    /// The same as one that another run can go on with; null for what is no file of text as it is.
+    virtual GrowingInput* growing() { return nullptr; }
 
     /// What had to be assumed about the rows that were read.
     virtual Assumed assumed() const = 0;

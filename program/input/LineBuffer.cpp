@@ -17,7 +17,9 @@ constexpr char kTooLong[] = "a row is longer than 1 MiB (a quote that is not clo
 
 } // namespace
 
-LineBuffer::LineBuffer(ByteSource& source) : source_(source) {}
+LineBuffer::LineBuffer(ByteSource& source, std::uint64_t offset, std::uint64_t line)
+    : source_(source), dropped_(offset), line_(line), rowLine_(line), atBeginning_(false),
+      afterCarriageReturn_(source.goTo(offset) == '\r') {}
 
 std::string_view LineBuffer::takeLine() {
     const std::size_t begin = at_;
@@ -63,6 +65,7 @@ std::string_view LineBuffer::takeRest() {
 bool LineBuffer::readOn() {
     std::copy(bytes_.begin() + static_cast<std::ptrdiff_t>(rowBegin_),
               bytes_.begin() + static_cast<std::ptrdiff_t>(end_), bytes_.begin());
+    dropped_ += rowBegin_;
     end_ -= rowBegin_;
     at_ -= rowBegin_;
     rowBegin_ = 0;

@@ -21,7 +21,10 @@ public:
     static constexpr std::size_t kPadding = 64;
 
     /// Reads from where the source stands. The source must outlive the buffer.
-    explicit LineBuffer(ByteSource& source);
+    explicit LineBuffer(ByteSource& source) : source_(source) {}
+
+    /// Reads from behind that many bytes, 1 or more, where that line begins.
+    LineBuffer(ByteSource& source, std::uint64_t offset, std::uint64_t line);
 
     /// Takes the next line, with its line end; empty when none is complete: then readOn() or
     /// takeRest(). Views and places stay valid until readOn().
@@ -48,6 +51,12 @@ public:
     /// The line on which the row begins, the first of the input being 1.
     std::uint64_t rowLine() const { return rowLine_; }
 
+    /// The line that begins behind what has been taken.
+    std::uint64_t line() const { return line_; }
+
+    /// Where a place stands in the input, bytes from its beginning.
+    std::uint64_t offsetOf(std::size_t place) const { return dropped_ + place; }
+
     /// Whether a complete line that is not blank is left.
     bool hasLine() const;
 
@@ -61,8 +70,9 @@ private:
 
     ByteSource& source_;
     std::vector<char> bytes_;
-    std::size_t end_ = 0; ///< of what has been read
-    std::size_t at_ = 0;  ///< of what has been taken
+    std::uint64_t dropped_ = 0; ///< bytes of the input before them
+    std::size_t end_ = 0;       ///< of what has been read
+    std::size_t at_ = 0;        ///< of what has been taken
     std::size_t rowBegin_ = 0;
     std::size_t lineFeed_ = 0; ///< no LF stands between at_ and here
     std::uint64_t line_ = 1;   ///< the line that begins at at_

@@ -211,6 +211,27 @@ void NdjsonSource::rewind() {
     hasEnded_ = false;
 }
 
+InputPlace NdjsonSource::place() const {
+    InputPlace place = TextSource::place();
+    if (lines_) {
+        place.offset = lines_->offsetOf(lines_->rowEnd());
+        place.line = lines_->line();
+    }
+    return place;
+}
+
+/// The rows up to the one that stood for a header are read again.
+void NdjsonSource::goTo(const InputPlace& place) {
+    if (place.offset > 0) {
+        while (!fixes_.columns().isFound() && this->place().offset < place.offset && next()) {
+        }
+        goOn(place);
+        lines_.emplace(*bytes_, place.offset, place.line);
+        anyRow_ = true;
+        hasEnded_ = false;
+    }
+}
+
 /// Goes to the next line that is not blank.
 bool NdjsonSource::takeRow() {
     std::string_view line;
@@ -229,7 +250,8 @@ std::string_view NdjsonSource::takeLine() {
         hasEnded_ = !lines_->readOn();
         line = lines_->takeLine();
     }
-    isUnended_ = line.empty() && !interrupted(); // a row that a SIGINT cut off is no row
+    // A row that a SIGINT cut off is no row.
+    isUnended_ = line.empty() && !leavesUnended_ && !interrupted();
     return isUnended_ ? lines_->takeRest() : line;
 }
 

@@ -22,6 +22,8 @@ public:
     std::string verbatim() const override { return std::string(row_); }
     bool isDrained() const override { return !lines_ || !lines_->hasLine(); }
     void rewind() override;
+    InputPlace place() const override;
+    void goTo(const InputPlace& place) override;
 
 private:
     struct Parser; ///< keeps the JSON library out of here

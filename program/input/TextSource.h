@@ -6,14 +6,26 @@
 #include "program/input/FixReader.h"
 #include "program/input/FixSource.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace program {
 
 /// What the sources of rows of text have in common.
-class TextSource : public FixSource {
+class TextSource : public FixSource, public GrowingInput {
 public:
+    GrowingInput* growing() override { return bytes_->isGrowing() ? this : nullptr; }
+    std::optional<std::vector<std::uint64_t>> mark(std::uint64_t length) const override {
+        return bytes_->mark(length);
+    }
+    void leaveUnended() override { leavesUnended_ = true; }
+    void takeUnended() override { leavesUnended_ = false; }
+    InputPlace place() const override {
+        return {from_.offset, from_.line, fixes_.timeUnit(), fixes_.columns().adopted()};
+    }
     bool isRepeatable() const override { return bytes_->isRepeatable(); }
     std::optional<double> shareRead() const override { return bytes_->shareRead(); }
     const std::string& name() const override { return bytes_->name(); }
@@ -28,12 +40,22 @@ protected:
     TextSource(std::unique_ptr<ByteSource> bytes, const InputOptions& options)
         : bytes_(std::move(bytes)), fixes_(options) {}
 
-    [[noreturn]] void failEmpty() const { throw Failure(ExitCode::broken, name() + " is empty"); }
+    [[noreturn]] void failEmpty() const {
+        throw Failure(ExitCode::broken,
+                      name() + (leavesUnended_ ? " has no complete line yet" : " is empty"));
+    }
+
+    void goOn(const InputPlace& place) {
+        from_ = place;
+        fixes_.goOn(place.timeUnit, place.keys);
+    }
 
     static constexpr char kCutOff[] = "the input ends in the middle of a row";
 
     const std::unique_ptr<ByteSource> bytes_; ///< never null
     FixReader fixes_;
+    InputPlace from_; ///< where it was begun
+    bool leavesUnended_ = false;
 };
 
 } // namespace program

@@ -28,6 +28,11 @@ public:
     /// and so on, has that.
     void heed(std::string_view column);
 
+    /// Of plain numbers by now; byValue as long as nothing has told it.
+    TimeUnit unit() const { return unit_; }
+    /// As if that had been told by now.
+    void setUnit(TimeUnit unit) { unit_ = unit; }
+
     /// Returns what is wrong, in words that go on from the name of the time, or null: then `time`
     /// is set. `text` is not empty.
     const char* read(std::string_view text, std::int64_t& time);

@@ -1,6 +1,7 @@
 #include "program/output/PartialFile.h"
 
 #include "program/output/writeFailure.h"
+#include "program/output/writeThrough.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -30,25 +31,6 @@ void checkReplaceable(const std::string& name, const fs::path& target) {
 mode_t hideNewFiles() {
     static const mode_t usual = umask(S_IRWXG | S_IRWXO);
     return usual;
-}
-
-/// 0, or the number of an error. Where there is no such thing, nothing can be done.
-int writeThrough(int file) {
-    while (fsync(file) != 0) {
-        if (errno != EINTR) {
-            return errno == EINVAL || errno == ENOTSUP ? 0 : errno;
-        }
-    }
-    return 0;
-}
-
-/// The new name. The file has it already, whatever becomes of this.
-void writeFolderThrough(const fs::path& folder) {
-    const int file = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (file >= 0) {
-        writeThrough(file);
-        close(file);
-    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "program/output/TextFile.h"
 
 #include "program/fileName.h"
+#include "program/output/writeAll.h"
 #include "program/output/writeFailure.h"
 
 #include <algorithm>
@@ -145,14 +146,8 @@ void TextFile::drain() {
     if (isPacked_) {
         buffer_ = packed(buffer_);
     }
-    std::string_view rest = buffer_;
-    while (!rest.empty()) {
-        const ssize_t written = ::write(file_, rest.data(), rest.size());
-        if (written >= 0) {
-            rest.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            fail(errno);
-        }
+    if (const int fault = writeAll(file_, buffer_); fault != 0) {
+        fail(fault);
     }
     lastDrained_ = drained_;
     drained_ += static_cast<std::int64_t>(buffer_.size());

@@ -3,6 +3,7 @@
 
 #include "program/Failure.h"
 #include "program/output/PartialFile.h"
+#include "program/output/RowFile.h"
 
 #include <cstdint>
 #include <optional>
@@ -24,23 +25,23 @@ bool isWrittenDirectly(const std::string& name);
 /// Operations throw Failure(broken) when the text cannot be written (a full disk), or
 /// Failure(readerGone) where who reads standard output has left. Without finish or abandon,
 /// destruction removes the file.
-class TextFile {
+class TextFile : public RowFile {
 public:
     /// The extension, such as ".csv", is that of the temporary name. What a name ends in ".gz" for
     /// is packed, each piece by itself, so that what is flushed can be read.
     TextFile(const std::string& name, const std::string& extension);
-    ~TextFile();
+    ~TextFile() override;
     TextFile(const TextFile&) = delete;
     TextFile& operator=(const TextFile&) = delete;
 
     /// Whole rows: what is left after a failure ends with one.
-    void write(std::string_view rows);
+    void write(std::string_view rows) override;
 
     /// What is written so far reaches whoever reads it; nothing while the name is temporary.
     void flush();
 
     /// Writes and closes all, and gives the file its name; fails again where rows are missing.
-    void finish();
+    void finish() override;
 
     /// Ends early, with `end` behind the rows written so far; they stay under the temporary name,
     /// which is returned. Empty where there are none, and for what is written directly, which gets

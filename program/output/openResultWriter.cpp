@@ -2,6 +2,7 @@
 #include "program/fileName.h"
 #include "program/output/CsvFormat.h"
 #include "program/output/GeoJsonFormat.h"
+#include "program/output/GrowingWriter.h"
 #include "program/output/HtmlWriter.h"
 #include "program/output/NdjsonFormat.h"
 #include "program/output/OgrWriter.h"
@@ -102,6 +103,24 @@ void checkTiles(const std::string& tiles, OutputFormat format) {
 }
 
 } // namespace
+
+std::shared_ptr<const TextFormat> growingFormat(const OutputOptions& options,
+                                                const ResultSchema& schema) {
+    const std::string& file = options.file;
+    if (!isPostgres(file) && !isWrittenDirectly(file) && !isPacked(file)) {
+        const OutputFormat format =
+            options.format == OutputFormat::byName ? formatByName(file) : options.format;
+        checkTiles(options.tiles, format);
+        if (format == OutputFormat::csv) {
+            return std::make_shared<CsvFormat>(schema, options.isCsvSafe, options.zone);
+        }
+        if (format == OutputFormat::ndjson) {
+            return std::make_shared<NdjsonFormat>(schema, options.zone);
+        }
+    }
+    throw Failure(ExitCode::usage, "with --state the results go into a file that grows: --out "
+                                   "NAME.csv or NAME.ndjson, not packed");
+}
 
 std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
                                                const ResultSchema& schema) {
