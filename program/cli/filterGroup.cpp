@@ -128,8 +128,9 @@ void addFilters(CLI::App& command, const InputOptions& input, FilterOptions& fil
     add(
         "--max-speed", [&filter](const std::string& text) { filter.maxSpeed = readSpeed(text); },
         "leave out fixes that the entity could only reach faster, as in \"200 km/h\" (or m/s, mph, "
-        "knots), measured from its last fix that was kept. After three in a row that agree, it was "
-        "that one that was astray");
+        "knots), measured from its last fix that was kept. After three that agree, in a row or "
+        "more "
+        "than were kept, it was that one that was astray");
 }
 
 } // namespace program

@@ -10,7 +10,7 @@ namespace program {
 
 namespace {
 
-constexpr std::uint32_t kEnoughStrays = 3;
+constexpr std::uint64_t kEnoughStrays = 3;
 
 // In checkpoints.
 constexpr char kLeftOut[] = "filter";           ///< not asked for, too fast
@@ -120,19 +120,24 @@ bool FixFilter::isAskedFor(const Fix& fix) const {
 
 bool FixFilter::isReached(const Fix& fix) {
     const Place here{fix.latitude, fix.longitude, fix.time};
-    const auto [entry, isFirst] = ways_.try_emplace(fix.entity);
-    Way& way = entry->second;
-    bool isKept = isFirst || isWithinReach(way.last, here);
-    if (!isKept) {
-        way.strays = way.strays > 0 && isWithinReach(way.stray, here) ? way.strays + 1 : 1;
-        way.stray = here;
-        isKept = way.strays == kEnoughStrays;
-    }
-    if (isKept) {
+    Way& way = ways_[fix.entity];
+    if (way.kept == 0 || isWithinReach(way.last, here)) {
         way.last = here;
-        way.strays = 0;
+        ++way.kept;
+        way.strayRow = 0;
+        return true;
     }
-    return isKept;
+    const bool agrees = way.strays > 0 && isWithinReach(way.stray, here);
+    way.stray = here;
+    way.strays = agrees ? way.strays + 1 : 1;
+    way.strayRow = agrees ? way.strayRow + 1 : 1;
+    // One that comes again and again, from the first fix on, is never three in a row behind.
+    const bool isThere =
+        way.strayRow >= kEnoughStrays || (way.strays >= kEnoughStrays && way.strays > way.kept);
+    if (isThere) {
+        way = {here, way.strays, {}, 0, 0};
+    }
+    return isThere;
 }
 
 bool FixFilter::isWithinReach(const Place& one, const Place& other) const {

@@ -14,10 +14,10 @@ namespace program {
 
 /// Leaves out fixes that are not asked for, and those to which no way leads at the greatest speed.
 ///
-/// The speed is that from the entity's last fix that was kept. When three fixes in a row are left
-/// out by it that are within reach of each other, it was the kept one that was astray: the third is
-/// kept, and what follows is measured from it. Each entity has a decision of its own, by its fixes
-/// in the order of the input.
+/// The speed is that from the entity's last fix that was kept. When three fixes are left out by it
+/// that are within reach of each other, and they came in a row or are more than those that were
+/// kept, it was the kept one that was astray: the third is kept, and what follows is measured from
+/// it. Each entity has a decision of its own, by its fixes in the order of the input.
 class FixFilter {
 public:
     explicit FixFilter(const FilterOptions& options) : options_(options) {}
@@ -45,9 +45,11 @@ private:
 
     /// The ways of one entity.
     struct Way {
-        Place last;               ///< that was kept
-        Place stray;              ///< the last that was left out
-        std::uint32_t strays = 0; ///< in a row that are within reach of each other
+        Place last;                 ///< that was kept
+        std::uint64_t kept = 0;     ///< each within reach of the one before it
+        Place stray;                ///< the last that was left out
+        std::uint64_t strays = 0;   ///< that were left out, each within reach of the one before it
+        std::uint64_t strayRow = 0; ///< of these, the last ones between which none was kept
     };
 
     bool isAskedFor(const Fix& fix) const;

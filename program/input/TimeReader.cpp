@@ -100,7 +100,8 @@ const char* TimeReader::readPlain(std::string_view text, std::int64_t& time) {
     if (fault == nullptr && !isUnitSaid_ && time >= kYear5138) {
         fault = "is beyond the year 5138; say with --time-unit what it counts (s, ms, us or ns)";
     }
-    if (fault == nullptr && assumed_.microseconds + assumed_.nanoseconds > 0 && time < kMarch1973) {
+    const bool isTold = isUnitSaid_ || !isUnitAssumed_; // not by the first number
+    if (fault == nullptr && !isTold && unit_ != TimeUnit::seconds && time < kMarch1973) {
         fault =
             "is before March 1973 in the unit of the first; say with --time-unit what it counts "
             "(s, ms, us or ns)";
