@@ -153,6 +153,11 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {3, 0, "hangouts /no/such/file", "cannot open"},
         {3, 0, "hangouts " + scratch(""), "no file in the folder has a name that tells its format"},
         {2, 0, "stays --max-speed fast -", "want a speed above 0"},
+        {2, 0, "stays --max-rejects -1 -", "--max-rejects: want a number of rows, 0 or more"},
+        {2, 0, "stays --from 2012-12-19 --to 2012-12-19 -", "--from has to be before --to"},
+        {2, 0, "stays --table t -", "--table and --replace-table are for a database"},
+        {2, 0, "stays --replace-table --out x.csv -", "--table and --replace-table are for a data"},
+        {2, 0, "stays --tiles https://h/{z}/{x}/{y}.png --out PG:dbname=x -", "--tiles is for a"},
         {2, 0, "stays --bbox 1,2,3 -", "west,south,east,north"},
         {2, 0, "stays --bbox 1,5,3,4 -", "south first"},
         {2, 0, "stays --bbox 1,2,x,4 -", "west,south,east,north"},
@@ -447,8 +452,8 @@ TEST(Program, EndsWhenOutputCannotBeWritten) {
         3);
     EXPECT_GT(lineCount(shell("cat " + out + ".partial*").out), 1000);
     EXPECT_TRUE(std::filesystem::exists(rejects));
-    EXPECT_EQ(run("boxes --out " + scratch("none.csv") + " -", kHeader + "\"").code, 3);
-    EXPECT_EQ(lineCount(shell("ls " + scratch("none*")).out), 0) << "nothing was read";
+    EXPECT_EQ(run("boxes --out " + scratch("nothing.csv") + " -", kHeader + "\"").code, 3);
+    EXPECT_EQ(lineCount(shell("ls " + scratch("nothing*")).out), 0) << "was read";
 }
 
 /// What a result is about, in a text of CSV: its first seven columns.

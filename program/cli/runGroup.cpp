@@ -80,8 +80,12 @@ void addRun(CLI::App& command, RunOptions& run) {
         "(which would run there as formulas), a tab, a line break or an apostrophe; otherwise "
         "names "
         "are written as they came");
-    command.add_option("--max-rejects", run.mostRejects,
-                       "stop when there are more bad rows, with exit code 3");
+    command
+        .add_option("--max-rejects", run.mostRejects,
+                    "stop when there are more bad rows, with exit code 3")
+        ->check([](const std::string& text) {
+            return text.starts_with('-') ? std::string("want a number of rows, 0 or more") : "";
+        });
     command.add_flag_callback(
         "--strict", [&run] { run.mostRejects = 0; },
         "stop at the first bad row, as --max-rejects 0");
@@ -125,6 +129,9 @@ void refuseAmbiguous(const std::string& name) {
 void settle(RunOptions& run) {
     run.output.zone = run.input.zone;
     refuseSenseless(run.events);
+    if (run.filter.from > run.filter.to) {
+        throw usageFailure("--from has to be before --to");
+    }
     if (isSameFile(run.rejectsFile, run.output.file)) {
         throw usageFailure("--rejects cannot be the file of the results");
     }

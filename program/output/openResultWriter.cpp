@@ -102,6 +102,13 @@ void checkTiles(const std::string& tiles, OutputFormat format) {
     }
 }
 
+void checkTable(const OutputOptions& options) {
+    if (!options.table.empty() || options.replacesTable) {
+        throw Failure(ExitCode::usage, "--table and --replace-table are for a database: --out "
+                                       "\"PG:dbname=...\"");
+    }
+}
+
 } // namespace
 
 std::shared_ptr<const TextFormat> growingFormat(const OutputOptions& options,
@@ -126,8 +133,10 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
                                                const ResultSchema& schema) {
     const std::string& file = options.file;
     if (isPostgres(file)) {
+        checkTiles(options.tiles, OutputFormat::byName);
         return std::make_unique<PostgresWriter>(file, options.table, options.replacesTable, schema);
     }
+    checkTable(options);
     const OutputFormat format =
         options.format == OutputFormat::byName ? formatByName(file) : options.format;
     const std::string extension = extensionOf(format);
