@@ -9,7 +9,7 @@
 namespace {
 
 bool isLast() {
-    static std::atomic<long> left = std::atol(std::getenv("KILL_AT"));
+    static std::atomic<long> left{std::atol(std::getenv("KILL_AT"))};
     return --left == 0;
 }
 
