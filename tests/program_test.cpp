@@ -680,7 +680,8 @@ TEST(Program, AddsToItsOutputAsTheInputGrows) {
         kept.input = "grown" + kept.input.substr(kept.input.find('.'));
         shell(cd + "rm -f s.state* o.* bad.csv");
         std::string before;
-        for (std::size_t to = 500; to < all.size(); to += chance() % (all.size() / 4)) {
+        for (std::size_t to = 500; to < all.size();
+             to += all.size() / 6 + chance() % (all.size() / 6)) {
             std::ofstream(scratch("kept/") + kept.input) << all.substr(0, to);
             shell(cd + keptCommand(kept));
             const std::string found = slurp(scratch("kept/") + kept.out);
@@ -730,6 +731,8 @@ TEST(Program, RefusesAStateAndChangesNothing) {
         {2, "NAME.csv or NAME.ndjson", "", "boxes --state s --out n.geojson t.csv"},
         {2, "NAME.csv or NAME.ndjson", "", "boxes --state s --out n.csv.gz t.csv"},
         {2, "NAME.csv or NAME.ndjson", "", "boxes --state s t.csv"},
+        {3, "cannot write none/o.csv", "", "boxes --state s --out none/o.csv t.csv"},
+        {3, "cannot write none/s", "", "boxes --state none/s --out n.csv t.csv"},
         {2, "--rejects NAME.csv", "", "boxes --state s --rejects - --out n.csv t.csv"},
         {2, "file of the tracks", "", "boxes --state t.csv --out n.csv t.csv"},
         {2, "rows are written to", "", "boxes --state n.csv --out n.csv t.csv"},

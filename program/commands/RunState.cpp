@@ -10,8 +10,10 @@
 #include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
 #include "program/output/TextFile.h"
+#include "program/output/growingFormat.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace program {
 
@@ -29,6 +31,23 @@ constexpr char kOutput[] = "output"; ///< length
 constexpr char kOutputMark[] = "output.mark";
 constexpr char kRejects[] = "rejects"; ///< how many, and the length of their file
 constexpr char kRejectsMark[] = "rejects.mark";
+
+/// Writes results behind those that stand in a file, which after a failure stays as it is.
+class GrowingWriter : public ResultWriter {
+public:
+    GrowingWriter(std::shared_ptr<GrowingFile> file, std::shared_ptr<const TextFormat> format)
+        : file_(std::move(file)), format_(std::move(format)) {}
+
+    std::shared_ptr<const Renderer> renderer() const override { return format_; }
+    void write(const ResultBatch& results) override { file_->write(results.text); }
+    void flush() override {}
+    void finish() override { file_->finish(); }
+    std::string abandon() noexcept override { return {}; }
+
+private:
+    std::shared_ptr<GrowingFile> file_;
+    std::shared_ptr<const TextFormat> format_;
+};
 
 GrowingInput& growing(FixSource& source) {
     GrowingInput* const growing = source.growing();
@@ -67,6 +86,10 @@ RunState::RunState(const RunOptions& options, FixSource& source)
         rejectsOut_ = std::make_shared<GrowingFile>(options.rejectsFile);
     }
     open();
+}
+
+std::unique_ptr<ResultWriter> RunState::makeWriter() const {
+    return std::make_unique<GrowingWriter>(out_, format_);
 }
 
 /// After the output is this run's alone, and so the state.

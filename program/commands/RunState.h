@@ -4,7 +4,8 @@
 #include "engine/run/Checkpoint.h"
 #include "program/commands/StateFile.h"
 #include "program/commands/analysisCommand.h"
-#include "program/output/GrowingWriter.h"
+#include "program/output/GrowingFile.h"
+#include "program/output/TextFormat.h"
 
 #include <chrono>
 #include <cstdint>
@@ -35,9 +36,7 @@ public:
     /// state that is damaged, or that is not the one of these files.
     RunState(const RunOptions& options, FixSource& source);
 
-    std::unique_ptr<ResultWriter> makeWriter() const {
-        return std::make_unique<GrowingWriter>(out_, format_);
-    }
+    std::unique_ptr<ResultWriter> makeWriter() const;
 
     /// Null where none are wanted.
     std::shared_ptr<RowFile> rejectsFile() const { return rejectsOut_; }

@@ -1,6 +1,5 @@
 #include "program/output/GrowingFile.h"
 
-#include "program/Failure.h"
 #include "program/fileMark.h"
 #include "program/output/writeAll.h"
 #include "program/output/writeFailure.h"
@@ -18,28 +17,17 @@ namespace {
 
 constexpr std::size_t kPiece = std::size_t{1} << 18;
 
-/// To open a named pipe would wait for its reader.
-constexpr int kHow = O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK;
-
 } // namespace
 
 GrowingFile::GrowingFile(const std::string& name)
-    : name_(name), file_(open(name.c_str(), kHow, 0666)) {
-    struct stat about {};
-    const int reason = file_ < 0 || fstat(file_, &about) != 0 ? errno : 0;
-    const bool isFile = S_ISREG(about.st_mode);
-    if (reason == 0 && isFile && flock(file_, LOCK_EX | LOCK_NB) == 0) {
-        return;
+    : name_(name), file_(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)) {
+    if (file_ < 0) {
+        throw writeFailure(name_, errno);
     }
-    if (file_ >= 0) {
+    if (flock(file_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         close(file_);
+        throw writeFailure(name_, "another run has it; wait for its end");
     }
-    if (reason != 0) {
-        throw writeFailure(name_, reason);
-    }
-    throw isFile ? writeFailure(name_, "another run has it; wait for its end")
-                 : Failure(ExitCode::usage, name_ + " is no file that could grow from run to run, "
-                                                    "as it has to with --state");
 }
 
 GrowingFile::~GrowingFile() {

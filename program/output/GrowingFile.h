@@ -14,8 +14,9 @@ namespace program {
 /// A file that grows where it stands, from run to run. One run at a time can have it.
 class GrowingFile : public RowFile {
 public:
-    /// Opens the file, or makes it; what stands in it stays. Throws Failure(usage) for what is no
-    /// regular file, Failure(broken) where it cannot be opened, or another run has it.
+    /// Opens the file, or makes it; what stands in it stays. Throws Failure(broken) where it cannot
+    /// be opened, or another run has it.
+    /// @param name  not one that isWrittenDirectly()
     explicit GrowingFile(const std::string& name);
     ~GrowingFile() override;
     GrowingFile(const GrowingFile&) = delete;

@@ -2,7 +2,6 @@
 #include "program/fileName.h"
 #include "program/output/CsvFormat.h"
 #include "program/output/GeoJsonFormat.h"
-#include "program/output/GrowingWriter.h"
 #include "program/output/HtmlWriter.h"
 #include "program/output/NdjsonFormat.h"
 #include "program/output/OgrWriter.h"
@@ -10,6 +9,7 @@
 #include "program/output/ResultWriter.h"
 #include "program/output/TextFile.h"
 #include "program/output/TextWriter.h"
+#include "program/output/growingFormat.h"
 #include "program/shownName.h"
 
 #include <algorithm>

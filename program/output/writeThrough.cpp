@@ -7,12 +7,11 @@
 namespace program {
 
 int writeThrough(int file) noexcept {
-    while (fsync(file) != 0) {
-        if (errno != EINTR) {
-            return errno == EINVAL || errno == ENOTSUP ? 0 : errno;
-        }
-    }
-    return 0;
+    int fault = 0;
+    do {
+        fault = fsync(file) == 0 ? 0 : errno;
+    } while (fault == EINTR);
+    return fault == EINVAL || fault == ENOTSUP ? 0 : fault;
 }
 
 void writeFolderThrough(const std::filesystem::path& folder) noexcept {

@@ -263,7 +263,7 @@ std::size_t SessionParts::entitiesRemembered() const {
     const std::uint64_t count = intake_->names() == nullptr ? 0 : intake_->names()->size();
     std::size_t remembered = 0;
     for (std::uint64_t eid = 0; eid < count; ++eid) {
-        remembered += isRemembered(snapshots, eid) ? 1 : 0;
+        remembered += isRemembered(snapshots, eid) ? 1U : 0U;
     }
     return remembered;
 }
