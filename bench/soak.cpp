@@ -1,11 +1,13 @@
 // A host that runs for a year: 200 million reports of the sample world's people, vans and ships go
 // through hangouts and presence, with what comes late, and gc every hour. At every 10 million one
-// row tells how fast it goes and what is in memory.
+// row tells how fast it goes and what is in memory. Then as many through sessions that forget what
+// they reported: their memory has to stay flat.
 //
 //   soak [MILLIONS]
 
 #include "bench/Report.h"
 #include "bench/measure.h"
+#include "engine/run/Session.h"
 #include "testing/world/World.h"
 
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
@@ -17,8 +19,10 @@
 #include <fstream>
 #include <iostream>
 #include <list>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <unistd.h>
 #include <vector>
 
@@ -118,6 +122,82 @@ private:
     std::int64_t nextGc_ = 0;
 };
 
+/// The same questions in sessions.
+class SessionHost {
+public:
+    void take(const world::World& world, const world::Fix& fix, std::int64_t shift) {
+        names_.push_back(world.entities[fix.entity]);
+        latitudes_.push_back(fix.lat);
+        longitudes_.push_back(fix.lon);
+        accuracies_.push_back(fix.accuracyM);
+        times_.push_back(fix.timeMs + shift);
+        if (times_.size() == kBatch) {
+            push();
+        }
+    }
+
+    Mark mark() const {
+        Mark mark;
+        mark.resident = residentBytes();
+        mark.reported = results_;
+        return mark;
+    }
+
+private:
+    static constexpr std::size_t kBatch = 4096;
+
+    static std::unique_ptr<qorvel_engine::Session> open(qorvel_engine::Question question,
+                                                        std::uint32_t windowMinutes) {
+        qorvel_engine::Config config;
+        config.masters = {{"town", 7, {1, "days"}, 0}};
+        config.assignments.emplace_back().master = "town";
+        config.assignments.back().maxSpaceTolerance = 150.0;
+        auto& specs =
+            question == qorvel_engine::Question::presence ? config.presence : config.hangouts;
+        qorvel_engine::Config::Spec& spec = specs.emplace_back();
+        spec.master = "town";
+        spec.window = {windowMinutes, "minutes"};
+        spec.ratio = 0.5;
+        qorvel_engine::AnalysisOptions asked;
+        asked.question = question;
+        qorvel_engine::SessionOptions options;
+        options.late = kLateness;
+        options.forgetsReported = true;
+        return std::make_unique<qorvel_engine::Session>(asked, config, options);
+    }
+
+    void push() {
+        qorvel_engine::ObservationColumns columns;
+        columns.size = static_cast<std::int64_t>(times_.size());
+        columns.entityText = qorvel_engine::TextColumn(qorvel_engine::TextValues(names_.data()));
+        columns.latitude = qorvel_engine::RealValues(latitudes_.data());
+        columns.longitude = qorvel_engine::RealValues(longitudes_.data());
+        columns.accuracy = qorvel_engine::RealValues(accuracies_.data());
+        columns.time = qorvel_engine::TimeValues(times_.data());
+        for (const auto& session : sessions_) {
+            session->push(qorvel_engine::Observations(columns));
+            session->flush();
+            while (const auto results = session->take()) {
+                results_ += static_cast<std::uint64_t>(results->size);
+            }
+        }
+        names_.clear();
+        latitudes_.clear();
+        longitudes_.clear();
+        accuracies_.clear();
+        times_.clear();
+    }
+
+    std::unique_ptr<qorvel_engine::Session> sessions_[2] = {
+        open(qorvel_engine::Question::hangouts, 20), open(qorvel_engine::Question::presence, 60)};
+    std::vector<std::string_view> names_;
+    std::vector<double> latitudes_;
+    std::vector<double> longitudes_;
+    std::vector<double> accuracies_;
+    std::vector<std::int64_t> times_;
+    std::uint64_t results_ = 0;
+};
+
 /// Two weeks of the same entities in different towns, by turns and ever later.
 class Years {
 public:
@@ -127,7 +207,8 @@ public:
         }
     }
 
-    void next(Host& host) {
+    template <class AnyHost>
+    void next(AnyHost& host) {
         const world::World& world = worlds_[week_ % worlds_.size()];
         host.take(world, world.fixes[fix_], static_cast<std::int64_t>(week_) * kWeek);
         if (++fix_ == world.fixes.size()) {
@@ -142,7 +223,8 @@ private:
     std::size_t fix_ = 0;
 };
 
-Mark runToNextMark(Years& years, Host& host) {
+template <class AnyHost>
+Mark runToNextMark(Years& years, AnyHost& host) {
     const double start = measure::threadTime();
     for (std::size_t i = 0; i < kMark; ++i) {
         years.next(host);
@@ -194,11 +276,37 @@ void judge(const std::vector<Mark>& marks, Report& report) {
     }
 }
 
+void soakSessions(std::size_t rows, Report& report) {
+    Report::heading("Soak of sessions that forget what they reported");
+    std::cout << "| million events | events/s | MB resident, without the world | reported |\n"
+                 "|---:|---:|---:|---:|\n";
+    Years years;
+    const double before = residentBytes();
+    SessionHost host;
+    double most[2] = {};
+    for (std::size_t i = 0; i < rows; ++i) {
+        const Mark mark = runToNextMark(years, host);
+        most[2 * i / rows] = std::max(most[2 * i / rows], mark.resident - before);
+        std::cout << "| " << (i + 1) * kMark / 1000000 << " | " << wholeNumber(mark.eventsPerSecond)
+                  << " | " << megabytes(mark.resident - before) << " | "
+                  << wholeNumber(static_cast<double>(mark.reported)) << " |" << std::endl;
+    }
+    const double growth = most[1] / most[0];
+    Report::table({"what", "value", "goal", ""},
+                  {{"most resident memory, second half to first", times(growth), "at most 1.25x",
+                    report.judge(growth <= kMostGrowth)}});
+    if (growth > kMostGrowth) {
+        report.fail("memory of sessions grows");
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     const std::size_t millions = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 200;
+    const std::size_t rows = std::max<std::size_t>(millions * 1000000 / kMark, 2);
     Report report;
+    soakSessions(rows, report); // first, while the heap is its own
     Report::heading("Soak");
     Years years;
     const double before = residentBytes();
@@ -208,7 +316,7 @@ int main(int argc, char** argv) {
         std::cout << "| million events | events/s | MB resident | entities | cells | items | "
                      "reported | bytes grown a report |\n"
                      "|---:|---:|---:|---:|---:|---:|---:|---:|\n";
-        while (marks.size() < std::max<std::size_t>(millions * 1000000 / kMark, 2)) {
+        while (marks.size() < rows) {
             marks.push_back(runToNextMark(years, host));
             printRow(marks.size(), marks.back(), marks.front());
         }
