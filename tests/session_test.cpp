@@ -1010,6 +1010,7 @@ TEST(SessionFromC, RefusesInWords) {
     ArrowArray array{};
     EXPECT_EQ(qorvel_engine_results(c.session, nullptr), QORVEL_ENGINE_MISUSE);
     EXPECT_EQ(qorvel_engine_results(c.session, &stream), 0);
+    EXPECT_EQ(stream.get_last_error(&stream), nullptr);
     EXPECT_EQ(stream.get_schema(&stream, &schema), EINVAL); // not known yet
     EXPECT_NE(stream.get_last_error(&stream), nullptr);
     EXPECT_EQ(pushTo(c, true, false), QORVEL_ENGINE_BAD_COLUMN);
@@ -1034,6 +1035,7 @@ TEST(SessionFromC, RefusesInWords) {
     EXPECT_EQ(figures.pushed, 6U);
     qorvel_engine_progress(nullptr, &figures);
     EXPECT_EQ(figures.pushed, 0U);
+    EXPECT_EQ(qorvel_engine_flush(c.session), 0);
     EXPECT_EQ(qorvel_engine_finish(c.session), 0);
     EXPECT_EQ(qorvel_engine_remark(c.session, 100), nullptr);
     // Without a session nothing happens, but what is handed over is released.
