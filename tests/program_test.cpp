@@ -591,7 +591,7 @@ const struct Kept {
     std::string input;
 } kKeptRuns[] = {
     {"stays --late '3 hours'", "o.csv", "town.csv"},
-    {"presence --max-speed '100 km/h'", "o.ndjson", "town.ndjson"},
+    {"presence --max-speed '5 km/h'", "o.ndjson", "town.ndjson"},
     {"hangouts --final --late '10 hours' --format ndjson", "o.csv", "town.csv"},
     {"meet --within 300 --csv-safe", "o.csv", "town.ndjson"},
     {"boxes --entity c --entity person-0007", "o.csv", "town.csv"},

@@ -15,9 +15,9 @@ constexpr std::uint64_t kEnoughStrays = 3;
 // In checkpoints.
 constexpr char kLeftOut[] = "filter";           ///< not asked for, too fast
 constexpr char kEntities[] = "filter.entities"; ///< of ways, ascending
-constexpr char kWays[] =
-    "filter.ways"; ///< for each two places, as latitude, longitude and time, and the strays
-constexpr std::size_t kWaySize = 7;
+/// For each two places, as latitude, longitude and time, and three counts, as they stand in Way.
+constexpr char kWays[] = "filter.ways";
+constexpr std::size_t kWaySize = 9;
 
 /// Along a great circle of the mean earth.
 double metresBetween(double latitude, double longitude, double otherLatitude,
@@ -84,7 +84,7 @@ void FixFilter::save(qorvel_engine::Checkpoint& kept) const {
             numbers.push_back(std::bit_cast<std::uint64_t>(place.longitude));
             numbers.push_back(static_cast<std::uint64_t>(place.time));
         }
-        numbers.push_back(way->strays);
+        numbers.insert(numbers.end(), {way->kept, way->strays, way->strayRow});
     }
 }
 
@@ -107,7 +107,9 @@ bool FixFilter::load(const qorvel_engine::Checkpoint& kept) {
             place->longitude = std::bit_cast<double>(*next++);
             place->time = static_cast<std::int64_t>(*next++);
         }
-        way.strays = static_cast<std::uint32_t>(*next++);
+        for (std::uint64_t* const count : {&way.kept, &way.strays, &way.strayRow}) {
+            *count = *next++;
+        }
     }
     return true;
 }

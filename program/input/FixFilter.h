@@ -43,7 +43,7 @@ private:
         std::int64_t time = 0;
     };
 
-    /// The ways of one entity.
+    /// The ways of one entity. All of it goes through save() and load().
     struct Way {
         Place last;                 ///< that was kept
         std::uint64_t kept = 0;     ///< each within reach of the one before it
