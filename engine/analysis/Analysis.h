@@ -71,6 +71,10 @@ public:
 
     virtual void take(const Observation& observation, Found& found) = 0;
 
+    /// Rows of these entities come soon, of the second one first: what is kept of them may be
+    /// fetched ahead from memory.
+    virtual void fetch(std::uint64_t, std::uint64_t) const {}
+
     /// Forgets what ended before this time (ms since 1970 UTC); adds what is final by that alone,
     /// sorted. Always at the same places between the same rows.
     virtual void collect(std::int64_t time, LastResults& results) = 0;

@@ -14,13 +14,16 @@ bool isAfter(const StayFix& left, const StayFix& right) {
 
 } // namespace
 
-void FixQueue::add(const StayFix& fix) {
-    if (next_ == row_.size() || !(fix < row_.back())) {
-        row_.push_back(fix);
-    } else {
-        late_.push_back(fix);
-        std::push_heap(late_.begin(), late_.end(), isAfter);
-    }
+void FixQueue::addLate(const StayFix& fix) {
+    late_.push_back(fix);
+    std::push_heap(late_.begin(), late_.end(), isAfter);
+}
+
+StayFix FixQueue::takeLate() {
+    std::pop_heap(late_.begin(), late_.end(), isAfter);
+    const StayFix fix = late_.back();
+    late_.pop_back();
+    return fix;
 }
 
 void FixQueue::save(StateWriter& out) const {
@@ -51,22 +54,6 @@ void FixQueue::load(StateReader& in) {
         in.expect(fix.accuracy >= 0.0 && (row_.empty() || !(fix < row_.back())));
         row_.push_back(fix);
     }
-}
-
-/// The row gives back its front when half of it is that: each fix is moved once on average.
-StayFix FixQueue::take() {
-    if (isLateFirst()) {
-        std::pop_heap(late_.begin(), late_.end(), isAfter);
-        const StayFix fix = late_.back();
-        late_.pop_back();
-        return fix;
-    }
-    const StayFix fix = row_[next_++];
-    if (2 * next_ >= row_.size()) {
-        row_.erase(row_.begin(), row_.begin() + static_cast<std::ptrdiff_t>(next_));
-        next_ = 0;
-    }
-    return fix;
 }
 
 } // namespace qorvel_engine::detail

@@ -19,6 +19,9 @@ public:
     /// One fix, its accuracy in metres.
     FixSum(const EarthPoint& at, double accuracy);
 
+    /// Back to none, in less time than by another.
+    void clear() { count_ = 0; }
+
     /// Adds others, all but their farthest one.
     void add(const FixSum& other);
 

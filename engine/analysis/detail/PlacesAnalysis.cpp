@@ -111,6 +111,10 @@ public:
         gather();
     }
 
+    void fetch(std::uint64_t later, std::uint64_t sooner) const override {
+        finder_.fetch(later, sooner);
+    }
+
     void collect(std::int64_t time, LastResults&) override {
         finder_.collect(time);
         gather();

@@ -13,11 +13,9 @@ namespace {
 constexpr std::size_t kMostBeads = 32;
 /// Two devices in two places, say, that report in turn.
 constexpr std::size_t kMostWaiting = 64;
-/// Fixes have to show a third of the least time: one on the way amid long silences shows none.
-constexpr std::int64_t kShownParts = 3;
 
-/// How long a bead may be, ms: times of stays are as coarse as that, where fixes are that dense.
-std::int64_t grain(const StayOptions& options) {
+/// Times of stays are as coarse as that, where fixes are that dense.
+std::int64_t grainOf(const StayOptions& options) {
     return std::min({options.minStay / 60, options.maxGap / 4, options.maxAway / 4});
 }
 
@@ -47,6 +45,13 @@ Iterator firstNear(Iterator begin, Iterator end, const FixSum& all, const StayOp
     });
 }
 
+/// Do fixes show enough of a stay? A third of the least time: one on the way amid long silences
+/// shows none.
+bool isShown(std::int64_t first, std::int64_t last, const StayOptions& options) {
+    constexpr std::int64_t kParts = 3;
+    return last - first >= options.minStay / kParts;
+}
+
 /// What of a silence between two places is told of each of them: half, of a long one less. Nothing
 /// of one over which not even a stay at the same place would go on. In whole seconds, so that times
 /// have fractions where those of fixes have.
@@ -65,65 +70,62 @@ std::int64_t later(std::int64_t time, std::int64_t span) {
 
 } // namespace
 
+StayDetector::Work::Work(const StayOptions& theOptions)
+    : options(theOptions), grain(grainOf(theOptions)) {}
+
 void StayDetector::take(const StayFix& fix, Work& work) {
     advance(fix.time, work);
     const StayOptions& options = work.options;
     if (fix.accuracy > options.maxAccuracy) {
         return;
     }
-    const Bead bead{fix.time, fix.time, fix.accuracy,
-                    FixSum(toEarthPoint({fix.latitude, fix.longitude}), fix.accuracy),
-                    options.label ? keepRow(fix.row) : 0};
-    if (open_.fixes.count() == 0) {
-        open_ = bead;
-    } else if (squaredDistance(bead.fixes.centre(), open_.fixes.centre()) <= beadRadius2(options)) {
-        open_.last = fix.time;
-        open_.accuracy = std::min(open_.accuracy, fix.accuracy);
-        open_.fixes.add(bead.fixes);
-        open_.fixes.reach(bead.fixes, open_.fixes.centre());
-    } else {
+    const EarthPoint point = toEarthPoint({fix.latitude, fix.longitude});
+    const std::uint64_t number = options.label ? keepRow(fix.row) : 0;
+    if (open_.fixes.count() > 0 &&
+        squaredDistance(point, open_.fixes.centre()) > beadRadius2(options)) {
         settleOpen(fix.time, work);
         endSilent(fix.time, work);
-        open_ = bead;
+    }
+    if (open_.fixes.count() == 0) {
+        open_ = {fix.time, fix.time, fix.accuracy, FixSum(point, fix.accuracy), number};
+    } else {
+        const FixSum one(point, fix.accuracy);
+        open_.last = fix.time;
+        open_.accuracy = std::min(open_.accuracy, fix.accuracy);
+        open_.fixes.add(one);
+        open_.fixes.reach(one, open_.fixes.centre());
     }
 }
 
 void StayDetector::finish(Work& work) {
     if (open_.fixes.count() > 0) {
-        settleOpen(later(open_.first, grain(work.options)), work);
+        settleOpen(later(open_.first, work.grain), work);
     }
     while (!beads_.empty()) {
         end(later(last_, endingSilence(work.options)), work);
     }
 }
 
-void StayDetector::advance(std::int64_t time, Work& work) {
-    const std::int64_t length = grain(work.options);
-    if (open_.fixes.count() > 0 && time - open_.first > length) {
-        settleOpen(later(open_.first, length), work);
+/// What is open, and what comes of it.
+void StayDetector::settle(std::int64_t time, Work& work) {
+    if (open_.fixes.count() > 0) {
+        settleOpen(later(open_.first, work.grain), work);
     }
-    if (open_.fixes.count() == 0) {
-        endSilent(time, work);
-    }
+    endSilent(time, work);
 }
 
 void StayDetector::settleOpen(std::int64_t knownFrom, Work& work) {
     if (endsWith(open_, work.options)) {
         end(knownFrom, work);
     }
-    open_ = {};
+    open_.fixes.clear();
 }
 
 /// Ends the candidate, and what comes of it, if the silence up to a time does.
 void StayDetector::endSilent(std::int64_t time, Work& work) {
-    while (!beads_.empty() && time - last_ > endingSilence(work.options)) {
+    while (isEndedBy(time, work.options)) {
         end(later(last_, endingSilence(work.options)), work);
     }
-}
-
-/// Who was elsewhere before a silence was not at the place both before and after.
-std::int64_t StayDetector::endingSilence(const StayOptions& options) const {
-    return away_ > 0 ? options.maxGap : options.maxBridge;
 }
 
 /// Ends the candidate and takes again what waited. When one of those ends the next candidate, what
@@ -292,7 +294,7 @@ void StayDetector::Bead::load(StateReader& in) {
 }
 
 void StayDetector::save(StateWriter& out) const {
-    open_.save(out);
+    (open_.fixes.count() > 0 ? open_ : Bead()).save(out);
     saveBeads(beads_, out);
     middle_.save(out);
     all_.save(out);
@@ -320,18 +322,23 @@ void StayDetector::load(StateReader& in) {
     in.expect(before_ >= kNone && before_ <= (beads_.empty() ? kNone : firstBead().first));
 }
 
-/// Makes a stay of the candidate, if it is one.
+/// Makes a stay of the candidate, if it is one. On the way each is a few fixes long: they need not
+/// be cut first.
 void StayDetector::close(std::int64_t knownFrom, Work& work) {
     const std::int64_t end = beads_.back().last;
-    cutFront(work.options);
-    const std::int64_t after = cutBack(work.options);
-    if (middle_.fixes.count() > 0 || !beads_.empty()) {
-        tell(after, knownFrom, work);
+    if (isShown(firstBead().first, end, work.options)) {
+        cutFront(work.options);
+        const std::int64_t after = cutBack(work.options);
+        if (middle_.fixes.count() > 0 || !beads_.empty()) {
+            tell(after, knownFrom, work);
+        }
     }
     before_ = end;
     beads_.clear();
-    middle_ = {};
-    middleRows_.clear();
+    if (middle_.fixes.count() > 0) {
+        middle_ = {};
+        middleRows_.clear();
+    }
     away_ = 0;
 }
 
@@ -343,7 +350,7 @@ void StayDetector::tell(std::int64_t after, std::int64_t knownFrom, Work& work) 
     const std::int64_t last = (beads_.empty() ? middle_ : beads_.back()).last;
     const std::int64_t from = before_ == kNone ? first : first - shareOf(first - before_, options);
     const std::int64_t to = after == kNone ? last : last + shareOf(after - last, options);
-    if (to - from < options.minStay || last - first < options.minStay / kShownParts) {
+    if (to - from < options.minStay || !isShown(first, last, options)) {
         return;
     }
     FixSum fixes = middle_.fixes;

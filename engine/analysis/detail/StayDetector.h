@@ -45,15 +45,23 @@ public:
 
     /// What detectors of one thread share.
     struct Work {
+        explicit Work(const StayOptions& options);
+
         StayOptions options;
-        std::vector<Stay> stays{}; ///< found ones are appended
-        std::vector<Bead> again{}; ///< kept for its memory
+        std::int64_t grain;      ///< how long a bead may be, ms
+        std::vector<Stay> stays; ///< found ones are appended
+        std::vector<Bead> again; ///< kept for its memory
     };
 
     void take(const StayFix& fix, Work& work);
 
     /// No fix before this time will come: what is final by that alone is found.
-    void advance(std::int64_t time, Work& work);
+    void advance(std::int64_t time, Work& work) {
+        const bool isOpen = open_.fixes.count() > 0;
+        if (isOpen ? time - open_.first > work.grain : isEndedBy(time, work.options)) {
+            settle(time, work);
+        }
+    }
 
     /// No fix will come any more: the rest is found, and it is idle.
     void finish(Work& work);
@@ -61,11 +69,22 @@ public:
     /// Is it as if no fix had been taken?
     bool isIdle() const { return open_.fixes.count() == 0 && beads_.empty(); }
 
+    /// Fetches ahead from memory where the next bead will be put; it has been fetched itself.
+    void fetchBeads() const {
+        const Bead* const next = beads_.data() + beads_.size();
+        __builtin_prefetch(next, 1);
+        __builtin_prefetch(reinterpret_cast<const char*>(next) + 64, 1);
+    }
+
     void save(StateWriter& out) const;
     /// Into an idle one.
     void load(StateReader& in);
 
 private:
+    bool isEndedBy(std::int64_t time, const StayOptions& options) const {
+        return !beads_.empty() && time - last_ > endingSilence(options);
+    }
+    void settle(std::int64_t time, Work& work);
     void settleOpen(std::int64_t knownFrom, Work& work);
     void endSilent(std::int64_t time, Work& work);
     void end(std::int64_t knownFrom, Work& work);
@@ -82,22 +101,26 @@ private:
     std::uint64_t keepRow(std::uint64_t row);
     void forgetRows();
     void appendRows(const Bead& bead, std::vector<std::uint64_t>& to) const;
-    std::int64_t endingSilence(const StayOptions& options) const;
+    /// Who was elsewhere before a silence was not at the place both before and after.
+    std::int64_t endingSilence(const StayOptions& options) const {
+        return away_ > 0 ? options.maxGap : options.maxBridge;
+    }
 
     static constexpr std::int64_t kNone = -1; // no time is negative
 
     Bead open_; ///< fixes may still join it; it may have none yet
 
-    std::vector<Bead> beads_;     ///< of the candidate: all of them, or the last ones
-    Bead middle_;                 ///< those that came before
-    FixSum all_;                  ///< of the candidate, as weighed for the centre
-    std::int64_t before_ = kNone; ///< the time of the last bead before its first
-    std::int64_t last_ = 0;       ///< of the last bead, whether or not it joined
-    bool isResting_ = false;      ///< since a long silence, did none join?
+    std::vector<Bead> beads_; ///< of the candidate: all of them, or the last ones
+    std::int64_t last_ = 0;   ///< of the last bead, whether or not it joined
+    bool isResting_ = false;  ///< since a long silence, did none join?
+    FixSum all_;              ///< of the candidate, as weighed for the centre
 
     std::vector<Bead> waiting_;
     std::size_t away_ = 0;       ///< how many of them are elsewhere beyond doubt
     std::int64_t awayFirst_ = 0; ///< of the first of these
+
+    std::int64_t before_ = kNone; ///< the time of the last bead before the candidate's first
+    Bead middle_;                 ///< those of the candidate that came before beads_
 
     // With labels only.
     std::vector<std::uint64_t> rows_;       ///< of the fixes from that number on

@@ -2,7 +2,7 @@
 
 #include "engine/columns/Fault.h"
 
-#include <iterator>
+#include <algorithm>
 #include <utility>
 
 namespace qorvel_engine::detail {
@@ -30,53 +30,70 @@ void StayFinder::take(const Observation& observation) {
     if (observation.isLate) {
         return;
     }
-    Entity& entity = entities_[event.eid];
+    Entity& entity = *entities_.findOrAdd(event.eid).entity;
     entity.held.add(
         {event.time, event.latitude, event.longitude, event.spaceTolerance, observation.row});
     proceed(entity, observation.oldestToCome);
     gather(event.eid);
 }
 
-void StayFinder::collect(std::int64_t time) {
-    for (auto entry = entities_.begin(); entry != entities_.end();) {
-        auto& [eid, entity] = *entry;
-        proceed(entity, time);
-        gather(eid);
-        entry = entity.isIdle() ? entities_.erase(entry) : std::next(entry);
+/// With few entities all of them are in the caches, and to look for them costs more than it saves.
+void StayFinder::fetch(std::uint64_t later, std::uint64_t sooner) const {
+    constexpr std::uint32_t kFew = 64;
+    constexpr std::size_t kLine = 64;
+    if (entities_.size() <= kFew) {
+        return;
     }
+    if (const Slot* const slot = entities_.find(later)) {
+        const char* const place = reinterpret_cast<const char*>(slot->entity.get());
+        for (std::size_t at = 0; at < sizeof(Entity); at += kLine) {
+            __builtin_prefetch(place + at, 1);
+        }
+    }
+    if (const Slot* const slot = entities_.find(sooner)) {
+        slot->entity->held.fetchEnds();
+        slot->entity->detector.fetchBeads();
+    }
+}
+
+void StayFinder::collect(std::int64_t time) {
+    entities_.forEach([&](const Slot& slot) {
+        proceed(*slot.entity, time);
+        gather(slot.eid);
+    });
+    entities_.eraseIf([](const Slot& slot) { return slot.entity->isIdle(); });
 }
 
 void StayFinder::finish() {
-    for (auto& [eid, entity] : entities_) {
-        while (!entity.held.isEmpty()) {
-            entity.detector.take(entity.held.take(), work_);
+    entities_.forEach([&](const Slot& slot) {
+        while (!slot.entity->held.isEmpty()) {
+            slot.entity->detector.take(slot.entity->held.take(), work_);
         }
-        entity.detector.finish(work_);
-        gather(eid);
-    }
-    entities_.clear();
+        slot.entity->detector.finish(work_);
+        gather(slot.eid);
+    });
+    entities_ = {};
 }
 
 bool StayFinder::save(std::uint64_t eid, StateWriter& out) const {
-    const auto found = entities_.find(eid);
-    if (found == entities_.end()) {
+    const Slot* const slot = entities_.find(eid);
+    if (slot == nullptr) {
         return false;
     }
-    found->second.held.save(out);
-    found->second.detector.save(out);
+    slot->entity->held.save(out);
+    slot->entity->detector.save(out);
     return true;
 }
 
 void StayFinder::load(std::uint64_t eid, StateReader& in) {
-    Entity& entity = entities_[eid];
+    Entity& entity = *entities_.findOrAdd(eid).entity;
     entity.held.load(in);
     entity.detector.load(in);
 }
 
 void StayFinder::forgetEntities(const std::vector<std::uint64_t>& eids) {
-    for (const std::uint64_t eid : eids) {
-        entities_.erase(eid);
-    }
+    entities_.eraseIf(
+        [&](const Slot& slot) { return std::binary_search(eids.begin(), eids.end(), slot.eid); });
 }
 
 /// No fix before this time will come.

@@ -8,8 +8,11 @@
 #include "engine/analysis/detail/StayDetector.h"
 #include "engine/analysis/detail/state.h"
 
+#include "qorvel/base/FlatTable.h"
+#include "qorvel/base/hashing.h"
+
 #include <cstdint>
-#include <unordered_map>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -33,10 +36,13 @@ public:
     using FoundStay = std::pair<std::uint64_t, Stay>;
 
     /// They have been checked.
-    explicit StayFinder(const StayOptions& options) : work_{options} {}
+    explicit StayFinder(const StayOptions& options) : work_(options) {}
 
     /// A late fix is left out: what comes after it may have been taken already.
     void take(const Observation& observation);
+
+    /// As Shard::fetch.
+    void fetch(std::uint64_t later, std::uint64_t sooner) const;
 
     /// No fix before this time (ms since 1970 UTC) will come.
     void collect(std::int64_t time);
@@ -61,11 +67,28 @@ private:
         bool isIdle() const { return held.isEmpty() && detector.isIdle(); }
     };
 
+    /// An entity in the table.
+    struct Slot {
+        using Key = std::uint64_t;
+
+        Key eid = 0;
+        std::unique_ptr<Entity> entity; ///< null: a free slot
+
+        bool isUsed() const { return entity != nullptr; }
+        Key key() const { return eid; }
+        bool holds(Key key) const { return eid == key; }
+        void occupy(Key key) {
+            entity = std::make_unique<Entity>();
+            eid = key;
+        }
+        static std::uint64_t hash(Key key) { return qorvel_detail::mix(key); }
+    };
+
     void proceed(Entity& entity, std::int64_t time);
     void gather(std::uint64_t eid);
 
     StayDetector::Work work_;
-    std::unordered_map<std::uint64_t, Entity> entities_; ///< by eid
+    qorvel_detail::FlatTable<Slot> entities_;
     std::vector<FoundStay> found_;
 };
 

@@ -17,8 +17,10 @@ struct StayFix {
     /// By time; fixes of the same time by the rest, so that their order in the input is nothing to
     /// anybody but who asks for rows.
     bool operator<(const StayFix& other) const {
-        return std::tie(time, latitude, longitude, accuracy, row) <
-               std::tie(other.time, other.latitude, other.longitude, other.accuracy, other.row);
+        return time != other.time
+                   ? time < other.time
+                   : std::tie(latitude, longitude, accuracy, row) <
+                         std::tie(other.latitude, other.longitude, other.accuracy, other.row);
     }
 };
 

@@ -64,6 +64,10 @@ public:
         finder_.found().clear();
     }
 
+    void fetch(std::uint64_t later, std::uint64_t sooner) const override {
+        finder_.fetch(later, sooner);
+    }
+
     void collect(std::int64_t time, LastResults& results) override {
         finder_.collect(time);
         handOver(results);

@@ -64,13 +64,14 @@ void Intake::fill(Batch& batch, std::int64_t from, std::int64_t to, bool isOldes
             Counters::add(counters_.rejected);
             continue;
         }
-        Batch::Entry entry = makeEntry(columns, row, batch.shares.size());
+        // Where it will stand: one that is copied there costs as much as the rest of the row.
+        Batch::Entry& entry = batch.entries.emplace_back();
+        setEntry(entry, columns, row, batch.shares.size());
         if (lookBack_ >= 0) {
             judge(entry, columns.timeMs(row), isOldestKnown);
         }
         countAccuracy(columns, row);
-        batch.shares[entry.lane].entries.push_back(batch.entries.size());
-        batch.entries.push_back(entry);
+        batch.shares[entry.lane].entries.push_back(batch.entries.size() - 1);
         collect(batch);
     }
     Counters::add(counters_.pushed, static_cast<std::uint64_t>(to - from));
@@ -153,12 +154,12 @@ void Intake::forgetEntity(std::uint64_t eid) {
     }
 }
 
-Batch::Entry Intake::makeEntry(const Observations& columns, std::int64_t row, std::size_t lanes) {
+void Intake::setEntry(Batch::Entry& entry, const Observations& columns, std::int64_t row,
+                      std::size_t lanes) {
     const auto keyOf = [row](const TextColumn& column, DictionaryNumbers& kept, const auto& find) {
         return static_cast<std::int32_t>(column.isNull(row) ? find({})
                                                             : kept.at(column, row, find));
     };
-    Batch::Entry entry{};
     entry.at = row;
     entry.eid = entityOf(columns, row);
     entry.primaryKey =
@@ -167,8 +168,7 @@ Batch::Entry Intake::makeEntry(const Observations& columns, std::int64_t row, st
     entry.secondaryKey =
         keyOf(columns.secondaryKeys(), secondaryKeys_,
               [this](std::string_view key) -> std::int64_t { return keys_.secondary(key); });
-    entry.lane = static_cast<std::size_t>(entry.eid % lanes);
-    return entry;
+    entry.lane = lanes == 1 ? 0 : static_cast<std::size_t>(entry.eid % lanes);
 }
 
 std::uint64_t Intake::entityOf(const Observations& columns, std::int64_t row) {

@@ -65,7 +65,8 @@ public:
     Intake withoutEntities() const;
 
 private:
-    Batch::Entry makeEntry(const Observations& columns, std::int64_t row, std::size_t lanes);
+    void setEntry(Batch::Entry& entry, const Observations& columns, std::int64_t row,
+                  std::size_t lanes);
     std::uint64_t entityOf(const Observations& columns, std::int64_t row);
     void judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown);
     void countTime(std::uint64_t eid, std::int64_t time);

@@ -17,6 +17,9 @@ namespace {
 /// So many that no thread waits for long while another finishes a large one.
 constexpr std::size_t kLanesPerThread = 4;
 
+/// A row's work takes about as long as memory that is far takes to come.
+constexpr std::size_t kRowsAhead = 8;
+
 std::size_t laneCount(unsigned threads) {
     return threads == 1 ? 1 : threads * kLanesPerThread;
 }
@@ -269,7 +272,12 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
     };
     std::size_t nextCollection = 0;
     event.timeTolerance = timeTolerance_;
-    for (const std::size_t at : share.entries) {
+    const auto eidAt = [&](std::size_t place) {
+        return batch.entries[share.entries[std::min(place, share.entries.size() - 1)]].eid;
+    };
+    for (std::size_t place = 0; place < share.entries.size(); ++place) {
+        shard.fetch(eidAt(place + kRowsAhead), eidAt(place + kRowsAhead / 2));
+        const std::size_t at = share.entries[place];
         batch.collectBefore(at, nextCollection, collect);
         const Batch::Entry& entry = batch.entries[at];
         event.primaryKeyId = entry.primaryKey;
