@@ -580,6 +580,18 @@ TEST(Program, OutputDoesNotDependOnThreads) {
     }
 }
 
+TEST(Program, FindsTheSameStaysOfManyInTurnAsOfOneAfterTheOther) {
+    const std::string many =
+        save("many", shell("$Q synth --entities 300 --days 1 | awk 'NR % 9 == 1'").out);
+    const std::string sorted =
+        "{ head -n 1 " + many + "; tail -n +2 " + many + " | sort -s -t, -k1,1; } | $Q ";
+    for (const std::string command : {"stays --late '3 hours'", "places --late '3 hours'"}) {
+        const std::string found = shell("$Q " + command + " --threads 1 " + many + " | sort").out;
+        EXPECT_GT(lineCount(found), 500) << command;
+        EXPECT_EQ(shell(sorted + command + " - | sort").out, found) << command;
+    }
+}
+
 // ---- State ----
 
 /// Questions with the options of a state; what they find is in $OUT, what they leave in s.state.
