@@ -309,7 +309,8 @@ REFUSED_OF_STREAMS = [
     ("stays", FRAME, {"order_by": "lat"}, "leave out partitions and order_by"),
     ("stays", FRAME, {"buckets": 0}, "number of buckets"),
     ("stays", FRAME, {"late": "soon"}, "soon"),
-    ("stays", FRAME, {"late": "1 months"}, "months"),
+    ("stays", FRAME, {"late": "1 months"}, "want days or a shorter unit"),
+    ("stays", FRAME, {"late": "ever"}, "not for ever"),
     ("stays", FRAME, {"threads": 2}, "Spark gives a task a core"),
     ("stays", "who string, p struct<x:double,y:double>", {"columns": {"point": "p"}}, "known for"),
 ]

@@ -53,21 +53,21 @@ def ask(
 ) -> DataFrame:
     """Ask a question of each entity of a stream."""
     own = dict(settings)
-    late = milliseconds_of(own.pop("late", LATE))
-    if late > LAST_TIME:
-        raise Error(
-            "How late rows may be is a length that is always the same, so no months, and not ever.",
-            Code.BAD_CONFIGURATION,
-        )
+    late = own.pop("late", None) or LATE
     buckets = own.pop("buckets", BUCKETS)
     _expect_buckets(buckets)
     found = prepared(look_at(frame, columns, keys=config is not None))
-    question = make_question(analysis, found, config, own).where(late="1 milliseconds")
+    question = make_question(analysis, found, config, own)
+    question.where(late=late).session()  # refuses what is no length of time
+    delay = milliseconds_of(late)
+    if delay > LAST_TIME:
+        raise Error("A stream waits for late rows for a while, and not for ever.", Code.MISUSE)
+    question = question.where(late="1 milliseconds")
     schema = results_of(question, found)
     rows = found.select().where(F.col("time").between(0, LAST_TIME))
     rows = rows.withColumns({EVENT_TIME: F.timestamp_millis("time"), KEY: _key(buckets)})
     return (
-        rows.withWatermark(EVENT_TIME, f"{late} milliseconds")
+        rows.withWatermark(EVENT_TIME, f"{delay} milliseconds")
         .groupBy(KEY)
         .transformWithStateInPandas(
             Continued(question, schema, found.empty.schema, buckets),
