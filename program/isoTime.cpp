@@ -2,32 +2,13 @@
 
 #include "engine/columns/ResultSchema.h"
 
+#include "qorvel/base/calendar.h"
+
 namespace program {
 
 namespace {
 
 constexpr std::int64_t kMsPerDay = 86400000;
-
-struct Date {
-    std::int64_t year;
-    std::int64_t month;
-    std::int64_t day;
-};
-
-/// Howard Hinnant, "chrono-Compatible Low-Level Date Algorithms" (civil_from_days): eras of 400
-/// years, years that begin in March.
-Date toDate(std::int64_t daysSince1970) {
-    const std::int64_t days = daysSince1970 + 719468;
-    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-    const std::int64_t dayOfEra = days - era * 146097;
-    const std::int64_t yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::int64_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::int64_t marchMonth = (5 * dayOfYear + 2) / 153;
-    const std::int64_t month = marchMonth < 10 ? marchMonth + 3 : marchMonth - 9;
-    return {yearOfEra + era * 400 + (month <= 2 ? 1 : 0), month,
-            dayOfYear - (153 * marchMonth + 2) / 5 + 1};
-}
 
 /// Puts so many digits there, with leading zeros; the value is not negative and has no more.
 template <int kDigits>
@@ -38,23 +19,22 @@ void put(char* at, std::int64_t value) {
     }
 }
 
-/// The way back (days_from_civil), by the same source.
-std::int64_t toDays(const Date& date) {
-    const std::int64_t year = date.month <= 2 ? date.year - 1 : date.year;
-    const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
-    const std::int64_t yearOfEra = year - era * 400;
-    const std::int64_t marchMonth = date.month > 2 ? date.month - 3 : date.month + 9;
-    const std::int64_t dayOfYear = (153 * marchMonth + 2) / 5 + date.day - 1;
-    const std::int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + dayOfEra - 719468;
+/// As it is written: the month from 1.
+struct Date {
+    std::int64_t year = 0;
+    std::int64_t month = 0;
+    std::int64_t day = 0;
+};
+
+/// The first day of its month, and of the month after it.
+std::int64_t firstDay(const Date& date, int monthsLater) {
+    return qorvel_detail::daysFromCivil(date.year, date.month - 1 + monthsLater);
 }
 
 /// Whether the calendar has that date.
 bool exists(const Date& date) {
-    if (date.month < 1 || date.month > 12 || date.day < 1 || date.day > 31) {
-        return false;
-    }
-    return toDate(toDays(date)).month == date.month; // else it is a day of the next one
+    return 1 <= date.month && date.month <= 12 && date.day >= 1 &&
+           date.day <= firstDay(date, 1) - firstDay(date, 0);
 }
 
 /// Takes a text piece by piece from its front.
@@ -178,12 +158,11 @@ void appendYear(std::string& out, std::int64_t year) {
 
 /// As clocks show it, without what says which clocks.
 void appendClock(std::string& out, std::int64_t time) {
-    const std::int64_t rest = time % kMsPerDay;
-    const std::int64_t msOfDay = rest < 0 ? rest + kMsPerDay : rest;
-    const Date date = toDate(time / kMsPerDay - (rest < 0 ? 1 : 0));
+    const auto [day, msOfDay] = qorvel_detail::floorDivide(time, kMsPerDay);
+    const qorvel_detail::CivilDate date = qorvel_detail::civilFromDays(day);
     appendYear(out, date.year);
     char text[] = "-00-00T00:00:00.000";
-    put<2>(text + 1, date.month);
+    put<2>(text + 1, date.month + 1);
     put<2>(text + 4, date.day);
     put<2>(text + 7, msOfDay / 3600000);
     put<2>(text + 10, msOfDay / 60000 % 60);
@@ -237,7 +216,7 @@ void appendBoxEnd(std::string& out, std::int64_t time,
 const char* readIsoTime(std::string_view text, IsoTime& result) {
     constexpr const char* kNoTime = "is no ISO 8601 time";
     Scanner scanner(text);
-    Date date{};
+    Date date;
     TimeOfDay time;
     std::int64_t offset = 0;
     if (!takeDate(scanner, date) || (!scanner.isAtEnd() && (scanner.takeOneOf("Tt ") == '\0' ||
@@ -249,7 +228,8 @@ const char* readIsoTime(std::string_view text, IsoTime& result) {
         return kNoTime;
     }
     const std::int64_t minutes = time.hour * 60 + time.minute - offset;
-    result.time = toDays(date) * kMsPerDay + minutes * 60000 + time.second * 1000 + time.ms;
+    result.time = (firstDay(date, 0) + date.day - 1) * kMsPerDay + minutes * 60000 +
+                  time.second * 1000 + time.ms;
     return faultOf(date, time);
 }
 

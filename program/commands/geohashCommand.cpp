@@ -4,8 +4,8 @@
 #include "engine/setup/cellSize.h"
 #include "engine/setup/numberText.h"
 #include "program/engineNames.h"
+#include "program/output/CellBounds.h"
 #include "program/output/TextFile.h"
-#include "program/output/cellShape.h"
 
 #include "qorvel/qorvel.h"
 

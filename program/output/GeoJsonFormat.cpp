@@ -1,6 +1,6 @@
 #include "program/output/GeoJsonFormat.h"
 
-#include "program/output/cellShape.h"
+#include "program/output/CellBounds.h"
 
 #include <charconv>
 
@@ -23,7 +23,7 @@ void appendPosition(std::string& text, double longitude, double latitude) {
     text += ']';
 }
 
-/// What cellPolygon gives, without making one.
+/// A closed ring, counter-clockwise.
 void appendCell(std::string& text, const SpaceBox& cell) {
     const CellBounds bounds = cellBounds(cell);
     text += '[';

@@ -1,6 +1,6 @@
 #include "program/output/OgrRows.h"
 
-#include "program/output/cellShape.h"
+#include "program/output/CellBounds.h"
 #include "program/output/jsonText.h"
 #include "program/output/valueText.h"
 
@@ -37,9 +37,23 @@ OGRSpatialReference wgs84() {
     return reference;
 }
 
+/// A closed ring, counter-clockwise.
+std::unique_ptr<OGRPolygon> polygonOf(const SpaceBox& cell) {
+    const CellBounds bounds = cellBounds(cell);
+    auto ring = std::make_unique<OGRLinearRing>();
+    ring->addPoint(bounds.west, bounds.south);
+    ring->addPoint(bounds.east, bounds.south);
+    ring->addPoint(bounds.east, bounds.north);
+    ring->addPoint(bounds.west, bounds.north);
+    ring->addPoint(bounds.west, bounds.south);
+    auto polygon = std::make_unique<OGRPolygon>();
+    polygon->addRingDirectly(ring.release());
+    return polygon;
+}
+
 std::unique_ptr<OGRGeometry> shapeOf(const ResultTable& table, std::size_t row) {
     const SpaceBox* const cell = table.cell(row);
-    return cell == nullptr ? nullptr : cellPolygon(*cell);
+    return cell == nullptr ? nullptr : polygonOf(*cell);
 }
 
 /// A text field ends at a NUL.

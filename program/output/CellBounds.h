@@ -1,11 +1,7 @@
-#ifndef QORVEL_PROGRAM_OUTPUT_CELLSHAPE_H
-#define QORVEL_PROGRAM_OUTPUT_CELLSHAPE_H
+#ifndef QORVEL_PROGRAM_OUTPUT_CELLBOUNDS_H
+#define QORVEL_PROGRAM_OUTPUT_CELLBOUNDS_H
 
 #include "qorvel/geohash/SpaceBox.h"
-
-#include <memory>
-
-class OGRPolygon;
 
 namespace program {
 
@@ -21,9 +17,6 @@ struct CellBounds {
 
 /// From the bits of the cell, of which there may be any number; those above 128 are ignored.
 CellBounds cellBounds(const SpaceBox& cell);
-
-/// A closed ring, counter-clockwise.
-std::unique_ptr<OGRPolygon> cellPolygon(const SpaceBox& cell);
 
 } // namespace program
 
