@@ -63,7 +63,7 @@ install_page_packages() {
 prepare_page_tests() {
     mkdir -p build/page
     cp tests/page/package*.json "$1"/*.mjs build/page/
-    npm ci --prefix build/page --silent --no-audit --no-fund
+    npm ci --prefix build/page --loglevel=error --no-audit --no-fund
 }
 
 build_and_test() {
