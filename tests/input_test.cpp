@@ -689,7 +689,12 @@ TEST(Input, HasManyFiles) {
     const std::string remark = "3 times are plain numbers and were read as seconds.";
     const std::string utc =
         "1 time has no offset and was read as UTC (--time-zone names another zone).";
-    EXPECT_EQ(of({scratch("many")}), "a 1|b 2|a 3|b 4|" + utc + remark);
+    std::filesystem::create_directory_symlink(scratch("many"), scratch("many/day=2/round"));
+    EXPECT_EQ(of({scratch("many")}), "a 1|b 2|a 3|b 4|" + utc + remark +
+                                         "1 file in a folder was not read, as its name does not "
+                                         "tell its format.1 link to a folder was not followed.");
+    EXPECT_TRUE(has(of({scratch("many/day=2")}), "a 3|b 4|2 times")) << "one file";
+    EXPECT_TRUE(has(of({scratch("many/day=2")}), "1 link to a folder was not followed."));
     EXPECT_TRUE(has(of({scratch("many/*.csv"), scratch("many/day*/a*")}), "b 2|a 3|b 4|"));
     EXPECT_TRUE(has(of({scratch("many/b.csv"), scratch("many/./b.csv"), scratch("many/b*")}),
                     "b 2|1 time"));

@@ -140,7 +140,7 @@ void settle(RunOptions& run) {
         isSameFile(run.state.file, run.rejectsFile)) {
         throw usageFailure("--state cannot be a file that rows are written to");
     }
-    for (const std::string& file : inputFiles(run.input)) {
+    for (const std::string& file : inputFiles(run.input).names) {
         refuseAmbiguous(file);
         const std::string input = file == "-" ? "/dev/stdin" : file;
         if (isSameFile(run.rejectsFile, input)) {

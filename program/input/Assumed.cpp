@@ -7,6 +7,8 @@ Assumed& Assumed::operator+=(const Assumed& other) {
     seconds += other.seconds;
     microseconds += other.microseconds;
     nanoseconds += other.nanoseconds;
+    withoutFormat += other.withoutFormat;
+    linkedFolders += other.linkedFolders;
     return *this;
 }
 
@@ -26,6 +28,10 @@ std::vector<std::string> Assumed::remarks() const {
         tell(count, std::string(" time is a plain number and was read as ") + unit,
              std::string(" times are plain numbers and were read as ") + unit);
     }
+    tell(withoutFormat, " file in a folder was not read, as its name does not tell its format",
+         " files in folders were not read, as their names do not tell their formats");
+    tell(linkedFolders, " link to a folder was not followed",
+         " links to folders were not followed");
     return sentences;
 }
 

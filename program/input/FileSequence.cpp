@@ -39,9 +39,11 @@ bool isRegular(const std::string& file) {
 
 } // namespace
 
-FileSequence::FileSequence(const InputOptions& options, std::vector<std::string> files)
-    : options_(options), files_(worthReading(std::move(files))),
+FileSequence::FileSequence(const InputOptions& options, InputFiles files)
+    : options_(options), files_(worthReading(std::move(files.names))),
       isRepeatable_(std::all_of(files_.begin(), files_.end(), isRegular)) {
+    notRead_.withoutFormat = files.withoutFormat;
+    notRead_.linkedFolders = files.linkedFolders;
     open(0);
 }
 
@@ -67,7 +69,8 @@ std::optional<double> FileSequence::shareRead() const {
 }
 
 Assumed FileSequence::assumed() const {
-    Assumed all = before_;
+    Assumed all = notRead_;
+    all += before_;
     return all += source_->assumed();
 }
 

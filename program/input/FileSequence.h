@@ -2,18 +2,19 @@
 #define QORVEL_PROGRAM_INPUT_FILESEQUENCE_H
 
 #include "program/input/FixSource.h"
+#include "program/input/inputFiles.h"
 
 #include <cstddef>
 #include <vector>
 
 namespace program {
 
-/// Several files one after another, as one input; one is open at a time.
+/// Files one after another, as one input; one is open at a time.
 class FileSequence : public FixSource {
 public:
     /// Opens the first; see openFixSource for the rest.
-    /// @param files  two or more
-    FileSequence(const InputOptions& options, std::vector<std::string> files);
+    /// @param files  one or more
+    FileSequence(const InputOptions& options, InputFiles files);
 
     bool next() override;
     std::string read(Fix& fix) override { return source_->read(fix); }
@@ -27,18 +28,19 @@ public:
     std::optional<double> shareRead() const override;
     /// Of the file that is read.
     const std::string& name() const override { return source_->name(); }
-    bool isSeveral() const override { return true; }
+    bool isSeveral() const override { return files_.size() > 1; }
     Assumed assumed() const override;
 
 private:
     void open(std::size_t index);
 
     InputOptions options_;
+    Assumed notRead_;
     std::vector<std::string> files_;
     bool isRepeatable_;
     std::size_t index_ = 0;
     std::unique_ptr<FixSource> source_; ///< never null
-    Assumed before_;                    ///< about the files before
+    Assumed before_;                    ///< of the files before
 };
 
 } // namespace program

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <glob.h>
 #include <set>
-#include <utility>
 
 namespace program {
 
@@ -32,7 +31,7 @@ bool isFolder(const std::string& name) {
     throw Failure(ExitCode::broken, name + ": " + what);
 }
 
-std::vector<std::string> filesBelow(const std::string& folder) {
+void addFilesBelow(const std::string& folder, InputFiles& input) {
     std::vector<std::string> files;
     std::error_code error;
     fs::recursive_directory_iterator at(folder, error);
@@ -41,8 +40,12 @@ std::vector<std::string> filesBelow(const std::string& folder) {
         std::error_code none;
         if (isHidden(path)) {
             at.disable_recursion_pending();
+        } else if (at->is_directory(none)) {
+            input.linkedFolders += at->is_symlink(none) ? 1U : 0U;
         } else if (at->is_regular_file(none) && tellsFormat(path.string())) {
             files.push_back(path.string());
+        } else {
+            ++input.withoutFormat;
         }
         if (files.size() > kMostFiles) {
             fail(folder, "there are more than a million files of tracks in it");
@@ -55,7 +58,7 @@ std::vector<std::string> filesBelow(const std::string& folder) {
         fail(folder, "no file in the folder has a name that tells its format, as .csv does");
     }
     std::sort(files.begin(), files.end());
-    return files;
+    input.names.insert(input.names.end(), files.begin(), files.end());
 }
 
 std::vector<std::string> filesThatFit(const std::string& pattern) {
@@ -75,31 +78,32 @@ bool isPattern(const std::string& name) {
 }
 
 /// Patterns overlap: a file is read once, whatever it is called by.
-std::vector<std::string> withoutRepeats(std::vector<std::string> files) {
+void dropRepeats(std::vector<std::string>& files) {
     std::set<std::string> known;
     std::erase_if(files, [&known](const std::string& file) {
         std::error_code error;
         const fs::path path = fs::canonical(file, error);
         return !error && !known.insert(path.string()).second;
     });
-    return files;
 }
 
 } // namespace
 
-std::vector<std::string> inputFiles(const InputOptions& options) {
-    std::vector<std::string> files;
+InputFiles inputFiles(const InputOptions& options) {
+    InputFiles input;
     for (const std::string& name : options.names) {
         const std::vector<std::string> fitting =
             isPattern(name) ? filesThatFit(name) : std::vector<std::string>{name};
         for (const std::string& file : fitting) {
-            const bool isWhole = !options.gdalDriver.empty() || !isFolder(file);
-            const std::vector<std::string> each =
-                isWhole ? std::vector<std::string>{file} : filesBelow(file);
-            files.insert(files.end(), each.begin(), each.end());
+            if (!options.gdalDriver.empty() || !isFolder(file)) {
+                input.names.push_back(file);
+            } else {
+                addFilesBelow(file, input);
+            }
         }
     }
-    return withoutRepeats(std::move(files));
+    dropRepeats(input.names);
+    return input;
 }
 
 } // namespace program

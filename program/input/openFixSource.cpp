@@ -79,12 +79,12 @@ std::unique_ptr<FixSource> openFixSource(const InputOptions& options) {
 }
 
 std::unique_ptr<FixSource> openTracks(const InputOptions& options) {
-    std::vector<std::string> files = inputFiles(options);
-    if (files.size() > 1) {
+    InputFiles files = inputFiles(options);
+    if (files.names.size() > 1 || files.withoutFormat > 0 || files.linkedFolders > 0) {
         return std::make_unique<FileSequence>(options, std::move(files));
     }
     InputOptions only = options;
-    only.file = files.front();
+    only.file = files.names.front();
     return openFixSource(only);
 }
 
