@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 from collections.abc import Mapping, Sequence
-from typing import Any, TypeAlias
+from typing import Any, NamedTuple, TypeAlias
 
 from pyspark.sql import Column, DataFrame
 from pyspark.sql import functions as F
@@ -66,7 +66,7 @@ def stays(
         Before a task starts: a column that is missing or of another type, a setting or a
         configuration that is refused.
     """
-    return _ask("stays", frame, config, columns, partitions, order_by, settings)
+    return _ask(_Call("stays", frame, config, columns, partitions, order_by, settings))
 
 
 def places(
@@ -82,7 +82,7 @@ def places(
 
     Parameters as `stays` has them, settings as `qorvel.places` has them.
     """
-    return _ask("places", frame, config, columns, partitions, order_by, settings)
+    return _ask(_Call("places", frame, config, columns, partitions, order_by, settings))
 
 
 def presence(
@@ -98,7 +98,7 @@ def presence(
 
     Parameters as `stays` has them, settings as `qorvel.presence` has them.
     """
-    return _ask("presence", frame, config, columns, partitions, order_by, settings)
+    return _ask(_Call("presence", frame, config, columns, partitions, order_by, settings))
 
 
 def hangouts(
@@ -114,7 +114,7 @@ def hangouts(
 
     Parameters as `stays` has them, settings as `qorvel.hangouts` has them.
     """
-    return _ask("hangouts", frame, config, columns, partitions, order_by, settings)
+    return _ask(_Call("hangouts", frame, config, columns, partitions, order_by, settings))
 
 
 def boxes(
@@ -168,60 +168,57 @@ def rejects(
     return frame.mapInArrow(Rejects(question), schema)
 
 
-def _ask(
-    analysis: str,
-    frame: DataFrame,
-    config: str | os.PathLike[str] | None,
-    columns: Mapping[str, str] | None,
-    partitions: int | None,
-    order_by: Order | None,
-    settings: Mapping[str, Any],
-) -> DataFrame:
-    expect_count(partitions)
-    if isinstance(frame, DataFrame) and frame.isStreaming:
-        return _ask_stream(analysis, frame, config, columns, partitions, order_by, settings)
-    found = look_at(frame, columns, keys=config is not None)
+class _Call(NamedTuple):
+    """What a question about each entity by itself is asked with."""
+
+    analysis: str
+    frame: DataFrame
+    config: str | os.PathLike[str] | None
+    columns: Mapping[str, str] | None
+    partitions: int | None
+    order_by: Order | None
+    settings: Mapping[str, Any]
+
+
+def _ask(call: _Call) -> DataFrame:
+    expect_count(call.partitions)
+    if isinstance(call.frame, DataFrame) and call.frame.isStreaming:
+        return _ask_stream(call)
+    found = look_at(call.frame, call.columns, keys=call.config is not None)
     # Rows in the order of time are held no longer than needed to see that it goes on.
-    in_time = analysis in ("stays", "places") and order_by is None
-    question = make_question(analysis, found, config, settings)
+    in_time = call.analysis in ("stays", "places") and call.order_by is None
+    question = make_question(call.analysis, found, call.config, call.settings)
     question = question.where(late="1 milliseconds" if in_time else "ever")
     schema = results_of(question, found)
     order = found.order()
     rows = found.select()
-    if order_by is not None:
-        said = [column.alias(f"order {i}") for i, column in enumerate(order_columns(order_by))]
+    if call.order_by is not None:
+        named = enumerate(order_columns(call.order_by))
+        said = [column.alias(f"order {i}") for i, column in named]
         order = [F.col(f"`order {i}`") for i in range(len(said))]
         rows = found.select(*said)
     return (
-        spread(rows, partitions, "entity")
+        spread(rows, call.partitions, "entity")
         .sortWithinPartitions("entity", *order)
         .select(*found.chosen)
         .mapInArrow(Answers(question, schema), from_arrow_schema(schema))
     )
 
 
-def _ask_stream(
-    analysis: str,
-    frame: DataFrame,
-    config: str | os.PathLike[str] | None,
-    columns: Mapping[str, str] | None,
-    partitions: int | None,
-    order_by: Order | None,
-    settings: Mapping[str, Any],
-) -> DataFrame:
-    if analysis == "places":
+def _ask_stream(call: _Call) -> DataFrame:
+    if call.analysis == "places":
         raise Error(
             "Places hang on all stays, to the last: a stream has none. Write its stays, and ask a "
             "batch for the places of a time.",
             Code.MISUSE,
         )
-    if settings.get("final"):
+    if call.settings.get("final"):
         raise Error(
             "The last figures of a record are known at the end, which a stream does not have: "
             "leave out final, and ask a batch for them.",
             Code.BAD_CONFIGURATION,
         )
-    if partitions is not None or order_by is not None:
+    if call.partitions is not None or call.order_by is not None:
         raise Error(
             "In a stream rows are taken by their time, and spark.sql.shuffle.partitions says into "
             "how many partitions: leave out partitions and order_by.",
@@ -229,4 +226,4 @@ def _ask_stream(
         )
     from qorvel.spark import _stream  # which needs protobuf, and batches do not
 
-    return _stream.ask(analysis, frame, config, columns, settings)
+    return _stream.ask(call.analysis, call.frame, call.config, call.columns, call.settings)
