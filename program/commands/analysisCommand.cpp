@@ -1,6 +1,7 @@
 #include "program/commands/analysisCommand.h"
 
 #include "engine/run/Session.h"
+#include "engine/run/advice.h"
 #include "program/Interrupt.h"
 #include "program/commands/BatchReader.h"
 #include "program/commands/OldestTimes.h"
@@ -8,7 +9,6 @@
 #include "program/commands/Rejects.h"
 #include "program/commands/RunState.h"
 #include "program/commands/RunSummary.h"
-#include "program/commands/advice.h"
 #include "program/input/FixBatch.h"
 #include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
@@ -19,6 +19,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <sys/resource.h>
 #include <vector>
 
@@ -49,6 +50,15 @@ std::string sentenceOf(const Remark& remark) {
     }
     return remark.sentence;
 }
+
+std::string optionName(std::string_view name) {
+    std::string option = "--" + std::string(name);
+    std::replace(option.begin(), option.end(), '_', '-');
+    return option;
+}
+
+constexpr AdviceWords kAdviceWords{optionName, "--entity-column", "\"qorvel explain --row N\"",
+                                   "\"qorvel check\""};
 
 /// Are there results that come only when a silence, or the end, makes them final?
 bool isKnownAtEnd(const AnalysisOptions& analysis) {
@@ -305,7 +315,8 @@ private:
             }
             return sentences;
         }
-        const std::string advice = adviceOn(options_, figures, session_->inputFigures());
+        const std::string advice = adviceOn(options_.analysis, options_.config, figures,
+                                            session_->inputFigures(), kAdviceWords);
         if (!advice.empty() && !isCutOff_) {
             sentences.push_back(advice);
         }

@@ -1,6 +1,7 @@
 #include "src/PySession.h"
 
 #include "engine/run/Reject.h"
+#include "engine/run/advice.h"
 #include "src/faults.h"
 #include "src/settings.h"
 
@@ -37,6 +38,9 @@ constexpr std::chrono::milliseconds kFast{20};
 constexpr std::chrono::milliseconds kSlow{60};
 
 constexpr std::chrono::milliseconds kBetweenLooks{40};
+
+constexpr AdviceWords kWords{[](std::string_view name) { return std::string(name); },
+                             "columns={\"entity\": ...}", "qorvel.explain", "qorvel.check"};
 
 std::int64_t sliceRows(const InputBatch& batch) {
     return std::max(kSliceRows, batch.longestDictionary() / kRowsPerEntry);
@@ -88,10 +92,12 @@ private:
 
 PySession::PySession(const std::string& question, const nb::dict& settings)
     : process_(getpid()), pace_(kFirstRows) {
-    const Settings read = readSettings(question, settings);
+    Settings read = readSettings(question, settings);
     forgets_ = !read.session.late && read.analysis.question != Question::boxes;
+    analysis_ = read.analysis;
+    config_ = std::move(read.config);
     const nb::gil_scoped_release unlocked;
-    session_ = std::make_unique<Session>(read.analysis, read.config, read.session);
+    session_ = std::make_unique<Session>(analysis_, config_, read.session);
 }
 
 PySession::~PySession() {
@@ -289,6 +295,11 @@ std::vector<std::string> PySession::remarks() {
     std::vector<std::string> sentences;
     for (qorvel_engine::Remark& remark : session_->remarks()) {
         sentences.push_back(std::move(remark.sentence));
+    }
+    std::string advice =
+        adviceOn(analysis_, config_, session_->figures(), session_->inputFigures(), kWords);
+    if (!advice.empty()) {
+        sentences.push_back(std::move(advice));
     }
     return sentences;
 }

@@ -60,6 +60,7 @@ public:
     /// The same of rows that could not be used.
     std::unique_ptr<Results> takeRejects();
 
+    /// After `finish`; with advice on an answer that is empty.
     std::vector<std::string> remarks();
 
     /// Rows pushed, processed, rejected and late, those out of order, and results.
@@ -82,6 +83,8 @@ private:
     void watch(const std::function<void()>& work);
 
     bool forgets_; ///< does it matter how old rows to come are?
+    qorvel_engine::AnalysisOptions analysis_;
+    qorvel_engine::Config config_;
     std::unique_ptr<qorvel_engine::Session> session_;
     std::vector<qorvel_engine::ResultBatch> final_;
     std::atomic<bool> isBusy_ = false;

@@ -265,3 +265,23 @@ def test_labels_are_the_rows_of_each_stay(program, world):
     for size, threads in ((1, 2), (777, 1)):
         got = answer("stays", batched(table, size), threads=threads, label=True).to_polars()
         assert got.sort("row").equals(wanted)
+
+
+def test_an_empty_answer_says_what_would_change_it():
+    every = {"entity": ["a", "b"] * 3, "lat": [47.0] * 6, "lon": [8.0, 8.0001] * 3}
+    every["time"] = [i * 1_200_000 for i in range(6)]
+    config = '[[master]]\nname = "m"\n[[assignment]]\nmaster = "m"\n[[presence]]\nmaster = "m"\n'
+    for result, words in (
+        (
+            qorvel.stays(every, max_gap="5 minutes", max_bridge="5 minutes"),
+            "farther than max_bridge (5 minutes)",
+        ),
+        (qorvel.meet(every, apart="10 seconds"), "with apart (10 seconds): a longer one"),
+        (qorvel.meet(every | {"entity": ["a"] * 6}), 'columns={"entity": ...} says which'),
+        (qorvel.presence(every, min_count=9), "where min_count asks for 9"),
+        (qorvel.presence(every, config=config), "qorvel.explain says what a row lacks"),
+    ):
+        assert len(result) == 0
+        (remark,) = result.remarks
+        assert words in remark
+    assert qorvel.boxes(every).remarks == ()
