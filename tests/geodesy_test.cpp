@@ -1,5 +1,5 @@
 #include "qorvel/base/calendar.h"
-#include "qorvel/geodesy/detail/decode.h"
+#include "qorvel/base/decode.h"
 #include "qorvel/qorvel.h"
 
 #include <chrono>

@@ -1,17 +1,14 @@
 #include "qorvel/facade/QorvelMotionProcessorAPI.h"
 
+#include "qorvel/base/decode.h"
 #include "qorvel/base/keys.h"
 #include "qorvel/base/underLock.h"
-#include "qorvel/geodesy/detail/decode.h"
 #include "qorvel/geohash/UtilG2.h"
-#include "qorvel/geohash/detail/Cell.h"
 #include "qorvel/model/EIDName.h"
 #include "qorvel/model/MasterName.h"
 #include "qorvel/model/PrimaryKey.h"
 #include "qorvel/model/SecondaryKey.h"
 #include "qorvel/model/detail/check.h"
-
-#include <algorithm>
 
 QORVEL_BEGIN_NAMESPACE
 
@@ -132,17 +129,10 @@ int QorvelMotionProcessorAPI::toString(const SpaceBox& box, std::string& out, st
 
 int QorvelMotionProcessorAPI::getCentroid(const SpaceBox& box, double& latitude, double& longitude,
                                           std::stringstream&) {
-    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), qorvel_detail::kMaxDepth);
-    const qorvel_detail::Cell kept = qorvel_detail::significant(UINT64_MAX, UINT64_MAX, depth);
-    const std::uint64_t first = box.getFirst64Bits();
-    const std::uint64_t second = box.getSecond64Bits();
-    // The upper corner is the last code inside the cell, not the cell's outer edge.
-    const qorvel_detail::Degrees lower =
-        qorvel_detail::decodeInterleaved(first & kept.first, second & kept.second);
-    const qorvel_detail::Degrees upper =
-        qorvel_detail::decodeInterleaved(first | ~kept.first, second | ~kept.second);
-    latitude = (lower.latitude + upper.latitude) / 2.0;
-    UtilG2::midLongitude(lower.longitude, upper.longitude, longitude);
+    const qorvel_detail::Degrees centre = qorvel_detail::centreOf(
+        box.getFirst64Bits(), box.getSecond64Bits(), box.getGeoHashBitDepth());
+    latitude = centre.latitude;
+    longitude = centre.longitude;
     return kSuccess;
 }
 

@@ -1,7 +1,7 @@
 #include "qorvel/geodesy/AbstractPointGeodetic.h"
 
+#include "qorvel/base/decode.h"
 #include "qorvel/geodesy/BoundingBox.h"
-#include "qorvel/geodesy/detail/decode.h"
 
 #include <cmath>
 #include <locale>

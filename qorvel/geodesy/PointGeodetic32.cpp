@@ -1,6 +1,6 @@
 #include "qorvel/geodesy/PointGeodetic32.h"
 
-#include "qorvel/geodesy/detail/decode.h"
+#include "qorvel/base/decode.h"
 
 QORVEL_BEGIN_NAMESPACE
 

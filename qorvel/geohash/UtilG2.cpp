@@ -1,10 +1,11 @@
 #include "qorvel/geohash/UtilG2.h"
 
 #include "qorvel/base/calendar.h"
+#include "qorvel/base/cellText.h"
+#include "qorvel/base/decode.h"
 #include "qorvel/geodesy/PointGeodetic128.h"
 #include "qorvel/geodesy/detail/GeodesyContext.h"
 #include "qorvel/geodesy/detail/angles.h"
-#include "qorvel/geodesy/detail/decode.h"
 #include "qorvel/geodesy/distanceByMetric.h"
 #include "qorvel/geohash/SpaceBox.h"
 #include "qorvel/geohash/detail/Cell.h"
@@ -25,7 +26,7 @@ namespace {
 constexpr std::int32_t kCodeBits = 64;
 constexpr std::int32_t kSpheroidalMetric = 2;
 
-constexpr std::string_view kAlphabet = "0123456789bcdefghjkmnpqrstuvwxyz";
+using qorvel_detail::kCellAlphabet;
 constexpr std::int8_t kRejected = 124;
 
 consteval std::array<std::int8_t, 128> makeCharacterValues() {
@@ -33,8 +34,8 @@ consteval std::array<std::int8_t, 128> makeCharacterValues() {
     for (std::int8_t& value : values) {
         value = kRejected;
     }
-    for (std::size_t i = 0; i < kAlphabet.size(); ++i) {
-        const char character = kAlphabet[i];
+    for (std::size_t i = 0; i < kCellAlphabet.size(); ++i) {
+        const char character = kCellAlphabet[i];
         const bool isLetter = character >= 'a';
         values[static_cast<std::size_t>(character)] = static_cast<std::int8_t>(i);
         values[static_cast<std::size_t>(isLetter ? character - 'a' + 'A' : character)] =
@@ -71,26 +72,6 @@ void packSixteen(const std::uint32_t* v, std::uint16_t* chunks) {
     chunks[4] = lowChunk(v[12] << 15 | v[13] << 10 | v[14] << 5 | v[15]);
 }
 
-void unpackSixteen(const std::uint16_t* chunks, std::uint32_t* v) {
-    const std::array<std::uint32_t, 5> c = {chunks[0], chunks[1], chunks[2], chunks[3], chunks[4]};
-    v[0] = c[0] >> 11;
-    v[1] = c[0] >> 6 & 31U;
-    v[2] = c[0] >> 1 & 31U;
-    v[3] = (c[0] << 4 | c[1] >> 12) & 31U;
-    v[4] = c[1] >> 7 & 31U;
-    v[5] = c[1] >> 2 & 31U;
-    v[6] = (c[1] << 3 | c[2] >> 13) & 31U;
-    v[7] = c[2] >> 8 & 31U;
-    v[8] = c[2] >> 3 & 31U;
-    v[9] = (c[2] << 2 | c[3] >> 14) & 31U;
-    v[10] = c[3] >> 9 & 31U;
-    v[11] = c[3] >> 4 & 31U;
-    v[12] = (c[3] << 1 | c[4] >> 15) & 31U;
-    v[13] = c[4] >> 10 & 31U;
-    v[14] = c[4] >> 5 & 31U;
-    v[15] = c[4] & 31U;
-}
-
 constexpr std::size_t kInBlock = 16;
 constexpr std::size_t kBlockChunks = 5;
 constexpr std::size_t kWordChunks = 4;
@@ -113,12 +94,6 @@ std::uint64_t wordOf(const std::uint16_t* chunks) {
         word = word << 16 | chunks[i];
     }
     return word;
-}
-
-void splitWord(std::uint64_t word, std::uint16_t* chunks) {
-    for (std::size_t i = kWordChunks; i-- > 0; word >>= 16) {
-        chunks[i] = static_cast<std::uint16_t>(word & 0xFFFFU);
-    }
 }
 
 /// A box that only its depth tells apart.
@@ -178,20 +153,10 @@ bool UtilG2::stringToSpaceBox(const std::string& geohash, SpaceBox& box) {
 }
 
 std::string UtilG2::spaceBoxToString(const SpaceBox& box) {
-    const std::uint32_t depth = std::min(box.getGeoHashBitDepth(), qorvel_detail::kMaxDepth);
-    const qorvel_detail::Cell cell =
-        qorvel_detail::significant(box.getFirst64Bits(), box.getSecond64Bits(), depth);
-    Chunks chunks{}; // zeros follow the 128 bits
-    splitWord(cell.first, chunks.data());
-    splitWord(cell.second, chunks.data() + kWordChunks);
-    Values values;
-    unpackSixteen(chunks.data(), values.data());
-    unpackSixteen(chunks.data() + kBlockChunks, values.data() + kInBlock);
-    std::string text((depth + _BITS_PER_GEOHASH_CHAR - 1) / _BITS_PER_GEOHASH_CHAR, '\0');
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        text[i] = kAlphabet[values[i]];
-    }
-    return text;
+    const std::uint32_t depth = box.getGeoHashBitDepth();
+    std::array<char, qorvel_detail::kCellTextRoom> text;
+    qorvel_detail::writeCellText(box.getFirst64Bits(), box.getSecond64Bits(), depth, text.data());
+    return {text.data(), qorvel_detail::cellTextLength(depth)};
 }
 
 bool UtilG2::pointToSpaceBoxes(const double& lat, const double& lon, const std::uint32_t& depth,

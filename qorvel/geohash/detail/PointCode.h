@@ -2,7 +2,7 @@
 #define QORVEL_GEOHASH_DETAIL_POINTCODE_H
 
 #include "qorvel/base/bits.h"
-#include "qorvel/geodesy/detail/decode.h"
+#include "qorvel/base/decode.h"
 #include "qorvel/geohash/detail/Cell.h"
 
 #include <array>
@@ -76,8 +76,10 @@ constexpr std::uint64_t spread(std::uint64_t code) {
 
 /// The cell of a point. All 128 bits are filled, whatever the depth.
 constexpr Cell interleave(PointCode code, std::uint32_t depth) {
+    // A corner of a cell has zeros behind the bits that count.
+    const bool isLong = ((code.longitude | code.latitude) & UINT32_MAX) != 0;
     return {spread(code.longitude >> 32) << 1 | spread(code.latitude >> 32),
-            spread(code.longitude) << 1 | spread(code.latitude), depth};
+            isLong ? spread(code.longitude) << 1 | spread(code.latitude) : 0, depth};
 }
 
 } // namespace qorvel_detail
