@@ -214,8 +214,31 @@ struct EntityDictionary::State {
         return number < count.load(std::memory_order_acquire) ? names[number] : Name{nullptr, 0};
     }
 
+    /// Small integers need no hash: their numbers plus one stand at their place.
+    static constexpr std::uint64_t kSmall = std::uint64_t{1} << 16U;
+
+    std::uint64_t numberOfSmall(std::uint64_t bits) {
+        const auto place = static_cast<std::size_t>(bits);
+        if (place >= small.size()) {
+            small.resize(std::bit_ceil(std::max(place + 1, kFewSlots)));
+        }
+        if (small[place] == 0) {
+            small[place] = static_cast<std::uint32_t>(addInteger(bits) + 1);
+        }
+        return small[place] - std::uint64_t{1};
+    }
+
+    std::uint64_t addInteger(std::uint64_t bits) {
+        return findOrAdd(
+            mixed(bits, seed), [bits](const Name& other) { return other.size == bits; },
+            [bits] {
+                return Name{nullptr, bits};
+            });
+    }
+
     const EntityKind kind;
     const Seed seed;
+    std::vector<std::uint32_t> small;
     std::atomic<std::uint64_t> count{0};
     std::vector<Slot> slots;
     NameBlocks names;
@@ -237,11 +260,7 @@ std::uint64_t EntityDictionary::numberOf(std::string_view name) {
 
 std::uint64_t EntityDictionary::numberOf(std::uint64_t bits) {
     expectKind(state_->kind != EntityKind::text);
-    return state_->findOrAdd(
-        mixed(bits, state_->seed), [bits](const Name& other) { return other.size == bits; },
-        [bits] {
-            return Name{nullptr, bits};
-        });
+    return bits < State::kSmall ? state_->numberOfSmall(bits) : state_->addInteger(bits);
 }
 
 std::optional<std::uint64_t> EntityDictionary::find(const EntityNames& others,

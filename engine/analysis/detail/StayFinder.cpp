@@ -30,7 +30,7 @@ void StayFinder::take(const Observation& observation) {
     if (observation.isLate) {
         return;
     }
-    Entity& entity = *entities_.findOrAdd(event.eid).entity;
+    Entity& entity = findOrAdd(event.eid);
     entity.held.add(
         {event.time, event.latitude, event.longitude, event.spaceTolerance, observation.row});
     proceed(entity, observation.oldestToCome);
@@ -44,16 +44,36 @@ void StayFinder::fetch(std::uint64_t later, std::uint64_t sooner) const {
     if (entities_.size() <= kFew) {
         return;
     }
-    if (const Slot* const slot = entities_.find(later)) {
-        const char* const place = reinterpret_cast<const char*>(slot->entity.get());
+    if (const Entity* const entity = find(later)) {
+        const char* const place = reinterpret_cast<const char*>(entity);
         for (std::size_t at = 0; at < sizeof(Entity); at += kLine) {
             __builtin_prefetch(place + at, 1);
         }
     }
-    if (const Slot* const slot = entities_.find(sooner)) {
-        slot->entity->held.fetchEnds();
-        slot->entity->detector.fetchBeads();
+    if (const Entity* const entity = find(sooner)) {
+        entity->held.fetchEnds();
+        entity->detector.fetchBeads();
     }
+}
+
+/// Null where nothing is kept of it.
+StayFinder::Entity* StayFinder::find(std::uint64_t eid) const {
+    Lately& lately = latelyOf(eid);
+    if (lately.entity == nullptr || lately.eid != eid) {
+        const Slot* const slot = entities_.find(eid);
+        if (slot == nullptr) {
+            return nullptr;
+        }
+        lately = {eid, slot->entity.get()};
+    }
+    return lately.entity;
+}
+
+StayFinder::Entity& StayFinder::findOrAdd(std::uint64_t eid) {
+    if (Entity* const known = find(eid)) {
+        return *known;
+    }
+    return *entities_.findOrAdd(eid).entity;
 }
 
 void StayFinder::collect(std::int64_t time) {
@@ -61,6 +81,7 @@ void StayFinder::collect(std::int64_t time) {
         proceed(*slot.entity, time);
         gather(slot.eid);
     });
+    lately_ = {};
     entities_.eraseIf([](const Slot& slot) { return slot.entity->isIdle(); });
 }
 
@@ -72,6 +93,7 @@ void StayFinder::finish() {
         slot.entity->detector.finish(work_);
         gather(slot.eid);
     });
+    lately_ = {};
     entities_ = {};
 }
 
@@ -86,12 +108,13 @@ bool StayFinder::save(std::uint64_t eid, StateWriter& out) const {
 }
 
 void StayFinder::load(std::uint64_t eid, StateReader& in) {
-    Entity& entity = *entities_.findOrAdd(eid).entity;
+    Entity& entity = findOrAdd(eid);
     entity.held.load(in);
     entity.detector.load(in);
 }
 
 void StayFinder::forgetEntities(const std::vector<std::uint64_t>& eids) {
+    lately_ = {};
     entities_.eraseIf(
         [&](const Slot& slot) { return std::binary_search(eids.begin(), eids.end(), slot.eid); });
 }

@@ -11,6 +11,7 @@
 #include "qorvel/base/FlatTable.h"
 #include "qorvel/base/hashing.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -84,11 +85,21 @@ private:
         static std::uint64_t hash(Key key) { return qorvel_detail::mix(key); }
     };
 
+    /// Who was looked up lately: a row that comes soon, or the same entity again.
+    struct Lately {
+        std::uint64_t eid = 0;
+        Entity* entity = nullptr; ///< null: nobody
+    };
+    Lately& latelyOf(std::uint64_t eid) const { return lately_[eid % lately_.size()]; }
+
+    Entity* find(std::uint64_t eid) const;
+    Entity& findOrAdd(std::uint64_t eid);
     void proceed(Entity& entity, std::int64_t time);
     void gather(std::uint64_t eid);
 
     StayDetector::Work work_;
     qorvel_detail::FlatTable<Slot> entities_;
+    mutable std::array<Lately, 64> lately_; ///< none of them while entities may go
     std::vector<FoundStay> found_;
 };
 
