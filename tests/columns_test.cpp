@@ -1,3 +1,4 @@
+#include "engine/analysis/BoxResult.h"
 #include "engine/columns/ArrowOwner.h"
 #include "engine/columns/EntityDictionary.h"
 #include "engine/columns/Fault.h"
@@ -199,6 +200,10 @@ void expectRows(const Observations& batch, const std::vector<ReasonRow>& rows) {
             ASSERT_EQ(lineOf(batch, i), lineOf(row));
         }
     }
+    std::vector<R> reasons(rows.size());
+    const bool isGood = batch.check(0, batch.size(), reasons.data());
+    EXPECT_EQ(isGood, std::ranges::count(reasons, R::none) == batch.size());
+    EXPECT_TRUE(std::ranges::equal(reasons, rows, {}, {}, &ReasonRow::reason));
 }
 
 TEST(Rows, AreCheckedInMemoryOfTheHost) {
@@ -711,6 +716,36 @@ TEST(Results, AreWhatWasAppendedWhereverMemoryRunsOut) {
         }
         table.clear();
         EXPECT_EQ(table.size(), 0U);
+    }
+}
+
+/// Three of them and then so many, one by one and at once; where that is all or nothing, wherever
+/// memory runs out.
+template <class Result>
+void expectSameAtOnce(const std::vector<Result>& results, std::size_t count, bool isAllOrNothing) {
+    ResultTable oneByOne = Result::layout().makeTable(somebody(EntityKind::text));
+    ResultTable atOnce = Result::layout().makeTable(somebody(EntityKind::text));
+    for (const std::size_t rows : {std::size_t{3}, count}) {
+        std::for_each_n(results.begin(), rows, [&](const auto& one) { oneByOne.append(one); });
+        const auto append = [&] { Result::layout().append(results.data(), rows, atOnce); };
+        isAllOrNothing ? void(failEachAllocation(append)) : append();
+    }
+    ASSERT_EQ(atOnce.size(), oneByOne.size());
+    for (std::size_t row = 0; row < atOnce.size(); ++row) {
+        ASSERT_EQ(lineOf(atOnce, row), lineOf(oneByOne, row));
+        ASSERT_EQ(*atOnce.cell(row), *oneByOne.cell(row));
+    }
+}
+
+TEST(Results, AreTheSameAppendedManyAtOnce) {
+    const std::vector<Everything> results = manyResults(600);
+    std::vector<BoxResult> boxes;
+    for (const Everything& one : results) {
+        boxes.push_back({one.entity, one.cell, one.start, one.end, one.count});
+    }
+    for (const std::size_t count : {0U, 1U, 600U}) {
+        expectSameAtOnce(boxes, count, true);
+        expectSameAtOnce(results, count, false);
     }
 }
 

@@ -341,11 +341,6 @@ private:
         known_;
 };
 
-struct Boxes : qorvel_port::BoxSink {
-    void take(const SpaceTimeBox& box) override { boxes.push_back(box); }
-    std::list<SpaceTimeBox> boxes;
-};
-
 /// A processor, and the same as figures: each record once, and at every event.
 struct Figured {
     explicit Figured(Stream& stream)
@@ -488,9 +483,14 @@ TEST_P(ModelBeside, Figures) {
         EXPECT_EQ("", model::difference(reported, figured->ofEvery.takeNew()));
         std::list<SpaceTimeBox> boxes;
         figured->real.getSTB(event, boxes);
-        Boxes sink;
-        figured->every.boxes(event, sink);
-        EXPECT_EQ("", model::difference(boxes, sink.boxes));
+        std::vector<qorvel_port::BoxFigures> figures;
+        figured->every.boxes(event, figures);
+        std::list<SpaceTimeBox> told;
+        for (const qorvel_port::BoxFigures& box : figures) {
+            told.emplace_back(SpaceBox(box.first, box.second, box.depth),
+                              TimeBox(box.start, box.end));
+        }
+        EXPECT_EQ("", model::difference(boxes, told));
         figured->expectRowTests(event);
         return reported.size();
     });

@@ -9,6 +9,7 @@
 #include "qorvel/model/STBCompressedEvent.h"
 #include "qorvel/model/SecondaryKey.h"
 #include "qorvel/model/SpaceTimeBoxSpec.h"
+#include "qorvel/model/detail/TimeBoxMemo.h"
 #include "qorvel/model/hash_STBCompressionSpec.h"
 #include "qorvel/model/hash_SpaceTimeBox.h"
 
@@ -138,6 +139,27 @@ TEST(TimeBoxSpec, HoldsTheTimeAndIsDefinedForEveryInput) {
         }
     }
     EXPECT_GT(plain, 5000);
+}
+
+TEST(TimeBoxSpec, IsTheSameRemembered) {
+    std::mt19937_64 random(2);
+    qorvel_detail::TimeBoxMemo memo;
+    TimeBoxSpec spec;
+    std::uint64_t bits = 0;
+    for (int i = 0; i < 50000; ++i) {
+        if (random() % 16 == 0) {
+            spec.count = static_cast<std::uint32_t>(random() % 14);
+            spec.unit = static_cast<std::uint32_t>(random() % 9);
+        }
+        bits = random() % 8 == 0 ? random() >> (random() % 64)
+                                 : bits + (random() >> (24 + random() % 40)) % 2000000000;
+        const auto time = static_cast<std::int64_t>(bits);
+        const auto near = static_cast<std::int64_t>(bits - random() % 1000);
+        ASSERT_EQ(memo.start(spec, time), spec.getTimeBoxStart(time)) << spec.count << time;
+        ASSERT_EQ(memo.startNear(spec, near), spec.getTimeBoxStart(near)) << spec.count << near;
+        ASSERT_EQ(memo.endNear(spec, near), spec.getTimeBoxEnd(near)) << spec.count << near;
+        ASSERT_EQ(memo.end(spec, time), spec.getTimeBoxEnd(time)) << spec.count << time;
+    }
 }
 
 TEST(TimeBox, IsNeverEmpty) {

@@ -71,6 +71,10 @@ public:
 
     virtual void take(const Observation& observation, Found& found) = 0;
 
+    /// After the last row of some: what is found in each by itself, see Analysis::lookBack, may be
+    /// put off until then, so that many results are appended at once.
+    virtual void endRows(Found&) {}
+
     /// Rows of these entities come soon, of the second one first: what is kept of them may be
     /// fetched ahead from memory.
     virtual void fetch(std::uint64_t, std::uint64_t) const {}
@@ -108,7 +112,7 @@ public:
     virtual void watch(const std::atomic<bool>&) {}
 
     /// How far before an event's time it may lean on earlier events, ms; none of it if negative:
-    /// then nothing need be collected, ever.
+    /// then nothing need be collected, ever, and the rows of an entity may come to any shards.
     virtual std::int64_t lookBack() const = 0;
 
     /// How far a row may lie behind the newest one of its entity, ms, where nothing is promised.

@@ -9,6 +9,9 @@ namespace qorvel_engine {
 
 namespace {
 
+/// Enough for a loop without an end in sight.
+constexpr std::int64_t kRowsAtOnce = 64;
+
 RowReason checkText(std::string_view text, RowReason notUtf8, RowReason hasNul) {
     switch (detail::checkText(text)) {
     case detail::TextFault::notUtf8:
@@ -62,6 +65,38 @@ RowReason checkAccuracy(const RealValues& values, std::int64_t row) {
                : RowReason::accuracyOutOfRange;
 }
 
+/// Without a look at each value's reason, so that the loops run on several rows at once.
+bool areWithin(const RealValues& values, std::int64_t from, std::int64_t to, double least,
+               double most) {
+    bool isGood = values.hasAll();
+    for (std::int64_t row = from; isGood && row < to; row += kRowsAtOnce) {
+        const std::int64_t end = std::min(to, row + kRowsAtOnce);
+        for (std::int64_t at = row; at < end; ++at) {
+            const double value = values.value(at);
+            isGood = isGood & (value >= least) & (value <= most);
+        }
+    }
+    return isGood;
+}
+
+bool areTimes(const TimeValues& values, std::int64_t from, std::int64_t to) {
+    bool isGood = values.hasAll();
+    for (std::int64_t row = from; isGood && row < to; ++row) {
+        isGood = checkTime(values, row) == RowReason::none;
+    }
+    return isGood;
+}
+
+/// Is there nothing to say of the numbers of these rows?
+bool areNumbersGood(const ObservationColumns& columns, std::int64_t from, std::int64_t to) {
+    const bool isAccurate =
+        !columns.accuracy.isThere() ||
+        areWithin(columns.accuracy, from, to, 0.0, std::numeric_limits<double>::max());
+    return isAccurate && areWithin(columns.latitude, from, to, -90.0, 90.0) &&
+           areWithin(columns.longitude, from, to, -180.0, 180.0) &&
+           areTimes(columns.time, from, to);
+}
+
 RowReason checkKey(const TextColumn& keys, std::int64_t row, RowReason notUtf8, RowReason hasNul) {
     return keys.isNull(row) ? RowReason::none : checkText(keys.text(row), notUtf8, hasNul);
 }
@@ -76,6 +111,23 @@ std::int64_t Observations::oldestTime() const noexcept {
         }
     }
     return oldest;
+}
+
+bool Observations::check(std::int64_t from, std::int64_t to, RowReason* reasons) const noexcept {
+    const bool isPlain = columns_.rows.bits == nullptr && areNumbersGood(columns_, from, to);
+    const bool hasKeys = columns_.primaryKey.isThere() || columns_.secondaryKey.isThere();
+    if (isPlain && !hasKeys && columns_.entityKind != EntityKind::text &&
+        columns_.entityNumber.hasAll()) {
+        std::fill(reasons, reasons + (to - from), RowReason::none);
+        return true;
+    }
+    bool isGood = true;
+    for (std::int64_t row = from; row < to; ++row) {
+        const RowReason reason = isPlain && !hasKeys ? checkEntity(columns_, row) : check(row);
+        reasons[row - from] = reason;
+        isGood = isGood && reason == RowReason::none;
+    }
+    return isGood;
 }
 
 RowReason Observations::check(std::int64_t row) const noexcept {

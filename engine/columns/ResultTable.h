@@ -9,8 +9,9 @@
 
 #include "qorvel/geohash/SpaceBox.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
-#include <sstream>
 #include <string_view>
 
 namespace qorvel_engine {
@@ -90,6 +91,7 @@ public:
 
 private:
     friend class RowAppender;
+    friend class RowsAppender;
     friend class detail::TableExporter;
 
     /// A column; which of the vectors it uses follows from its kind.
@@ -124,7 +126,6 @@ private:
     std::vector<Column> columns_;
     std::vector<qorvel::SpaceBox> cells_; ///< one a row, or none at all
     std::size_t size_ = 0;
-    std::stringstream errors_; ///< asked for by the library, never written
 };
 
 /// Appends the values of one row, column by column. A row that is not finished leaves nothing
@@ -154,6 +155,54 @@ public:
 
 private:
     ResultTable& table_;
+    std::size_t next_ = 0; ///< column
+    bool isFinished_ = false;
+};
+
+/// The same for many rows at once: each call appends the values of a column for all of them. For
+/// ResultLayout.
+class QORVEL_ENGINE_EXPORT RowsAppender {
+public:
+    /// As RowAppender.
+    RowsAppender(ResultTable& table, const ResultSchema& schema, std::size_t count);
+    RowsAppender(const RowsAppender&) = delete;
+    RowsAppender& operator=(const RowsAppender&) = delete;
+    ~RowsAppender();
+
+    /// The next column's values: what a function says of each row, by its number from 0 on.
+    template <class ValueOf>
+    void wholes(const ValueOf& valueOf) {
+        fill(table_.columns_[next_++].wholes, valueOf);
+    }
+
+    /// The next four columns and the shapes, as RowAppender::cell: of each row what a function says
+    /// of it, a reference to a SpaceBox.
+    template <class CellOf>
+    void cells(const CellOf& cellOf) {
+        const std::size_t first = table_.cells_.size();
+        table_.cells_.reserve(first + count_);
+        for (std::size_t row = 0; row < count_; ++row) {
+            table_.cells_.push_back(cellOf(row));
+        }
+        tellCells(first);
+    }
+
+    /// The rows are complete.
+    void finish();
+
+private:
+    template <class Column, class ValueOf>
+    void fill(Column& column, const ValueOf& valueOf) {
+        const std::size_t first = column.size();
+        column.resize(first + count_);
+        for (std::size_t row = 0; row < count_; ++row) {
+            column[first + row] = valueOf(row);
+        }
+    }
+    void tellCells(std::size_t first);
+
+    ResultTable& table_;
+    std::size_t count_;
     std::size_t next_ = 0; ///< column
     bool isFinished_ = false;
 };

@@ -19,6 +19,9 @@ public:
     TextColumn(const WholeValues& indices, const TextValues& texts, std::int64_t size) noexcept
         : indices_(indices), texts_(texts), dictionarySize_(size) {}
 
+    /// Is there such a column?
+    bool isThere() const noexcept { return isDictionary() || texts_.isThere(); }
+
     /// Is there no such column, or no text in this row?
     bool isNull(std::int64_t row) const noexcept {
         return isDictionary() ? indices_.isNull(row) || texts_.isNull(dictionaryIndex(row))

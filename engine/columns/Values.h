@@ -33,6 +33,12 @@ struct Validity {
 /// asked for must be one of the column's.
 class Values {
 public:
+    /// Is there such a column?
+    bool isThere() const noexcept { return values_ != nullptr; }
+
+    /// Is there a value in every row, as far as can be told without looking at each?
+    bool hasAll() const noexcept { return isThere() && validity_.bits == nullptr; }
+
     /// Is there no such column, or no value in this row?
     bool isNull(std::int64_t row) const noexcept {
         return values_ == nullptr || !validity_.has(row);

@@ -69,6 +69,9 @@ public:
         }
     }
 
+    /// Of a small table: all of it, or about that.
+    void prefetchFirst() const { __builtin_prefetch(slots_.get()); }
+
     template <typename Visit>
     void forEach(Visit visit) const {
         for (std::uint32_t i = 0; i < capacity_; ++i) {

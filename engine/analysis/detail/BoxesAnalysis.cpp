@@ -2,9 +2,9 @@
 
 #include "engine/analysis/BoxResult.h"
 #include "engine/analysis/detail/processors.h"
-#include "engine/analysis/detail/visitors.h"
 
 #include <utility>
+#include <vector>
 
 namespace qorvel_engine::detail {
 
@@ -15,18 +15,27 @@ public:
     explicit BoxesShard(const Tables& tables)
         : processor_(makeBoxProcessor(tables, tables.masters())) {}
 
-    void take(const Observation& observation, Found& found) override {
+    void take(const Observation& observation, Found&) override {
         const Event& event = observation.event;
-        BoxVisitor visitor([&](const SpaceTimeBox& box) {
-            found.results().append(BoxResult{event.eid, box, box.start, box.end, event.time});
-        });
-        processor_.boxes(event, visitor);
+        boxes_.clear();
+        processor_.boxes(event, boxes_);
+        for (const qorvel_port::BoxFigures& box : boxes_) {
+            results_.push_back({event.eid, SpaceBox(box.first, box.second, box.depth), box.start,
+                                box.end, event.time});
+        }
+    }
+
+    void endRows(Found& found) override {
+        BoxResult::layout().append(results_.data(), results_.size(), found.results());
+        results_.clear();
     }
 
     void collect(std::int64_t, LastResults&) override {}
 
 private:
-    const qorvel_port::FigureProcessor processor_;
+    qorvel_port::FigureProcessor processor_;
+    std::vector<qorvel_port::BoxFigures> boxes_; ///< of a row
+    std::vector<BoxResult> results_;             ///< of the rows since endRows
 };
 
 } // namespace

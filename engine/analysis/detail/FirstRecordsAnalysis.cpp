@@ -39,6 +39,10 @@ public:
         processor_.process(observation.event, visitor);
     }
 
+    void fetch(std::uint64_t later, std::uint64_t sooner) const override {
+        processor_.fetch(later, sooner);
+    }
+
     void collect(std::int64_t time, LastResults&) override { processor_.gc(time); }
 
     std::unique_ptr<ShardSnapshot> snapshot() const override {

@@ -18,17 +18,6 @@ private:
     Visit visit_;
 };
 
-/// The same for boxes.
-template <class Visit>
-class BoxVisitor : public qorvel_port::BoxSink {
-public:
-    explicit BoxVisitor(Visit visit) : visit_(std::move(visit)) {}
-    void take(const SpaceTimeBox& box) override { visit_(box); }
-
-private:
-    Visit visit_;
-};
-
 } // namespace qorvel_engine::detail
 
 #endif

@@ -24,6 +24,9 @@ public:
     /// Nothing more belongs to it.
     void endEntry();
 
+    /// What was put off until now belongs to no entry: no other shard has rows of the batch.
+    void endRows() { endEntry(); }
+
     /// Results of a collection are added to these; collections come in order, each of them.
     LastResults& collected() { return collected_; }
     void endCollection() { collectionEnds_.push_back(collected_.places().size()); }
@@ -42,6 +45,8 @@ public:
         return {number == 0 ? 0 : collectionEnds_[number - 1], collectionEnds_[number]};
     }
     const LastResults& collected() const { return collected_; }
+
+    bool hasFixes() const { return !fixes_.empty(); }
 
     /// Hands the fixes of an entry to the analysis; they are asked for in ascending order.
     void show(Analysis& analysis, std::size_t entry);

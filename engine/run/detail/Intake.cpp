@@ -56,9 +56,15 @@ void Intake::begin(const Observations& observations) {
 
 void Intake::fill(Batch& batch, std::int64_t from, std::int64_t to, bool isOldestKnown) {
     const Observations& columns = batch.columns;
+    const std::size_t lanes = batch.shares.size();
+    const std::size_t lane = static_cast<std::size_t>(fills_++ % lanes);
+    reasons_.resize(static_cast<std::size_t>(to - from));
+    const bool isGood = columns.check(from, to, reasons_.data());
     batch.firstRow = rows_ - static_cast<std::uint64_t>(from);
+    batch.entries.reserve(reasons_.size());
     for (std::int64_t row = from; row < to; ++row, ++rows_) {
-        const RowReason reason = columns.check(row);
+        const RowReason reason =
+            isGood ? RowReason::none : reasons_[static_cast<std::size_t>(row - from)];
         if (reason != RowReason::none) {
             rejects_.push_back({rows_, reason});
             Counters::add(counters_.rejected);
@@ -66,13 +72,22 @@ void Intake::fill(Batch& batch, std::int64_t from, std::int64_t to, bool isOldes
         }
         // Where it will stand: one that is copied there costs as much as the rest of the row.
         Batch::Entry& entry = batch.entries.emplace_back();
-        setEntry(entry, columns, row, batch.shares.size());
+        setEntry(entry, columns, row);
+        // Where nothing is kept of entities a lane takes whole batches: nothing has to be put in
+        // order then.
+        entry.lane = lanes == 1      ? 0
+                     : lookBack_ < 0 ? lane
+                                     : static_cast<std::size_t>(entry.eid % lanes);
         if (lookBack_ >= 0) {
             judge(entry, columns.timeMs(row), isOldestKnown);
         }
-        countAccuracy(columns, row);
+        if (worstAccuracy_) {
+            countAccuracy(columns, row);
+        }
         batch.shares[entry.lane].entries.push_back(batch.entries.size() - 1);
-        collect(batch);
+        if (lookBack_ >= 0 && horizon_.oldestToCome() - lookBack_ > collected_) {
+            collect(batch);
+        }
     }
     Counters::add(counters_.pushed, static_cast<std::uint64_t>(to - from));
 }
@@ -154,11 +169,10 @@ void Intake::forgetEntity(std::uint64_t eid) {
     }
 }
 
-void Intake::setEntry(Batch::Entry& entry, const Observations& columns, std::int64_t row,
-                      std::size_t lanes) {
+void Intake::setEntry(Batch::Entry& entry, const Observations& columns, std::int64_t row) {
     const auto keyOf = [row](const TextColumn& column, DictionaryNumbers& kept, const auto& find) {
-        return static_cast<std::int32_t>(column.isNull(row) ? find({})
-                                                            : kept.at(column, row, find));
+        return static_cast<std::int32_t>(
+            !column.isThere() || column.isNull(row) ? find({}) : kept.at(column, row, find));
     };
     entry.at = row;
     entry.eid = entityOf(columns, row);
@@ -168,7 +182,6 @@ void Intake::setEntry(Batch::Entry& entry, const Observations& columns, std::int
     entry.secondaryKey =
         keyOf(columns.secondaryKeys(), secondaryKeys_,
               [this](std::string_view key) -> std::int64_t { return keys_.secondary(key); });
-    entry.lane = lanes == 1 ? 0 : static_cast<std::size_t>(entry.eid % lanes);
 }
 
 std::uint64_t Intake::entityOf(const Observations& columns, std::int64_t row) {
@@ -197,8 +210,7 @@ void Intake::judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown) {
 }
 
 void Intake::countAccuracy(const Observations& columns, std::int64_t row) {
-    const bool isLeftOut =
-        worstAccuracy_ && columns.accuracy(row).value_or(defaultAccuracy_) > *worstAccuracy_;
+    const bool isLeftOut = columns.accuracy(row).value_or(defaultAccuracy_) > *worstAccuracy_;
     inaccurate_ += isLeftOut ? 1 : 0;
 }
 

@@ -65,8 +65,7 @@ public:
     Intake withoutEntities() const;
 
 private:
-    void setEntry(Batch::Entry& entry, const Observations& columns, std::int64_t row,
-                  std::size_t lanes);
+    void setEntry(Batch::Entry& entry, const Observations& columns, std::int64_t row);
     std::uint64_t entityOf(const Observations& columns, std::int64_t row);
     void judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown);
     void countTime(std::uint64_t eid, std::int64_t time);
@@ -86,6 +85,8 @@ private:
     DictionaryNumbers primaryKeys_;
     DictionaryNumbers secondaryKeys_;
     std::uint64_t rows_ = 0;
+    std::vector<RowReason> reasons_; ///< kept for its memory
+    std::uint64_t fills_ = 0;
     std::vector<Reject> rejects_;
     std::vector<std::int64_t> newest_; ///< by entity, the time of its rows so far
     IntervalCounts intervals_;

@@ -42,9 +42,9 @@ std::size_t mostInFlight(unsigned threads) {
 
 Pipeline::Pipeline(Analysis& analysis, const SessionOptions& options, Counters& counters)
     : analysis_(analysis), renderer_(options.renderer), maker_(analysis, renderer_.get()),
-      defaultTolerance_(options.defaultTolerance), timeTolerance_(options.timeTolerance),
-      mostInFlight_(mostInFlight(options.threads)), counters_(counters),
-      lanes_(laneCount(options.threads)) {
+      keepsEntities_(analysis.lookBack() >= 0), defaultTolerance_(options.defaultTolerance),
+      timeTolerance_(options.timeTolerance), mostInFlight_(mostInFlight(options.threads)),
+      counters_(counters), lanes_(laneCount(options.threads)) {
     for (Lane& lane : lanes_) {
         lane.shard = analysis.makeShard();
     }
@@ -276,7 +276,9 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
         return batch.entries[share.entries[std::min(place, share.entries.size() - 1)]].eid;
     };
     for (std::size_t place = 0; place < share.entries.size(); ++place) {
-        shard.fetch(eidAt(place + kRowsAhead), eidAt(place + kRowsAhead / 2));
+        if (keepsEntities_) {
+            shard.fetch(eidAt(place + kRowsAhead), eidAt(place + kRowsAhead / 2));
+        }
         const std::size_t at = share.entries[place];
         batch.collectBefore(at, nextCollection, collect);
         const Batch::Entry& entry = batch.entries[at];
@@ -289,6 +291,8 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
         shard.take({event, event.sequenceNumber, entry.oldestToCome, entry.isLate}, share.findings);
         share.findings.endEntry();
     }
+    shard.endRows(share.findings);
+    share.findings.endRows();
     batch.collectBefore(batch.entries.size(), nextCollection, collect);
 }
 
@@ -356,7 +360,10 @@ void Pipeline::show(Batch& batch, ResultBatch& results) {
         }
     };
     std::size_t nextCollection = 0;
-    for (std::size_t at = 0; at < batch.entries.size(); ++at) {
+    const bool hasFixes =
+        std::any_of(batch.shares.begin(), batch.shares.end(),
+                    [](const Batch::Share& share) { return share.findings.hasFixes(); });
+    for (std::size_t at = 0; hasFixes && at < batch.entries.size(); ++at) {
         batch.collectBefore(at, nextCollection, collect);
         batch.shares[batch.entries[at].lane].findings.show(analysis_, at);
     }

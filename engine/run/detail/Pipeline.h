@@ -110,6 +110,7 @@ private:
     Analysis& analysis_;
     const std::shared_ptr<const Renderer> renderer_;
     ResultMaker maker_;
+    const bool keepsEntities_; ///< else there is nothing to fetch
     const double defaultTolerance_;
     const std::uint32_t timeTolerance_;
     const std::size_t mostInFlight_;

@@ -24,16 +24,18 @@ TsListItem itemOf(const Event& event, double timeToleranceFactor) {
 
 /// The boundary of presence compression: the start of the current box when the box began within
 /// the window, else its end.
-std::int64_t getTimeBoundary(std::int64_t time, std::uint32_t span, const TimeBoxSpec& spec) {
-    const std::int64_t start = spec.getTimeBoxStart(time);
-    return start > wrappingSubtract(time, span) ? start : spec.getTimeBoxEnd(time);
+std::int64_t getTimeBoundary(std::int64_t time, std::uint32_t span, const TimeBoxSpec& spec,
+                             TimeBoxMemo& timeBoxes) {
+    const std::int64_t start = timeBoxes.start(spec, time);
+    return start > wrappingSubtract(time, span) ? start : timeBoxes.end(spec, time);
 }
 
 /// Turns the series that pass for one event into records.
 class Reporter {
 public:
-    Reporter(const Event& event, const DetectionRule& rule, std::int64_t boundary, RecordSink& sink)
-        : event_(event), rule_(rule), boundary_(boundary), sink_(sink) {}
+    Reporter(const Event& event, const DetectionRule& rule, std::int64_t boundary,
+             const TimeBoxMemo& timeBoxes, RecordSink& sink)
+        : event_(event), rule_(rule), boundary_(boundary), timeBoxes_(timeBoxes), sink_(sink) {}
 
     /// Reports the sides whose count is not 0 and makes up the spec's share of the denominator:
     /// the box before the boundary first. `cell` is the cell as this event computed it, with all
@@ -69,14 +71,14 @@ private:
     const TimeBox& boxBefore() {
         if (!before_) {
             const std::int64_t lastBefore = wrappingSubtract(boundary_, 1);
-            before_.emplace(rule_.stbSpec.getTimeBoxStart(lastBefore), boundary_);
+            before_.emplace(timeBoxes_.startNear(rule_.stbSpec, lastBefore), boundary_);
         }
         return *before_;
     }
 
     const TimeBox& boxAfter() {
         if (!after_) {
-            after_.emplace(boundary_, rule_.stbSpec.getTimeBoxEnd(boundary_));
+            after_.emplace(boundary_, timeBoxes_.endNear(rule_.stbSpec, boundary_));
         }
         return *after_;
     }
@@ -91,6 +93,7 @@ private:
     const Event& event_;
     const DetectionRule& rule_;
     std::int64_t boundary_;
+    const TimeBoxMemo& timeBoxes_;
     RecordSink& sink_;
     std::optional<TimeBox> before_;
     std::optional<TimeBox> after_;
@@ -161,6 +164,19 @@ bool DetectorState::processDwell(const Event& event, const Position& position,
     return underLock(*lock_, [&] { return processDwellUnlocked(event, position, rule, sink); });
 }
 
+/// With few entities all of them are in the caches.
+void DetectorState::fetch(std::uint64_t later, std::uint64_t sooner) const {
+    constexpr std::uint32_t kFew = 4096;
+    if (entities_.size() <= kFew) {
+        return;
+    }
+    entities_.prefetch(later);
+    lastEvents_.prefetch(later);
+    if (const EntitySlot* const entity = entities_.find(sooner)) {
+        entity->cells.prefetchFirst();
+    }
+}
+
 void DetectorState::gcUnlocked(std::int64_t time) {
     const Cutoff cutoff = Cutoff::notBefore(time);
     entities_.eraseIf([&cutoff](EntitySlot& entity) {
@@ -182,8 +198,8 @@ bool DetectorState::processPresenceUnlocked(const Event& event, const Position& 
     const std::uint32_t depth = rule.stbSpec.geoHashBitDepth;
     const std::uint32_t span = rule.spec.windowMillis;
     const Cutoff cutoff = Cutoff::after(wrappingSubtract(event.time, span));
-    const std::int64_t boundary = getTimeBoundary(event.time, span, rule.stbSpec);
-    Reporter reporter(event, rule, boundary, sink);
+    const std::int64_t boundary = getTimeBoundary(event.time, span, rule.stbSpec, timeBoxes_);
+    Reporter reporter(event, rule, boundary, timeBoxes_, sink);
     prefetchOwn(cells, position, depth, reporter);
 
     NearCells near;
@@ -210,8 +226,8 @@ bool DetectorState::processDwellUnlocked(const Event& event, const Position& pos
     const double radius = event.spaceTolerance * rule.spaceToleranceFactor;
     const Cutoff cutoff =
         Cutoff::notBefore(wrappingSubtract(event.time, rule.stbSpec.getDurationMillis()));
-    const std::int64_t boundary = rule.stbSpec.getTimeBoxStart(event.time);
-    Reporter reporter(event, rule, boundary, sink);
+    const std::int64_t boundary = timeBoxes_.start(rule.stbSpec, event.time);
+    Reporter reporter(event, rule, boundary, timeBoxes_, sink);
     prefetchOwn(cells, position, depth, reporter);
 
     NearCells near;

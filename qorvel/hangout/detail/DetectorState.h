@@ -11,6 +11,7 @@
 #include "qorvel/model/Event.h"
 #include "qorvel/model/STBCompressionSpec.h"
 #include "qorvel/model/SpaceTimeBoxSpec.h"
+#include "qorvel/model/detail/TimeBoxMemo.h"
 
 #include <bit>
 #include <cmath>
@@ -97,6 +98,16 @@ public:
     bool processDwell(const Event& event, const Position& position, const DetectionRule& rule,
                       RecordSink& sink);
 
+    /// The same without the lock, for who shares the detector with nobody.
+    bool processPresenceUnlocked(const Event& event, const Position& position,
+                                 const DetectionRule& rule, RecordSink& sink);
+    bool processDwellUnlocked(const Event& event, const Position& position,
+                              const DetectionRule& rule, RecordSink& sink);
+
+    /// Events of these entities come soon, of the second one first: starts to fetch what they need.
+    /// Without the lock, too.
+    void fetch(std::uint64_t later, std::uint64_t sooner) const;
+
     std::uint64_t entityCount() const;
     std::uint64_t cellCount() const;
     std::uint64_t itemCount() const;
@@ -124,10 +135,6 @@ public:
 
 private:
     void gcUnlocked(std::int64_t time);
-    bool processPresenceUnlocked(const Event& event, const Position& position,
-                                 const DetectionRule& rule, RecordSink& sink);
-    bool processDwellUnlocked(const Event& event, const Position& position,
-                              const DetectionRule& rule, RecordSink& sink);
     std::optional<Position> replaceLastEvent(const Event& event);
     static void saveCells(const CellTable& cells, StateWriter& out);
     static void loadCells(CellTable& cells, StateReader& in);
@@ -137,6 +144,7 @@ private:
     FlatTable<EntitySlot> entities_;
     /// A table of its own: it is kept for ever, and gc walks only the entities that have series.
     FlatTable<LastEventSlot> lastEvents_;
+    TimeBoxMemo timeBoxes_;
     std::shared_ptr<StbSimpleMutex> lock_;
 };
 

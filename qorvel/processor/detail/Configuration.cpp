@@ -16,7 +16,8 @@ Configuration::Configuration(const std::list<STBMasterRow>& masterRows,
 
 void Configuration::addMasterRows(const std::list<STBMasterRow>& masterRows) {
     for (const STBMasterRow& row : masterRows) {
-        masterRows_.emplace(static_cast<std::uint32_t>(row.masterId), row); // the first one stays
+        masterRows_.emplace(static_cast<std::uint32_t>(row.masterId),
+                            NumberedMaster{row, masterRows_.size()}); // the first one stays
     }
 }
 
@@ -36,7 +37,10 @@ void Configuration::addRows(const std::list<STBAssignmentRow>& assignmentRows) {
     for (const STBAssignmentRow& row : assignmentRows) {
         const auto masterId = static_cast<std::uint32_t>(row.masterId);
         rowIndex_.add(static_cast<std::uint32_t>(rows_.size()), row);
-        rows_.push_back({RowTests(row), masterRow(masterId), &specsByMaster_[masterId]});
+        const auto master = masterRows_.find(masterId);
+        const bool isThere = master != masterRows_.end();
+        rows_.push_back({RowTests(row), isThere ? &master->second.row : nullptr,
+                         isThere ? master->second.number : 0, &specsByMaster_[masterId]});
     }
 }
 
@@ -59,7 +63,7 @@ bool Configuration::isValid(std::stringstream& errors) const {
 
 const STBMasterRow* Configuration::masterRow(std::uint32_t masterId) const {
     const auto found = masterRows_.find(masterId);
-    return found == masterRows_.end() ? nullptr : &found->second;
+    return found == masterRows_.end() ? nullptr : &found->second.row;
 }
 
 } // namespace qorvel_detail

@@ -33,6 +33,8 @@ public:
         RowTests tests;
         /// Null when there is none.
         const STBMasterRow* master;
+        /// Of the master row, below masterCount(); 0 when there is none.
+        std::size_t masterNumber;
         /// The specs of the master row, in list order.
         const std::vector<SpecEntry>* specs;
     };
@@ -54,6 +56,7 @@ public:
     std::size_t detectorCount() const { return detectorCount_; }
 
     const std::vector<STBCompressionSpec>& specs() const { return compressionSpecs_; }
+    std::size_t masterCount() const { return masterRows_.size(); }
     std::size_t rowCount() const { return rows_.size(); }
 
     /// Null when there is none. Rows carry the id signed, specs unsigned: 32 bits compare.
@@ -65,7 +68,11 @@ private:
     void addRows(const std::list<STBAssignmentRow>& assignmentRows);
 
     std::vector<Row> rows_;
-    std::unordered_map<std::uint32_t, STBMasterRow> masterRows_;
+    struct NumberedMaster {
+        STBMasterRow row;
+        std::size_t number;
+    };
+    std::unordered_map<std::uint32_t, NumberedMaster> masterRows_;
     std::vector<STBCompressionSpec> compressionSpecs_;
     std::unordered_map<std::uint32_t, std::vector<SpecEntry>> specsByMaster_;
     std::size_t detectorCount_ = 0;

@@ -73,16 +73,12 @@ class QORVEL_NO_EXPORT FigureProcessor::State {
 public:
     State(Kind kind, Wanted wanted, const std::shared_ptr<const Configuration>& configuration)
         : processor_(configuration), keys_(*configuration),
-          operation_(kind == Kind::presence ? &DetectorState::processPresence
-                                            : &DetectorState::processDwell),
-          wanted_(wanted) {}
+          operation_(kind == Kind::presence ? &DetectorState::processPresenceUnlocked
+                                            : &DetectorState::processDwellUnlocked),
+          wanted_(wanted), timeBoxes_(configuration->masterCount()) {}
 
-    void boxes(const Event& event, BoxSink& sink) {
-        boxes_.clear();
-        processor_.getSTB(event, boxes_);
-        for (const SpaceTimeBox& box : boxes_) {
-            sink.take(box);
-        }
+    void boxes(const Event& event, std::vector<BoxFigures>& out) {
+        processor_.appendBoxes(event, timeBoxes_, out);
     }
 
     void process(const Event& event, FigureSink& sink) {
@@ -97,9 +93,9 @@ public:
 private:
     ProcessorState processor_;
     StateKeys keys_;
-    ProcessorState::Operation operation_;
+    ProcessorState::Operation operation_; ///< without the lock: no copies share the detectors
     Wanted wanted_;
-    std::list<SpaceTimeBox> boxes_;
+    std::vector<qorvel_detail::TimeBoxMemo> timeBoxes_; ///< by number of the master row
 };
 
 FigureProcessor::FigureProcessor(Kind kind, Wanted wanted,
@@ -114,12 +110,16 @@ FigureProcessor::FigureProcessor(Kind kind, Wanted wanted,
 
 FigureProcessor::~FigureProcessor() = default;
 
-void FigureProcessor::boxes(const Event& event, BoxSink& sink) const {
-    state_->boxes(event, sink);
+void FigureProcessor::boxes(const Event& event, std::vector<BoxFigures>& out) {
+    state_->boxes(event, out);
 }
 
 void FigureProcessor::process(const Event& event, FigureSink& sink) {
     state_->process(event, sink);
+}
+
+void FigureProcessor::fetch(std::uint64_t later, std::uint64_t sooner) const {
+    state_->processor().fetch(later, sooner);
 }
 
 void FigureProcessor::gc(std::int64_t time) {

@@ -63,13 +63,13 @@ public:
     virtual void take(const Figures& figures) = 0;
 };
 
-class BoxSink {
-public:
-    BoxSink() = default;
-    BoxSink(const BoxSink&) = delete;
-    BoxSink& operator=(const BoxSink&) = delete;
-    virtual ~BoxSink() = default;
-    virtual void take(const SpaceTimeBox& box) = 0;
+/// A space-time box as numbers.
+struct BoxFigures {
+    std::uint64_t first;  ///< bits 1 to 64 of the cell, those beyond the depth included
+    std::uint64_t second; ///< bits 65 to 128
+    std::uint32_t depth;
+    std::int64_t start; ///< ms
+    std::int64_t end;   ///< ms
 };
 
 /// A MotionProcessor for presence compression or for hangouts that hands on figures. Its rules, and
@@ -92,11 +92,15 @@ public:
     FigureProcessor& operator=(const FigureProcessor&) = delete;
     ~FigureProcessor();
 
-    /// Calls the sink with each space-time box that the event touches, as MotionProcessor::getSTB.
-    void boxes(const Event& event, BoxSink& sink) const;
+    /// Appends each space-time box that the event touches, as MotionProcessor::getSTB.
+    void boxes(const Event& event, std::vector<BoxFigures>& out);
 
     /// Takes the event and calls the sink with what it establishes.
     void process(const Event& event, FigureSink& sink);
+
+    /// Events of these entities come soon, of the second one first: what is kept of them may be
+    /// fetched ahead from memory.
+    void fetch(std::uint64_t later, std::uint64_t sooner) const;
 
     /// As MotionProcessor::gc.
     void gc(std::int64_t time);

@@ -5,6 +5,7 @@
 #include "qorvel/hangout/detail/RecordList.h"
 #include "qorvel/model/detail/tolerance.h"
 #include "qorvel/processor/detail/BoxCollector.h"
+#include "qorvel/processor/detail/FigureCollector.h"
 
 #include <algorithm>
 #include <array>
@@ -15,37 +16,53 @@ namespace qorvel_detail {
 
 namespace {
 
+/// A TimeBox without its class.
+struct Interval {
+    /// Never empty, as TimeBox has it.
+    Interval(std::int64_t start, std::int64_t theEnd)
+        : from(start), end(theEnd > start ? theEnd : wrappingAdd(start, 1)) {}
+
+    bool operator==(const Interval&) const = default;
+
+    std::int64_t from;
+    std::int64_t end;
+};
+
 /// The one or two time boxes of an event.
 struct TimeBoxes {
-    std::array<TimeBox, 2> boxes;
+    std::array<Interval, 2> boxes;
     std::uint32_t count;
 };
 
 /// The box of time - margin, and the stretch from the start of the box of time to the end of the
 /// box of time + margin. The second one starts at time, not at time + margin: so the event's own
 /// box is always in it.
-TimeBoxes timeBoxesOf(std::int64_t time, std::uint32_t margin, const TimeBoxSpec& spec) {
+TimeBoxes timeBoxesOf(std::int64_t time, std::uint32_t margin, const TimeBoxSpec& spec,
+                      TimeBoxMemo& memo) {
+    if (margin == 0) {
+        const Interval only(memo.start(spec, time), memo.end(spec, time));
+        return {{only, only}, 1U};
+    }
     const std::int64_t earliest = wrappingSubtract(time, margin);
     const std::int64_t latest = wrappingAdd(time, margin);
-    const TimeBox first(spec.getTimeBoxStart(earliest), spec.getTimeBoxEnd(earliest));
-    const TimeBox second(spec.getTimeBoxStart(time), spec.getTimeBoxEnd(latest));
+    const Interval first(memo.start(spec, earliest), memo.end(spec, earliest));
+    const Interval second(memo.start(spec, time), memo.end(spec, latest));
     return {{first, second}, first == second ? 1U : 2U};
 }
 
 /// The boxes that a row gives an event: every near cell with every time box.
-template <typename Box, typename MakeBox>
+template <typename Insert>
 void generateBoxes(const Event& event, const Position& position,
-                   const Configuration::Row& configured, MakeBox makeBox,
-                   BoxCollector<Box>& boxes) {
+                   const Configuration::Row& configured, TimeBoxMemo& memo, const Insert& insert) {
     const STBAssignmentRow& row = configured.tests.row();
     const SpaceTimeBoxSpec& spec = configured.master->stbSpec;
     const TimeBoxes times = timeBoxesOf(
-        event.time, scaledTimeTolerance(event.timeTolerance, row.timeToleranceFactor), spec);
+        event.time, scaledTimeTolerance(event.timeTolerance, row.timeToleranceFactor), spec, memo);
     NearCells near;
     position.findNear(spec.geoHashBitDepth, event.spaceTolerance * row.spaceToleranceFactor, near);
     for (std::uint32_t i = 0; i < near.count; ++i) {
         for (std::uint32_t j = 0; j < times.count; ++j) {
-            boxes.insert(makeBox(row, boxOf(near.cells[i]), times.boxes[j]));
+            insert(row, near.cells[i], times.boxes[j]);
         }
     }
 }
@@ -89,8 +106,12 @@ template <typename Box, typename MakeBox>
 void ProcessorState::generate(const Event& event, MakeBox makeBox, std::list<Box>& out) const {
     const Position position(event.latitude, event.longitude);
     BoxCollector<Box> boxes;
-    forEachApplyingRow(event, position, [&](const Configuration::Row& row) {
-        generateBoxes(event, position, row, makeBox, boxes);
+    forEachApplyingRow(event, position, [&](const Configuration::Row& configured) {
+        TimeBoxMemo memo;
+        generateBoxes(event, position, configured, memo,
+                      [&](const STBAssignmentRow& row, const Cell& cell, const Interval& time) {
+                          boxes.insert(makeBox(row, boxOf(cell), TimeBox(time.from, time.end)));
+                      });
     });
     boxes.moveInFrontOf(out);
 }
@@ -108,6 +129,26 @@ void ProcessorState::getExtendedSTB(const Event& event, std::list<ExtendedSTB>& 
         return ExtendedSTB(static_cast<std::uint32_t>(row.masterId), space, time);
     };
     generate(event, makeBox, out);
+}
+
+void ProcessorState::appendBoxes(const Event& event, std::vector<TimeBoxMemo>& timeBoxes,
+                                 std::vector<qorvel_port::BoxFigures>& out) const {
+    const Position position(event.latitude, event.longitude);
+    FigureCollector boxes(out);
+    forEachApplyingRow(event, position, [&](const Configuration::Row& configured) {
+        generateBoxes(event, position, configured, timeBoxes[configured.masterNumber],
+                      [&](const STBAssignmentRow&, const Cell& cell, const Interval& time) {
+                          boxes.insert({cell.first, cell.second, cell.depth, time.from, time.end});
+                      });
+    });
+}
+
+void ProcessorState::fetch(std::uint64_t later, std::uint64_t sooner) const {
+    for (const Detector& detector : detectors_) {
+        if (detector) {
+            detector->fetch(later, sooner);
+        }
+    }
 }
 
 void ProcessorState::process(const Event& event, Operation operation,

@@ -4,6 +4,7 @@
 #include "qorvel/hangout/detail/DetectorState.h"
 #include "qorvel/model/ExtendedSTB.h"
 #include "qorvel/processor/detail/Configuration.h"
+#include "qorvel/processor/detail/FigureProcessor.h"
 #include "qorvel/processor/detail/RecentHangouts.h"
 
 #include <cstdint>
@@ -27,6 +28,14 @@ public:
 
     void getSTB(const Event& event, std::list<SpaceTimeBox>& out) const;
     void getExtendedSTB(const Event& event, std::list<ExtendedSTB>& out) const;
+
+    /// As getSTB, after what `out` holds; boxes of times are remembered by the numbers of the
+    /// master rows.
+    void appendBoxes(const Event& event, std::vector<TimeBoxMemo>& timeBoxes,
+                     std::vector<qorvel_port::BoxFigures>& out) const;
+
+    /// As DetectorState::fetch, of all detectors.
+    void fetch(std::uint64_t later, std::uint64_t sooner) const;
 
     /// Gives the event to every detector that its rows and specs lead to, and drops repeats.
     void process(const Event& event, Operation operation, std::list<STBCompressedEvent>& out);

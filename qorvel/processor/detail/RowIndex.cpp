@@ -11,7 +11,7 @@ void RowIndex::add(std::uint32_t number, const STBAssignmentRow& row) {
     for (const SpaceBox& box : row.spaceBoxes) {
         const std::uint32_t depth = indexedDepth(box.getGeoHashBitDepth());
         const Cell cell = significant(box.getFirst64Bits(), box.getSecond64Bits(), depth);
-        RowNumbers& numbers = rows_[{row.primaryKeyId, row.secondaryKeyId, cell}];
+        RowNumbers& numbers = rows_.findOrAdd({row.primaryKeyId, row.secondaryKeyId, cell}).rows;
         if (numbers.empty() || numbers.back() != number) {
             numbers.push_back(number);
         }
@@ -38,9 +38,9 @@ std::uint32_t RowIndex::indexedDepth(std::uint32_t depth) {
 RowIndex::Candidates RowIndex::find(const Event& event, const Cell& ownCell) const {
     Candidates candidates;
     const auto addRowsOf = [&](std::int32_t primaryKeyId, const Cell& cell) {
-        const auto found = rows_.find({primaryKeyId, event.secondaryKeyId, cell});
-        if (found != rows_.end()) {
-            candidates.add(found->second);
+        const Slot* const found = rows_.find({primaryKeyId, event.secondaryKeyId, cell});
+        if (found != nullptr) {
+            candidates.add(found->rows);
         }
     };
     for (std::size_t i = 0; i < depthCount_; ++i) {
@@ -53,11 +53,13 @@ RowIndex::Candidates RowIndex::find(const Event& event, const Cell& ownCell) con
     return candidates;
 }
 
-std::size_t RowIndex::KeyHash::operator()(const Key& key) const {
+/// Mixed once, since every event asks.
+std::uint64_t RowIndex::Slot::hash(const Key& key) {
+    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15U; // odd
     const auto primary = static_cast<std::uint32_t>(key.primaryKeyId);
     const auto secondary = static_cast<std::uint32_t>(key.secondaryKeyId);
-    return static_cast<std::size_t>(
-        combine(hashOf(key.cell), (std::uint64_t{primary} << 32) | secondary));
+    const std::uint64_t keys = (std::uint64_t{primary} << 32) | secondary;
+    return mix(key.cell.first ^ ((key.cell.second ^ keys * kSpread) + key.cell.depth) * kSpread);
 }
 
 void RowIndex::Candidates::add(const RowNumbers& rows) {

@@ -1,6 +1,7 @@
 #ifndef QORVEL_PROCESSOR_DETAIL_ROWINDEX_H
 #define QORVEL_PROCESSOR_DETAIL_ROWINDEX_H
 
+#include "qorvel/base/FlatTable.h"
 #include "qorvel/geohash/detail/Cell.h"
 #include "qorvel/model/Event.h"
 #include "qorvel/model/STBAssignmentRow.h"
@@ -8,7 +9,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 namespace qorvel_detail {
@@ -51,10 +51,22 @@ private:
         bool operator==(const Key&) const = default;
     };
 
-    /// Not noexcept, so that the standard table keeps each hash beside its key: a look-up that
-    /// reaches the end of a bucket would otherwise compute another's.
-    struct KeyHash {
-        std::size_t operator()(const Key& key) const;
+    /// In the table.
+    struct Slot {
+        using Key = RowIndex::Key;
+
+        Key where{};
+        RowNumbers rows;
+        bool used = false;
+
+        bool isUsed() const { return used; }
+        const Key& key() const { return where; }
+        bool holds(const Key& key) const { return where == key; }
+        void occupy(const Key& key) {
+            where = key;
+            used = true;
+        }
+        static std::uint64_t hash(const Key& key);
     };
 
     /// Ascending runs of row numbers, merged as they are taken.
@@ -73,7 +85,7 @@ private:
     Candidates find(const Event& event, const Cell& ownCell) const;
     std::uint32_t indexedDepth(std::uint32_t depth);
 
-    std::unordered_map<Key, RowNumbers, KeyHash> rows_;
+    FlatTable<Slot> rows_;
     std::array<std::uint32_t, kMaxDepths + 1> depths_{};
     std::size_t depthCount_ = 0;
     bool decidesArea_ = true;
