@@ -12,7 +12,7 @@ cross_build() {
     cmake --build "$build/googletest" >/dev/null
     cmake --install "$build/googletest" >/dev/null
     cmake -B "$build" "${options[@]}" -DGTest_ROOT="$PWD/$build/root" ${CI:+-DQORVEL_WERROR=ON} \
-        -DQORVEL_BUILD_{PROGRAM,BENCHMARKS,EXAMPLES}=OFF >/dev/null
+        -DQORVEL_BUILD_{ENGINE,PROGRAM,BENCHMARKS,EXAMPLES}=OFF >/dev/null
     cmake --build "$build" --target tests/all bench/all
 }
 
