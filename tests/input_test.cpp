@@ -1,11 +1,16 @@
 // The program's input: every format, time, header and kind of damage.
 #include "program/Failure.h"
+#include "program/input/CsvReader.h"
 #include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
+#include "program/input/number.h"
 #include "program/isoTime.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gdal_utils.h>
@@ -148,6 +153,79 @@ Said said(const std::string& name, const std::string& bytes) {
 
 bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
+}
+
+/// The fields of each row, and where it stands.
+std::vector<std::vector<std::string>> rowsOf(const std::string& bytes) {
+    ByteSource source(save("rows.csv", bytes));
+    CsvReader reader(source, std::nullopt);
+    std::vector<std::vector<std::string>> rows;
+    while (reader.next()) {
+        rows.push_back({std::to_string(reader.line()), std::to_string(reader.lineBehind())});
+        for (std::size_t i = 0; i < reader.fieldCount(); ++i) {
+            rows.back().emplace_back(reader.field(i));
+        }
+    }
+    return rows;
+}
+
+// Those without a quote are split by other code than those with one.
+TEST(Input, SplitsRowsWithAndWithoutQuotesAlike) {
+    std::mt19937 random(7);
+    const std::string letters = "ab,, \t;\xC3\0"s;
+    for (int round = 0; round < 20; ++round) {
+        std::string plain = ",x,,,,,\n"; // by which the comma is told
+        std::string quoted = plain;
+        for (int row = 0; row < 60; ++row) {
+            std::string text(random() % (round % 4 == 0 ? 9000 : 40), ' ');
+            std::generate(text.begin(), text.end(),
+                          [&] { return letters[random() % letters.size()]; });
+            const char* const end = std::array{"\n", "\r\n", "\r"}[random() % 3];
+            plain += text + ",x" + end;
+            quoted += random() % 5 == 0 ? text + ",x" + end : text + ",\"x\"" + end;
+            if (random() % 4 == 0) {
+                plain += text.substr(0, text.find_first_not_of(" \t")) + end;
+                quoted += text.substr(0, text.find_first_not_of(" \t")) + end;
+            }
+        }
+        EXPECT_EQ(rowsOf(plain), rowsOf(quoted)) << round;
+    }
+}
+
+template <typename Number>
+void expectReadAsEver(const std::string& text) {
+    Number value{7};
+    Number wanted{7};
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, wanted);
+    EXPECT_EQ(readNumber(text, value), error == std::errc() && stop == end) << text;
+    EXPECT_EQ(std::memcmp(&value, &wanted, sizeof value), 0) << text;
+}
+
+// To the last bit, and with the sign of a zero.
+TEST(Input, ReadsShortNumbersAsTheStandardLibraryDoes) {
+    std::vector<std::string> texts = {
+        "",   "-",  ".",  "-.",  "5.",   "-5.",  ".5",   "-0", "-0.0", "1e5",  "inf", "nan", "0x1",
+        "1 ", " 1", "+1", "--1", "1..2", "1.2.", "00.1", "-1", "1:2",  "1/2.", "1,2", "0.-1"};
+    for (const char* digits : {"9007199254740992", "9007199254740993", "18014398509481985",
+                               "999999999999999999", "1234567890123456789", "000000000000000001"}) {
+        for (std::size_t point = 0; point <= 19; ++point) {
+            texts.push_back(digits);
+            texts.back().insert(std::min(point, texts.back().size()), ".");
+        }
+        texts.emplace_back(digits);
+    }
+    std::mt19937_64 random(11);
+    for (int i = 0; i < 20000; ++i) {
+        char text[40];
+        std::snprintf(text, sizeof text, "%.*f", static_cast<int>(random() % 17),
+                      static_cast<double>(random() % 360000000) / 1e6 - 180.0);
+        texts.emplace_back(text);
+    }
+    for (const std::string& text : texts) {
+        expectReadAsEver<double>(text);
+        expectReadAsEver<std::int64_t>(text);
+    }
 }
 
 TEST(Input, IsTheSameInEveryFormat) {

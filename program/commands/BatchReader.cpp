@@ -46,12 +46,13 @@ std::optional<std::int64_t> BatchReader::oldestToCome() const {
 
 void BatchReader::readRows(FixBatch& batch) {
     const std::uint64_t end = rows_ + kBatchRows;
+    const bool isWaitedFor = !source_.isRepeatable();
     while (!hasEnded_ && !isLive_ && rows_ < end) {
         if (interrupted() || !source_.next()) {
             hasEnded_ = true;
         } else {
             readRow(batch);
-            isLive_ = source_.isDrained() && !source_.isRepeatable();
+            isLive_ = isWaitedFor && source_.isDrained();
         }
     }
 }

@@ -44,10 +44,12 @@ void OldestTimes::readTimes(FixSource& source, Progress& progress) {
             oldest_.push_back(kFarFuture);
             progress.show(source.shareRead(), row);
         }
-        oldest_.back() = std::min(oldest_.back(), source.readTime().value_or(kFarFuture));
-        if (lateInEntity_ && source.read(fix).empty()) {
+        const bool isWhole = lateInEntity_ && source.read(fix).empty();
+        if (isWhole) {
             compare(fix, newest);
         }
+        const std::int64_t time = isWhole ? fix.time : source.readTime().value_or(kFarFuture);
+        oldest_.back() = std::min(oldest_.back(), time);
     }
 }
 

@@ -4,9 +4,14 @@
 #include "program/Interrupt.h"
 
 #include <algorithm>
+#include <bit>
 #include <iterator>
 #include <new>
 #include <utility>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace program {
 
@@ -29,6 +34,32 @@ std::optional<char> delimiterOf(std::string_view line) {
     }
     const auto* most = std::max_element(std::begin(counts), std::end(counts));
     return kDelimiters[static_cast<std::size_t>(most - std::begin(counts))];
+}
+
+constexpr char kQuote = '"';
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+/// How many bytes are looked at together.
+constexpr std::size_t kBlock = 16;
+static_assert(kBlock <= LineBuffer::kPadding);
+
+/// Of that many bytes a bit each, the lowest for the first: is it a delimiter or a quote?
+std::uint32_t marksIn(const char* bytes, char delimiter) {
+#ifdef __SSE2__
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+    const __m128i marks = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(delimiter)),
+                                       _mm_cmpeq_epi8(block, _mm_set1_epi8(kQuote)));
+    return static_cast<std::uint32_t>(_mm_movemask_epi8(marks));
+#else
+    std::uint32_t marks = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        marks |= (bytes[i] == delimiter || bytes[i] == kQuote ? 1U : 0U) << i;
+    }
+    return marks;
+#endif
 }
 
 } // namespace
@@ -78,9 +109,10 @@ bool CsvReader::next() {
 }
 
 std::string_view CsvReader::field(std::size_t index) const {
-    const std::size_t at = rows_[row_].firstField + index;
-    const std::size_t begin = at == 0 ? 0 : fieldEnds_[at - 1];
-    return std::string_view(text_).substr(begin, fieldEnds_[at] - begin);
+    const Row& row = rows_[row_];
+    const Field field = fields_[row.firstField + index];
+    return row.isPlain ? lines_.text(field.begin, field.end)
+                       : std::string_view(text_).substr(field.begin, field.end - field.begin);
 }
 
 std::string_view CsvReader::verbatim() const {
@@ -91,8 +123,9 @@ std::string_view CsvReader::verbatim() const {
 void CsvReader::onField(void* text, std::size_t size, void* self) {
     auto& reader = *static_cast<CsvReader*>(self);
     try {
+        const std::size_t begin = reader.text_.size();
         reader.text_.append(static_cast<const char*>(text), size);
-        reader.fieldEnds_.push_back(reader.text_.size());
+        reader.fields_.push_back({begin, reader.text_.size()});
     } catch (...) { // must not pass through the C parser
         reader.trouble_ = std::current_exception();
     }
@@ -102,7 +135,7 @@ void CsvReader::onRowEnd(int, void* self) {
     static_cast<CsvReader*>(self)->lineEndsRow_ = true;
 }
 
-/// Line by line, since the parser does not tell where in its input a row ended.
+/// Line by line, since libcsv does not tell where in its input a row ended.
 void CsvReader::fill() {
     ended_ = ended_ || !lines_.readOn();
     for (std::string_view line = lines_.takeLine(); !line.empty(); line = lines_.takeLine()) {
@@ -121,12 +154,61 @@ void CsvReader::setDelimiter(char delimiter) {
     csv_set_delim(&parser_, static_cast<unsigned char>(delimiter));
 }
 
-void CsvReader::parse(std::string_view line) {
+void CsvReader::learnDelimiter(std::string_view line) {
     if (!isDelimiterKnown_) {
         const std::optional<char> delimiter = delimiterOf(line);
         isDelimiterKnown_ = delimiter.has_value();
         setDelimiter(delimiter.value_or(','));
     }
+}
+
+void CsvReader::parse(std::string_view line) {
+    learnDelimiter(line);
+    if (lineEndsRow_ && splitPlain(line)) {
+        endRow(true);
+        return;
+    }
+    parseQuoted(line);
+    if (lineEndsRow_) {
+        endRow(false);
+    }
+}
+
+/// A line that begins a row, with its line end. False, and nothing is done, if a quote is in it.
+bool CsvReader::splitPlain(std::string_view line) {
+    const std::size_t size = line.find_last_not_of("\r\n") + 1;
+    std::size_t begin = 0;
+    for (std::size_t block = 0; block < size; block += kBlock) {
+        std::uint32_t marks = marksIn(line.data() + block, delimiter_);
+        for (; marks != 0; marks &= marks - 1) {
+            const std::size_t at = block + static_cast<std::size_t>(std::countr_zero(marks));
+            if (at >= size) {
+                break;
+            }
+            if (line[at] == kQuote) {
+                fields_.resize(openField_);
+                return false;
+            }
+            addPlainField(line, begin, at);
+            begin = at + 1;
+        }
+    }
+    addPlainField(line, begin, size);
+    const bool isBlank = begin == 0 && fields_.back().begin == fields_.back().end;
+    fields_.resize(isBlank ? openField_ : fields_.size());
+    return true;
+}
+
+/// Without blanks around it; one that is a delimiter is not within a field.
+void CsvReader::addPlainField(std::string_view line, std::size_t begin, std::size_t end) {
+    for (; begin < end && isBlank(line[begin]); ++begin) {
+    }
+    for (; begin < end && isBlank(line[end - 1]); --end) {
+    }
+    fields_.push_back({lines_.rowBegin() + begin, lines_.rowBegin() + end});
+}
+
+void CsvReader::parseQuoted(std::string_view line) {
     lineEndsRow_ = false;
     if (csv_parse(&parser_, line.data(), line.size(), onField, onRowEnd, this) != line.size()) {
         throw std::bad_alloc();
@@ -134,40 +216,40 @@ void CsvReader::parse(std::string_view line) {
     if (trouble_) {
         std::rethrow_exception(trouble_);
     }
-    if (lineEndsRow_) {
-        endRow();
-    }
 }
 
 void CsvReader::parseEnd() {
-    parse(lines_.takeRest());
+    const std::string_view rest = lines_.takeRest();
+    learnDelimiter(rest);
+    parseQuoted(rest);
     // Strictness at the very end reports an open quote.
     csv_set_opts(&parser_, CSV_REPALL_NL | CSV_STRICT | CSV_STRICT_FINI);
     if (csv_fini(&parser_, onField, onRowEnd, this) != 0) {
         lines_.fail("the input ends inside a quoted field");
     }
-    isUnended_ = fieldEnds_.size() > openField_;
-    endRow();
+    isUnended_ = fields_.size() > openField_;
+    endRow(false);
 }
 
-void CsvReader::endRow() {
-    if (fieldEnds_.size() > openField_) { // else a blank line
-        rows_.push_back({lines_.rowLine(), openField_, fieldEnds_.size(), lines_.rowBegin(),
-                         lines_.rowEnd(), lines_.line()});
-        openField_ = fieldEnds_.size();
+void CsvReader::endRow(bool isPlain) {
+    if (fields_.size() > openField_) { // else a blank line
+        rows_.push_back({lines_.rowLine(), openField_, fields_.size(), lines_.rowBegin(),
+                         lines_.rowEnd(), lines_.line(), isPlain});
+        openField_ = fields_.size();
+        openText_ = text_.size();
     }
     lines_.endRow();
 }
 
 void CsvReader::dropFinishedRows() {
-    const std::size_t finished = openField_ == 0 ? 0 : fieldEnds_[openField_ - 1];
-    text_.erase(0, finished);
-    fieldEnds_.erase(fieldEnds_.begin(),
-                     fieldEnds_.begin() + static_cast<std::ptrdiff_t>(openField_));
-    for (std::size_t& end : fieldEnds_) {
-        end -= finished;
+    text_.erase(0, openText_);
+    fields_.erase(fields_.begin(), fields_.begin() + static_cast<std::ptrdiff_t>(openField_));
+    for (Field& field : fields_) {
+        field.begin -= openText_;
+        field.end -= openText_;
     }
     openField_ = 0;
+    openText_ = 0;
     rows_.clear();
     row_ = 0;
 }

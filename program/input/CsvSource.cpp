@@ -19,11 +19,13 @@ std::string CsvSource::read(Fix& fix) {
         return std::to_string(reader_->fieldCount()) + " fields where the header has " +
                std::to_string(fieldCount_);
     }
-    return fixes_.read(texts(), fix);
+    readTexts();
+    return fixes_.read(texts_, fix);
 }
 
 std::optional<std::int64_t> CsvSource::readTime() {
-    return isComplete() ? fixes_.readTime(text(FixField::time)) : std::nullopt;
+    const std::size_t column = fixes_.columns().index(FixField::time);
+    return isComplete() ? fixes_.readTime(reader_->field(column)) : std::nullopt;
 }
 
 void CsvSource::rewind() {
@@ -80,20 +82,20 @@ bool CsvSource::readHeader() {
         }
     }
     fixes_.find(names, name() + ": the header");
+    taken_.clear();
+    for (std::size_t i = 0; i < kFixFields; ++i) {
+        const std::size_t column = fixes_.columns().index(static_cast<FixField>(i));
+        if (column != FixColumns::kAbsent) {
+            taken_.emplace_back(i, column);
+        }
+    }
     return true;
 }
 
-std::string_view CsvSource::text(FixField field) const {
-    const std::size_t column = fixes_.columns().index(field);
-    return column == FixColumns::kAbsent ? std::string_view() : reader_->field(column);
-}
-
-FixTexts CsvSource::texts() const {
-    FixTexts texts;
-    for (std::size_t i = 0; i < kFixFields; ++i) {
-        texts[i] = text(static_cast<FixField>(i));
+void CsvSource::readTexts() {
+    for (const auto& [field, column] : taken_) {
+        texts_[field] = reader_->field(column);
     }
-    return texts;
 }
 
 } // namespace program

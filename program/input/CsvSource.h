@@ -28,12 +28,14 @@ public:
 private:
     bool readHeader();
     bool isComplete() const { return reader_->fieldCount() == fieldCount_; }
-    std::string_view text(FixField field) const;
-    FixTexts texts() const;
+    void readTexts();
 
     std::optional<char> delimiter_;
     std::optional<CsvReader> reader_; ///< none before the header
     std::size_t fieldCount_ = 0;
+    std::vector<std::pair<std::size_t, std::size_t>>
+        taken_; ///< of FixTexts, and of the row's fields
+    FixTexts texts_;
 };
 
 } // namespace program

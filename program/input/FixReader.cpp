@@ -4,7 +4,9 @@
 #include "program/input/number.h"
 #include "program/input/pointText.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <simdjson.h>
 
@@ -19,6 +21,21 @@ constexpr double kMetresPerHdop = 5.0;
 
 std::string_view at(const FixTexts& texts, FixField field) {
     return texts[indexOf(field)];
+}
+
+/// Without a NUL. Eight bytes at once, since names are short and a call for each would cost more.
+bool isAscii(std::string_view text) {
+    constexpr std::uint64_t kHigh = 0x8080808080808080;
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    for (; text.size() >= sizeof(std::uint64_t); text.remove_prefix(sizeof(std::uint64_t))) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, text.data(), sizeof eight);
+        if (((eight | (eight - kOnes)) & kHigh) != 0) {
+            return false;
+        }
+    }
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return (c & '\x7F') == c && c != '\0'; });
 }
 
 std::string quoted(std::string_view text) {
@@ -90,6 +107,9 @@ void FixReader::goOn(TimeUnit unit, const std::vector<std::string>& keys) {
 std::string FixReader::checkNames(const FixTexts& texts) const {
     for (const FixField field : {FixField::entity, FixField::primaryKey, FixField::secondaryKey}) {
         const std::string_view name = at(texts, field);
+        if (isAscii(name)) {
+            continue;
+        }
         if (name.find('\0') != std::string_view::npos) {
             return says(field, "holds a NUL, which no name has");
         }
@@ -135,18 +155,20 @@ std::string FixReader::readPointOf(std::string_view text, Fix& fix) const {
     return fault == nullptr ? "" : says(FixField::point, fault) + ": " + quoted(text);
 }
 
-std::string FixReader::readAccuracy(std::string_view text, std::optional<double>& accuracy) const {
+std::string FixReader::readAccuracy(std::string_view text, std::optional<double>& accuracy) {
     accuracy.reset();
     if (text.empty()) {
         return {};
     }
-    const double unit = qorvel_engine::isUsualName(columns_.name(FixField::accuracy), "hdop")
-                            ? kMetresPerHdop
-                            : 1.0;
+    const std::string& name = columns_.name(FixField::accuracy);
+    if (name != accuracyName_) {
+        accuracyName_ = name;
+        metresPerUnit_ = qorvel_engine::isUsualName(name, "hdop") ? kMetresPerHdop : 1.0;
+    }
     double value = 0.0;
-    std::string fault =
-        readReal(FixField::accuracy, text, 0.0, std::numeric_limits<double>::max() / unit, value);
-    accuracy = value * unit;
+    std::string fault = readReal(FixField::accuracy, text, 0.0,
+                                 std::numeric_limits<double>::max() / metresPerUnit_, value);
+    accuracy = value * metresPerUnit_;
     return fault;
 }
 

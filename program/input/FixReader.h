@@ -53,12 +53,14 @@ private:
     std::string checkTime(std::string_view text, std::int64_t& time);
     std::string readPlace(const FixTexts& texts, Fix& fix) const;
     std::string readPointOf(std::string_view text, Fix& fix) const;
-    std::string readAccuracy(std::string_view text, std::optional<double>& accuracy) const;
+    std::string readAccuracy(std::string_view text, std::optional<double>& accuracy);
     std::string readReal(FixField field, std::string_view text, double low, double high,
                          double& value) const;
     std::string says(FixField field, std::string_view what) const;
 
     FixColumns columns_;
+    std::string accuracyName_; ///< of the column that holds it, for which the unit is known
+    double metresPerUnit_ = 1.0;
     TimeReader time_;
     Assumed assumed_;
 };

@@ -38,22 +38,24 @@ std::string_view LineBuffer::takeLine() {
 
 /// Where the next line ends, or at_ if it does not.
 std::size_t LineBuffer::lineEnd() {
-    const auto find = [this](char c, std::size_t from, std::size_t to) {
-        const char* begin = bytes_.data() + from;
-        const void* found = to > from ? std::memchr(begin, c, to - from) : nullptr;
+    const auto find = [this](char c) {
+        const char* begin = bytes_.data() + at_;
+        const void* found = end_ > at_ ? std::memchr(begin, c, end_ - at_) : nullptr;
         return found == nullptr
-                   ? to
-                   : from + static_cast<std::size_t>(static_cast<const char*>(found) - begin);
+                   ? end_
+                   : at_ + static_cast<std::size_t>(static_cast<const char*>(found) - begin);
     };
     if (lineFeed_ <= at_) {
-        lineFeed_ = find('\n', at_, end_);
+        lineFeed_ = find('\n');
     }
-    const std::size_t carriageReturn = find('\r', at_, lineFeed_);
-    const bool isBeforeLineFeed = carriageReturn + 1 >= lineFeed_ && lineFeed_ < end_;
+    if (carriageReturn_ <= at_) {
+        carriageReturn_ = find('\r');
+    }
+    const bool isBeforeLineFeed = carriageReturn_ + 1 >= lineFeed_ && lineFeed_ < end_;
     if (isBeforeLineFeed) {
         return lineFeed_ + 1;
     }
-    return carriageReturn < lineFeed_ ? carriageReturn + 1 : at_;
+    return carriageReturn_ < lineFeed_ ? carriageReturn_ + 1 : at_;
 }
 
 std::string_view LineBuffer::takeRest() {
@@ -70,6 +72,7 @@ bool LineBuffer::readOn() {
     at_ -= rowBegin_;
     rowBegin_ = 0;
     lineFeed_ = 0;
+    carriageReturn_ = 0;
     if (end_ > kMaxRowSize) {
         fail(kTooLong);
     }

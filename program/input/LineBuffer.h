@@ -74,8 +74,9 @@ private:
     std::size_t end_ = 0;       ///< of what has been read
     std::size_t at_ = 0;        ///< of what has been taken
     std::size_t rowBegin_ = 0;
-    std::size_t lineFeed_ = 0; ///< no LF stands between at_ and here
-    std::uint64_t line_ = 1;   ///< the line that begins at at_
+    std::size_t lineFeed_ = 0;       ///< no LF stands between at_ and here
+    std::size_t carriageReturn_ = 0; ///< the same of CR
+    std::uint64_t line_ = 1;         ///< the line that begins at at_
     std::uint64_t rowLine_ = 1;
     bool atBeginning_ = true;
     bool afterCarriageReturn_ = false; ///< a LF at at_ belongs to the line before

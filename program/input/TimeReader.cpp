@@ -83,11 +83,14 @@ const char* TimeReader::read(std::string_view text, std::int64_t& time) {
 }
 
 const char* TimeReader::readPlain(std::string_view text, std::int64_t& time) {
-    const std::size_t point = std::min(text.find('.'), text.size());
-    const std::string_view fraction = text.substr(std::min(point + 1, text.size()));
-    if (!readNumber(text.substr(0, point), time) ||
-        !std::all_of(fraction.begin(), fraction.end(), isDigit)) {
-        return notANumber(text);
+    std::string_view fraction;
+    if (!readShortNumber(text, time)) {
+        const std::size_t point = std::min(text.find('.'), text.size());
+        fraction = text.substr(std::min(point + 1, text.size()));
+        if (!readNumber(text.substr(0, point), time) ||
+            !std::all_of(fraction.begin(), fraction.end(), isDigit)) {
+            return notANumber(text);
+        }
     }
     if (time < 0 || (text.front() == '-' && !fraction.empty())) {
         return "is negative";
