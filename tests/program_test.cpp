@@ -114,6 +114,13 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {2, 0, "geohash encode nan 8", "no cell holds nan"},
         {2, 0, "geohash encode 8 nan", "no cell holds 8, nan"},
         {0, 1, "geohash encode 47.3712 8.5401 --length 7", "u0qj6rd\n"},
+        {2, 0, "geohash encode 8", "LON is required"},
+        {2, 0, "geohash encode - 8", "LAT - excludes LON"},
+        {0, 3, "geohash encode - --length 7", "u0qj6rd\nu0qj6rd\n8",
+         "47.3712,8.5401\r\n 47.3712 +8.5401\n0;-180"},
+        {1, 6, "geohash encode -", "line 4: no cell holds 90, 0", "\nx,1\n1\n90,0\n1,nan\n0|0\n"},
+        {1, 3, "geohash centroid -", "-67.5,-157.5\n\n47.109375,9.140625\n", "0\na\nu0q\n"},
+        {1, 5, "geohash decode -", ",-157.5,0,-180,45,-135,", "8\n\n0123456789bcd\nx\x01"},
         {0, 3, "geohash neighbours 8", "\nx,8,9\n"}, // around longitude 180
         {2, 0, "geohash neighbours 88888888888888888888888", "up to 12 characters"},
         {0, 2, "geohash decode ''", ",0,-90,-180,90,180,"}, // the earth

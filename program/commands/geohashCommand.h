@@ -16,6 +16,7 @@ struct GeohashOptions {
     double longitude = 0.0;  ///< the same
     std::uint32_t bits = 30; ///< of the cell, 0 to 128; five of them a character
     std::string text;        ///< a geohash, for all but encode
+    bool isByLine = false;   ///< what is asked about stands in standard input
 };
 
 /// The answer as lines of CSV; only decode has a header.
@@ -27,7 +28,10 @@ struct GeohashOptions {
 /// Throws Failure(usage) for a text that is no geohash, or a point that no cell holds.
 std::string answerGeohash(const GeohashOptions& options);
 
-/// Prints that.
+/// Prints that. By line, each line of standard input is a geohash, or the latitude and longitude of
+/// a point with a comma, semicolon, tab, bar or blank between them, and has its line of the answer.
+/// That is empty for what answerGeohash would throw at, which is told; the rest is answered all the
+/// same.
 ExitCode runGeohash(const GeohashOptions& options);
 
 } // namespace program
