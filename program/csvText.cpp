@@ -1,5 +1,8 @@
 #include "program/csvText.h"
 
+#include "program/digits.h"
+
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <iterator>
@@ -17,11 +20,14 @@ void appendNumber(std::string& out, Integer value) {
     out.append(digits, result.ptr);
 }
 
+bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
 bool needsQuotes(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t";
-    return text.find_first_of(",\"\r\n") != std::string_view::npos ||
-           (!text.empty() && (kBlanks.find(text.front()) != std::string_view::npos ||
-                              kBlanks.find(text.back()) != std::string_view::npos));
+    const auto isSpecial = [](char c) { return c == ',' || c == '"' || c == '\r' || c == '\n'; };
+    return std::any_of(text.begin(), text.end(), isSpecial) ||
+           (!text.empty() && (isBlank(text.front()) || isBlank(text.back())));
 }
 
 } // namespace
@@ -65,10 +71,21 @@ void appendDecimal(std::string& out, std::int64_t units, std::uint32_t decimals)
         *--begin = static_cast<char>('0' + magnitude % 10);
         magnitude /= 10;
     };
-    for (std::uint32_t i = 0; i < decimals; ++i) {
+    const auto takePair = [&] {
+        begin -= 2;
+        program::putPair(begin, magnitude % 100);
+        magnitude /= 100;
+    };
+    for (std::uint32_t i = decimals; i > 1; i -= 2) {
+        takePair();
+    }
+    if (decimals % 2 != 0) {
         takeDigit();
     }
     *--begin = '.';
+    while (magnitude > 99) {
+        takePair();
+    }
     do {
         takeDigit();
     } while (magnitude > 0);

@@ -1,6 +1,7 @@
 #include "program/isoTime.h"
 
 #include "engine/columns/ResultSchema.h"
+#include "program/digits.h"
 
 #include "qorvel/base/calendar.h"
 
@@ -9,15 +10,6 @@ namespace program {
 namespace {
 
 constexpr std::int64_t kMsPerDay = 86400000;
-
-/// Puts so many digits there, with leading zeros; the value is not negative and has no more.
-template <int kDigits>
-void put(char* at, std::int64_t value) {
-    auto rest = static_cast<std::uint32_t>(value);
-    for (int i = kDigits; i-- > 0; rest /= 10) {
-        at[i] = static_cast<char>('0' + rest % 10);
-    }
-}
 
 /// As it is written: the month from 1.
 struct Date {
@@ -33,8 +25,9 @@ std::int64_t firstDay(const Date& date, int monthsLater) {
 
 /// Whether the calendar has that date.
 bool exists(const Date& date) {
+    constexpr std::int64_t kInEveryMonth = 28;
     return 1 <= date.month && date.month <= 12 && date.day >= 1 &&
-           date.day <= firstDay(date, 1) - firstDay(date, 0);
+           (date.day <= kInEveryMonth || date.day <= firstDay(date, 1) - firstDay(date, 0));
 }
 
 /// Takes a text piece by piece from its front.
@@ -63,12 +56,12 @@ public:
     bool takeNumber(std::size_t digits, std::int64_t& value) {
         value = 0;
         for (std::size_t i = 0; i < digits; ++i) {
-            const char digit = takeOneOf("0123456789");
-            if (digit == '\0') {
+            if (i >= rest_.size() || rest_[i] < '0' || rest_[i] > '9') {
                 return false;
             }
-            value = value * 10 + (digit - '0');
+            value = value * 10 + (rest_[i] - '0');
         }
+        rest_.remove_prefix(digits);
         return true;
     }
 
@@ -147,7 +140,8 @@ const char* faultOf(const Date& date, const TimeOfDay& time) {
 void appendYear(std::string& out, std::int64_t year) {
     if (0 <= year && year <= 9999) {
         char digits[4];
-        put<4>(digits, year);
+        putPair(digits, year / 100);
+        putPair(digits + 2, year % 100);
         out.append(digits, sizeof digits);
         return;
     }
@@ -156,24 +150,39 @@ void appendYear(std::string& out, std::int64_t year) {
     out.append(digits.size() < 4 ? 4 - digits.size() : 0, '0') += digits;
 }
 
+std::string dateText(std::int64_t daysSince1970) {
+    const qorvel_detail::CivilDate date = qorvel_detail::civilFromDays(daysSince1970);
+    std::string text;
+    appendYear(text, date.year);
+    char rest[] = "-00-00T";
+    putPair(rest + 1, date.month + 1);
+    putPair(rest + 4, date.day);
+    return text += rest;
+}
+
+/// A day as text. Times that are written one after another are mostly of the same one.
+struct Day {
+    std::int64_t daysSince1970 = 0;
+    std::string text = dateText(0);
+};
+
 /// As clocks show it, without what says which clocks.
 void appendClock(std::string& out, std::int64_t time) {
-    const auto [day, msOfDay] = qorvel_detail::floorDivide(time, kMsPerDay);
-    const qorvel_detail::CivilDate date = qorvel_detail::civilFromDays(day);
-    appendYear(out, date.year);
-    char text[] = "-00-00T00:00:00.000";
-    put<2>(text + 1, date.month + 1);
-    put<2>(text + 4, date.day);
-    put<2>(text + 7, msOfDay / 3600000);
-    put<2>(text + 10, msOfDay / 60000 % 60);
-    put<2>(text + 13, msOfDay / 1000 % 60);
-    const std::int64_t ms = msOfDay % 1000;
-    if (ms != 0) {
-        put<3>(text + 16, ms);
-        out.append(text, 19);
-    } else {
-        out.append(text, 15);
+    thread_local Day last;
+    const auto [days, msOfDay] = qorvel_detail::floorDivide(time, kMsPerDay);
+    if (days != last.daysSince1970) {
+        last = {days, dateText(days)};
     }
+    const auto ms = static_cast<std::uint32_t>(msOfDay);
+    const std::uint32_t second = ms / 1000;
+    char text[] = "00:00:00.000";
+    putPair(text, second / 3600);
+    putPair(text + 3, second / 60 % 60);
+    putPair(text + 6, second % 60);
+    text[9] = static_cast<char>('0' + ms % 1000 / 100);
+    putPair(text + 10, ms % 100);
+    out += last.text;
+    out.append(text, ms % 1000 != 0 ? 12 : 8);
 }
 
 /// "+01:00", with seconds only where there are any, as before zones had whole minutes.
@@ -181,9 +190,9 @@ void appendOffset(std::string& out, std::int64_t ms) {
     const std::int64_t seconds = (ms < 0 ? -ms : ms) / 1000;
     char text[] = "+00:00:00";
     text[0] = ms < 0 ? '-' : '+';
-    put<2>(text + 1, seconds / 3600);
-    put<2>(text + 4, seconds / 60 % 60);
-    put<2>(text + 7, seconds % 60);
+    putPair(text + 1, seconds / 3600 % 100);
+    putPair(text + 4, seconds / 60 % 60);
+    putPair(text + 7, seconds % 60);
     out.append(text, seconds % 60 != 0 ? 9 : 6);
 }
 

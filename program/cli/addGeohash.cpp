@@ -17,7 +17,6 @@ constexpr char kTextOrInput[] = "text of the cell; - for one a line from standar
 constexpr char kGeohashFooter[] = R"(Examples:
   qorvel geohash encode 47.3712 8.5401 --length 7
   qorvel geohash decode u0qj6r
-  qorvel geohash encode - --length 7 < points.csv
   qorvel geohash neighbours u0qj6r)";
 
 } // namespace

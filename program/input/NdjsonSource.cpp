@@ -14,9 +14,14 @@ namespace ondemand = simdjson::ondemand;
 static_assert(LineBuffer::kPadding >= simdjson::SIMDJSON_PADDING);
 
 std::string_view trimmed(std::string_view line) {
-    constexpr std::string_view kBlanks = " \t\r\n";
-    const std::size_t begin = std::min(line.find_first_not_of(kBlanks), line.size());
-    return line.substr(begin, line.find_last_not_of(kBlanks) + 1 - begin);
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    while (!line.empty() && isBlank(line.front())) {
+        line.remove_prefix(1);
+    }
+    while (!line.empty() && isBlank(line.back())) {
+        line.remove_suffix(1);
+    }
+    return line;
 }
 
 } // namespace
