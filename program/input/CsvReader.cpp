@@ -125,7 +125,8 @@ void CsvReader::onField(void* text, std::size_t size, void* self) {
     try {
         const std::size_t begin = reader.text_.size();
         reader.text_.append(static_cast<const char*>(text), size);
-        reader.fields_.push_back({begin, reader.text_.size()});
+        reader.makeRoom(1);
+        reader.fields_[reader.endField_++] = {begin, reader.text_.size()};
     } catch (...) { // must not pass through the C parser
         reader.trouble_ = std::current_exception();
     }
@@ -176,7 +177,11 @@ void CsvReader::parse(std::string_view line) {
 
 /// A line that begins a row, with its line end. False, and nothing is done, if a quote is in it.
 bool CsvReader::splitPlain(std::string_view line) {
-    const std::size_t size = line.find_last_not_of("\r\n") + 1;
+    std::size_t size = line.size();
+    for (; size > 0 && (line[size - 1] == '\n' || line[size - 1] == '\r'); --size) {
+    }
+    makeRoom(size + 1);
+    Field* field = fields_.data() + endField_;
     std::size_t begin = 0;
     for (std::size_t block = 0; block < size; block += kBlock) {
         std::uint32_t marks = marksIn(line.data() + block, delimiter_);
@@ -186,26 +191,35 @@ bool CsvReader::splitPlain(std::string_view line) {
                 break;
             }
             if (line[at] == kQuote) {
-                fields_.resize(openField_);
                 return false;
             }
-            addPlainField(line, begin, at);
+            *field++ = plainField(line, begin, at);
             begin = at + 1;
         }
     }
-    addPlainField(line, begin, size);
-    const bool isBlank = begin == 0 && fields_.back().begin == fields_.back().end;
-    fields_.resize(isBlank ? openField_ : fields_.size());
+    const Field last = plainField(line, begin, size);
+    const bool isBlankLine = begin == 0 && last.begin == last.end;
+    if (!isBlankLine) {
+        *field++ = last;
+        endField_ = static_cast<std::size_t>(field - fields_.data());
+    }
     return true;
 }
 
 /// Without blanks around it; one that is a delimiter is not within a field.
-void CsvReader::addPlainField(std::string_view line, std::size_t begin, std::size_t end) {
+CsvReader::Field CsvReader::plainField(std::string_view line, std::size_t begin,
+                                       std::size_t end) const {
     for (; begin < end && isBlank(line[begin]); ++begin) {
     }
     for (; begin < end && isBlank(line[end - 1]); --end) {
     }
-    fields_.push_back({lines_.rowBegin() + begin, lines_.rowBegin() + end});
+    return {lines_.rowBegin() + begin, lines_.rowBegin() + end};
+}
+
+void CsvReader::makeRoom(std::size_t count) {
+    if (fields_.size() - endField_ < count) {
+        fields_.resize(std::max(endField_ + count, 2 * fields_.size()));
+    }
 }
 
 void CsvReader::parseQuoted(std::string_view line) {
@@ -227,15 +241,15 @@ void CsvReader::parseEnd() {
     if (csv_fini(&parser_, onField, onRowEnd, this) != 0) {
         lines_.fail("the input ends inside a quoted field");
     }
-    isUnended_ = fields_.size() > openField_;
+    isUnended_ = endField_ > openField_;
     endRow(false);
 }
 
 void CsvReader::endRow(bool isPlain) {
-    if (fields_.size() > openField_) { // else a blank line
-        rows_.push_back({lines_.rowLine(), openField_, fields_.size(), lines_.rowBegin(),
+    if (endField_ > openField_) { // else a blank line
+        rows_.push_back({lines_.rowLine(), openField_, endField_, lines_.rowBegin(),
                          lines_.rowEnd(), lines_.line(), isPlain});
-        openField_ = fields_.size();
+        openField_ = endField_;
         openText_ = text_.size();
     }
     lines_.endRow();
@@ -243,11 +257,10 @@ void CsvReader::endRow(bool isPlain) {
 
 void CsvReader::dropFinishedRows() {
     text_.erase(0, openText_);
-    fields_.erase(fields_.begin(), fields_.begin() + static_cast<std::ptrdiff_t>(openField_));
-    for (Field& field : fields_) {
-        field.begin -= openText_;
-        field.end -= openText_;
+    for (std::size_t i = openField_; i < endField_; ++i) {
+        fields_[i - openField_] = {fields_[i].begin - openText_, fields_[i].end - openText_};
     }
+    endField_ -= openField_;
     openField_ = 0;
     openText_ = 0;
     rows_.clear();

@@ -86,7 +86,8 @@ private:
     void learnDelimiter(std::string_view line);
     void parse(std::string_view line);
     bool splitPlain(std::string_view line);
-    void addPlainField(std::string_view line, std::size_t begin, std::size_t end);
+    Field plainField(std::string_view line, std::size_t begin, std::size_t end) const;
+    void makeRoom(std::size_t count);
     void parseQuoted(std::string_view line);
     void setDelimiter(char delimiter);
     void parseEnd();
@@ -99,7 +100,8 @@ private:
     bool isDelimiterKnown_;
     char delimiter_ = ',';
     std::string text_;          ///< the fields of the piece's rows with quotes, one after another
-    std::vector<Field> fields_; ///< of the piece's rows
+    std::vector<Field> fields_; ///< of the piece's rows, and room for more of them
+    std::size_t endField_ = 0;  ///< behind the last of them
     std::vector<Row> rows_;     ///< the rows that the piece has ended
     std::size_t row_ = 0;       ///< the current one of them
     std::size_t openField_ = 0; ///< the first field of the row that is being read
