@@ -2,44 +2,14 @@
 // same bytes again and again, and work goes on with it.
 
 #include "law.h"
+#include "mendState.h"
 
-#include "qorvel/base/StateFrame.h"
 #include "qorvel/qorvel.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <string>
 
 namespace {
-
-using namespace qorvel_detail;
-
-/// Nobody finds a check sum by chance: those that lie within the bytes are put right.
-void mendCheckSums(std::string& bytes) {
-    const auto put = [&bytes](std::size_t at, std::uint64_t value, std::size_t size) {
-        for (std::size_t i = 0; i < size; ++i) {
-            bytes[at + i] = static_cast<char>(value >> 8 * i);
-        }
-    };
-    constexpr std::size_t kSectionHeader = 16;
-    const std::size_t crcAt = kStateHeaderSize - kStateCrcSize;
-    if (bytes.size() < kStateHeaderSize + kStateCrcSize) {
-        return;
-    }
-    put(kStateLengthAt, bytes.size(), 8);
-    put(crcAt, crc32(std::string_view(bytes).substr(0, crcAt)), kStateCrcSize);
-    const std::size_t end = bytes.size() - kStateCrcSize;
-    for (std::size_t at = kStateHeaderSize; at + kSectionHeader + kStateCrcSize <= end;) {
-        const std::uint64_t size = StateReader(std::string_view(bytes).substr(at + 8)).u64();
-        if (size > end - at - kSectionHeader - kStateCrcSize) {
-            break;
-        }
-        const std::size_t whole = kSectionHeader + static_cast<std::size_t>(size);
-        put(at + whole, crc32(std::string_view(bytes).substr(at, whole)), kStateCrcSize);
-        at += whole + kStateCrcSize;
-    }
-    put(end, crc32(std::string_view(bytes).substr(0, end)), kStateCrcSize);
-}
 
 template <class Side>
 std::string stateOf(const Side& side) {
