@@ -260,6 +260,46 @@ TEST(State, IsTakenOrRefusedWholeWhereCheckSumsAreRight) {
     const std::size_t firstFlag = 36 + 16 + 8; // of those that say which detectors there are
     EXPECT_EQ(faultOf(found, forged(stateOf(lost), firstFlag, "\2")), "ERROR_STATE_4,");
 
+    // What leads to no spec is a detector that was made, and each is told once.
+    struct Row {
+        std::vector<std::uint8_t> made;
+        std::vector<std::uint32_t> told;
+        const char* fault;
+    };
+    const std::uint64_t fingerprint =
+        qorvel_detail::StateReader(std::string_view(state).substr(24)).u64();
+    for (const auto& [made, told, fault] : {Row{{1}, {0}, ""},
+                                            {{1, 1}, {0, 1}, ""},
+                                            {{1, 0}, {0}, "ERROR_STATE_4,"},
+                                            {{1, 1}, {1, 0}, "ERROR_STATE_4,"},
+                                            {{1}, {0, 0}, "ERROR_STATE_4,"},
+                                            {{1}, {1}, "ERROR_STATE_4,"}}) {
+        const std::string forgedOne = framed("PROC", fingerprint, [&](StateWriter& out) {
+            out.beginSection(stateTag("DETE"), StateNeed::critical);
+            out.u64(made.size());
+            for (const std::uint8_t flag : made) {
+                out.u8(flag);
+            }
+            out.endSection();
+            out.beginSection(stateTag("ENTS"), StateNeed::critical);
+            out.u64(1);
+            out.u8(0);
+            out.u64(7);
+            const std::size_t begin = out.beginLength();
+            out.u64(told.size());
+            for (const std::uint32_t number : told) {
+                out.u32(number);
+                out.u8(2);
+                out.f64(48.0);
+                out.f64(11.0);
+            }
+            out.u64(0);
+            out.endLength(begin);
+            out.endSection();
+        });
+        EXPECT_EQ(faultOf(same, forgedOne), fault) << made.size() << ' ' << told.size();
+    }
+
     std::size_t taken = 0;
     for (std::size_t at = 36; at < state.size() - 4; ++at) {
         for (const char byte : {'\0', '\3', '\x7F', '\xFF'}) {
