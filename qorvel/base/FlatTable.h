@@ -2,6 +2,7 @@
 #define QORVEL_BASE_FLATTABLE_H
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -60,6 +61,15 @@ public:
         slots_[index].occupy(key);
         ++size_;
         return slots_[index];
+    }
+
+    /// Makes room for so many in all, in an empty table: as much as it would have with them.
+    void reserve(std::uint32_t size) {
+        std::uint32_t capacity = std::bit_ceil(size);
+        capacity *= size > capacity - capacity / 4 ? 2U : 1U;
+        if (capacity > capacity_ && size_ == 0) {
+            moveTo(std::make_unique<Slot[]>(capacity), capacity);
+        }
     }
 
     /// Fetches ahead the place where a key is looked for.

@@ -69,7 +69,12 @@ public:
         if (bytes.size() < header.length) {
             return StateFault::cutShort;
         }
-        if (bytes.size() > header.length || !endsWithCrc(bytes)) {
+        if (bytes.size() > header.length) {
+            return StateFault::damaged;
+        }
+        const std::size_t end = bytes.size() - kStateCrcSize;
+        const Pieces pieces(bytes.substr(0, end));
+        if (StateReader(bytes.substr(end)).u32() != pieces.crc) {
             return StateFault::damaged;
         }
         if (header.kind != kind) {
@@ -78,9 +83,7 @@ public:
         if (header.fingerprint != fingerprint) {
             return StateFault::otherConfiguration;
         }
-        bytes.remove_suffix(kStateCrcSize);
-        bytes.remove_prefix(kStateHeaderSize);
-        return readSections(bytes, known);
+        return readSections(pieces, known);
     }
 
     /// One of those that are known, once they are read.
@@ -89,22 +92,45 @@ public:
 private:
     static constexpr std::size_t kSectionHeaderSize = 16;
 
-    static bool endsWithCrc(std::string_view bytes) {
-        const std::size_t end = bytes.size() - kStateCrcSize;
-        return StateReader(bytes.substr(end)).u32() == crc32(bytes.substr(0, end));
-    }
+    /// All sections and what is no section any more, with a check sum of all, for which each byte
+    /// is read once.
+    struct Pieces {
+        struct Section {
+            std::string_view bytes; ///< without its check sum
+            bool isIntact;          ///< the check sum is right
+        };
 
-    StateFault readSections(std::string_view bytes, std::initializer_list<std::uint32_t> known) {
-        while (!bytes.empty()) {
-            StateReader reader(bytes);
+        /// @param bytes  from the header on
+        explicit Pieces(std::string_view bytes)
+            : rest(bytes.substr(kStateHeaderSize)), crc(crc32(bytes.substr(0, kStateHeaderSize))) {
+            while (!rest.empty()) {
+                StateReader reader(rest.substr(std::min(rest.size(), std::size_t{8})));
+                const std::size_t size = kSectionHeaderSize + reader.text().size();
+                const std::string_view told = reader.take(kStateCrcSize);
+                if (!reader.isGood()) {
+                    break;
+                }
+                const std::uint32_t own = crc32(rest.substr(0, size));
+                sections.push_back({rest.substr(0, size), StateReader(told).u32() == own});
+                crc = crc32(told, crc32Joined(crc, own, size));
+                rest.remove_prefix(size + kStateCrcSize);
+            }
+            crc = crc32(rest, crc);
+        }
+
+        std::vector<Section> sections;
+        std::string_view rest;
+        std::uint32_t crc;
+    };
+
+    StateFault readSections(const Pieces& pieces, std::initializer_list<std::uint32_t> known) {
+        for (const Pieces::Section& section : pieces.sections) {
+            StateReader reader(section.bytes);
             const std::uint32_t tag = reader.u32();
             const std::uint32_t need = reader.u32();
             const std::string_view body = reader.text();
-            const std::size_t size = kSectionHeaderSize + body.size();
-            const std::uint32_t crc = reader.u32();
             const bool isKnown = std::find(known.begin(), known.end(), tag) != known.end();
-            if (!reader.isGood() || crc != crc32(bytes.substr(0, size)) ||
-                (isKnown && find(tag) != sections_.end())) {
+            if (!section.isIntact || (isKnown && find(tag) != sections_.end())) {
                 return StateFault::damaged;
             }
             if (!isKnown && (need & static_cast<std::uint32_t>(StateNeed::critical)) != 0) {
@@ -113,9 +139,9 @@ private:
             if (isKnown) {
                 sections_.emplace_back(tag, body);
             }
-            bytes.remove_prefix(size + kStateCrcSize);
         }
-        return sections_.size() == known.size() ? StateFault::none : StateFault::damaged;
+        return pieces.rest.empty() && sections_.size() == known.size() ? StateFault::none
+                                                                       : StateFault::damaged;
     }
 
     using Sections = std::vector<std::pair<std::uint32_t, std::string_view>>;

@@ -32,10 +32,10 @@ public:
         }
     }
 
-    std::uint8_t u8() { return static_cast<std::uint8_t>(get(1)); }
-    std::uint16_t u16() { return static_cast<std::uint16_t>(get(2)); }
-    std::uint32_t u32() { return static_cast<std::uint32_t>(get(4)); }
-    std::uint64_t u64() { return get(8); }
+    std::uint8_t u8() { return static_cast<std::uint8_t>(get<1>()); }
+    std::uint16_t u16() { return static_cast<std::uint16_t>(get<2>()); }
+    std::uint32_t u32() { return static_cast<std::uint32_t>(get<4>()); }
+    std::uint64_t u64() { return get<8>(); }
     std::int64_t i64() { return static_cast<std::int64_t>(u64()); }
     double f64() { return std::bit_cast<double>(u64()); }
 
@@ -76,12 +76,17 @@ public:
     }
 
 private:
-    std::uint64_t get(unsigned size) {
-        const std::string_view bytes = take(size);
-        std::uint64_t value = 0;
-        for (std::size_t i = bytes.size(); i-- > 0;) {
-            value = value << 8U | static_cast<unsigned char>(bytes[i]);
+    template <std::size_t kSize>
+    std::uint64_t get() {
+        if (left_.size() < kSize) {
+            fail();
+            return 0;
         }
+        std::uint64_t value = 0;
+        for (std::size_t i = kSize; i-- > 0;) {
+            value = value << 8U | static_cast<unsigned char>(left_[i]);
+        }
+        left_.remove_prefix(kSize);
         return value;
     }
 

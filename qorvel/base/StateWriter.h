@@ -36,10 +36,10 @@ enum class StateNeed : std::uint32_t { optional = 0, critical = 1 };
 /// Writes states: numbers of fixed width, the lowest byte first, and doubles by their bits.
 class StateWriter {
 public:
-    void u8(std::uint8_t value) { put(value, 1); }
-    void u16(std::uint16_t value) { put(value, 2); }
-    void u32(std::uint32_t value) { put(value, 4); }
-    void u64(std::uint64_t value) { put(value, 8); }
+    void u8(std::uint8_t value) { put<1>(value); }
+    void u16(std::uint16_t value) { put<2>(value); }
+    void u32(std::uint32_t value) { put<4>(value); }
+    void u64(std::uint64_t value) { put<8>(value); }
     void i64(std::int64_t value) { u64(static_cast<std::uint64_t>(value)); }
     void f64(double value) { u64(std::bit_cast<std::uint64_t>(value)); }
     void text(std::string_view value) {
@@ -61,6 +61,7 @@ public:
 
     /// The frame: begin, for each section beginSection and endSection, finish.
     void begin(std::uint32_t kind, std::uint64_t fingerprint) {
+        sections_ = 0;
         bytes_ = kStateMagic;
         u16(kStateVersion);
         u16(kStateLeastReader);
@@ -77,13 +78,18 @@ public:
     }
     void endSection() {
         endLength(sectionBody_);
-        u32(crc32(std::string_view(bytes_).substr(section_)));
+        const std::size_t size = bytes_.size() - section_;
+        const std::uint32_t crc = crc32(std::string_view(bytes_).substr(section_));
+        u32(crc);
+        sections_ = crc32(std::string_view(bytes_).substr(section_ + size),
+                          crc32Joined(sections_, crc, size));
     }
     std::string finish() {
         const std::size_t ownCrcAt = kStateHeaderSize - kStateCrcSize;
         setU64(kStateLengthAt, bytes_.size() + kStateCrcSize);
         set(ownCrcAt, crc32(std::string_view(bytes_).substr(0, ownCrcAt)), kStateCrcSize);
-        u32(crc32(bytes_));
+        const std::uint32_t header = crc32(std::string_view(bytes_).substr(0, kStateHeaderSize));
+        u32(crc32Joined(header, sections_, bytes_.size() - kStateHeaderSize));
         return std::move(bytes_);
     }
 
@@ -91,12 +97,13 @@ public:
     const std::string& bytes() const { return bytes_; }
 
 private:
-    void put(std::uint64_t value, unsigned size) {
-        char bytes[8];
-        for (unsigned i = 0; i < size; ++i) {
+    template <unsigned kSize>
+    void put(std::uint64_t value) {
+        char bytes[kSize];
+        for (unsigned i = 0; i < kSize; ++i) {
             bytes[i] = static_cast<char>(value >> (8 * i));
         }
-        bytes_.append(bytes, size);
+        bytes_.append(bytes, kSize);
     }
     void set(std::size_t at, std::uint64_t value, unsigned size) {
         for (unsigned i = 0; i < size; ++i) {
@@ -107,6 +114,7 @@ private:
     std::string bytes_;
     std::size_t section_ = 0;
     std::size_t sectionBody_ = 0;
+    std::uint32_t sections_ = 0; ///< the check sum of all sections so far
 };
 
 /// FNV-1a of 64 bits, by which configurations are told apart.

@@ -10,13 +10,14 @@ namespace qorvel_detail {
 
 using Crc32Tables = std::array<std::array<std::uint32_t, 256>, 8>;
 
+inline constexpr std::uint32_t kCrc32Polynomial = 0xEDB88320U;
+
 constexpr Crc32Tables makeCrc32Tables() {
-    constexpr std::uint32_t kPolynomial = 0xEDB88320U;
     Crc32Tables tables{};
     for (std::uint32_t byte = 0; byte < 256; ++byte) {
         std::uint32_t crc = byte;
         for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc >> 1U) ^ ((crc & 1U) != 0 ? kPolynomial : 0U);
+            crc = (crc >> 1U) ^ ((crc & 1U) != 0 ? kCrc32Polynomial : 0U);
         }
         tables[0][byte] = crc;
     }
@@ -33,11 +34,12 @@ inline constexpr Crc32Tables kCrc32Tables = makeCrc32Tables();
 
 /// CRC-32 of IEEE 802.3, as gzip and zlib have it. Eight bytes a step: each finds in a table what
 /// it comes to that many bytes further on.
-inline std::uint32_t crc32(std::string_view bytes) {
+/// @param before  that of bytes before these, where it is to be that of all
+inline std::uint32_t crc32(std::string_view bytes, std::uint32_t before = 0) {
     const auto at = [&bytes](std::size_t i) {
         return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i]));
     };
-    std::uint32_t crc = 0xFFFFFFFFU;
+    std::uint32_t crc = ~before;
     for (; bytes.size() >= kCrc32Tables.size(); bytes.remove_prefix(kCrc32Tables.size())) {
         crc ^= at(0) | at(1) << 8U | at(2) << 16U | at(3) << 24U;
         crc = kCrc32Tables[7][crc & 0xFFU] ^ kCrc32Tables[6][(crc >> 8U) & 0xFFU] ^
@@ -49,6 +51,30 @@ inline std::uint32_t crc32(std::string_view bytes) {
         crc = (crc >> 8U) ^ kCrc32Tables[0][(crc ^ static_cast<unsigned char>(byte)) & 0xFFU];
     }
     return ~crc;
+}
+
+/// The product of two polynomials modulo that of the check sum; the highest bit is that of x^0.
+constexpr std::uint32_t crc32Product(std::uint32_t left, std::uint32_t right) {
+    std::uint32_t product = 0;
+    for (std::uint32_t bit = 0x80000000U; bit != 0; bit >>= 1U) {
+        product ^= (left & bit) != 0 ? right : 0U;
+        right = (right >> 1U) ^ ((right & 1U) != 0 ? kCrc32Polynomial : 0U);
+    }
+    return product;
+}
+
+/// The check sum of bytes and others behind them by the check sums of both: the first as if as many
+/// zero bytes stood behind it. So what has a check sum need not be read again.
+constexpr std::uint32_t crc32Joined(std::uint32_t first, std::uint32_t second,
+                                    std::uint64_t secondSize) {
+    std::uint32_t power = 0x00800000U; // x^8, a byte
+    for (; secondSize != 0; secondSize >>= 1U) {
+        if ((secondSize & 1U) != 0) {
+            first = crc32Product(first, power);
+        }
+        power = crc32Product(power, power);
+    }
+    return first ^ second;
 }
 
 } // namespace qorvel_detail

@@ -195,7 +195,7 @@ void saveProcessor(const ProcessorState& processor, StateWriter& out) {
     }
     out.endSection();
     underLocks(processor, [&] {
-        const qorvel_detail::ProcessorSnapshot snapshot(processor);
+        qorvel_detail::ProcessorSnapshot snapshot(processor);
         saveEntities(snapshot.entities(), out, [&](std::uint64_t eid) { snapshot.save(eid, out); });
     });
 }

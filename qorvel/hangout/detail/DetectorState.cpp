@@ -273,6 +273,8 @@ constexpr std::uint8_t kHasLastEvent = 2;
 
 constexpr std::size_t kItemSize = 8 + 4 + 8;
 constexpr std::size_t kLeastCellSize = 8 + 8 + 4 + 8;
+constexpr std::uint64_t kManyCells = std::uint64_t{1}
+                                     << 20U; ///< beyond that, room is made as usual
 
 auto orderOf(const Cell& cell) {
     return std::tuple(cell.depth, cell.first, cell.second);
@@ -303,6 +305,12 @@ bool DetectorState::save(std::uint64_t eid, StateWriter& out) const {
     return true;
 }
 
+void DetectorState::fetchItems(std::uint64_t eid) const {
+    if (const EntitySlot* const entity = entities_.find(eid)) {
+        entity->cells.forEach([](const CellSlot& slot) { slot.series.prefetch(); });
+    }
+}
+
 void DetectorState::load(std::uint64_t eid, StateReader& in) {
     const std::uint8_t has = in.u8();
     in.expect(has > 0 && has <= (kHasCells | kHasLastEvent));
@@ -316,34 +324,47 @@ void DetectorState::load(std::uint64_t eid, StateReader& in) {
 }
 
 void DetectorState::saveCells(const CellTable& cells, StateWriter& out) {
-    std::vector<const CellSlot*> sorted;
-    cells.forEach([&sorted](const CellSlot& slot) { sorted.push_back(&slot); });
-    std::sort(sorted.begin(), sorted.end(), [](const CellSlot* left, const CellSlot* right) {
+    // Mostly there are few, for which no memory is asked.
+    constexpr std::uint32_t kFew = 16;
+    std::array<const CellSlot*, kFew> few{};
+    std::vector<const CellSlot*> many(cells.size() > kFew ? cells.size() : 0);
+    const CellSlot** const sorted = many.empty() ? few.data() : many.data();
+    const CellSlot** end = sorted;
+    cells.forEach([&end](const CellSlot& slot) { *end++ = &slot; });
+    std::sort(sorted, end, [](const CellSlot* left, const CellSlot* right) {
         return orderOf(left->key()) < orderOf(right->key());
     });
-    out.u64(sorted.size());
-    for (const CellSlot* slot : sorted) {
-        const Series& series = slot->series;
-        saveCell(slot->key(), out);
-        out.u64(series.size());
-        for (std::uint32_t i = 0; i < series.size(); ++i) {
-            out.i64(series[i].time);
-            out.u32(series[i].tolerance);
-            out.u64(series[i].sequenceNumber);
-        }
+    out.u64(cells.size());
+    std::for_each(sorted, end, [&out](const CellSlot* slot) { saveSeries(*slot, out); });
+}
+
+void DetectorState::saveSeries(const CellSlot& slot, StateWriter& out) {
+    const Series& series = slot.series;
+    saveCell(slot.key(), out);
+    out.u64(series.size());
+    for (std::uint32_t i = 0; i < series.size(); ++i) {
+        out.i64(series[i].time);
+        out.u32(series[i].tolerance);
+        out.u64(series[i].sequenceNumber);
     }
 }
 
 void DetectorState::loadCells(CellTable& cells, StateReader& in) {
-    for (std::uint64_t left = in.count(kLeastCellSize); left > 0; --left) {
+    const std::uint64_t count = in.count(kLeastCellSize);
+    cells.reserve(static_cast<std::uint32_t>(std::min(count, kManyCells)));
+    for (std::uint64_t left = count; left > 0; --left) {
         const Cell cell = loadCell(in);
-        in.expect(cells.find(cell) == nullptr);
         const std::uint64_t items = in.count(kItemSize);
         in.expect(items <= UINT32_MAX);
         if (!in.isGood()) {
             return;
         }
+        const std::uint32_t known = cells.size();
         Series& series = cells.findOrAdd(cell).series;
+        in.expect(cells.size() > known); // none is there twice
+        if (!in.isGood()) {
+            return;
+        }
         series.reserve(static_cast<std::uint32_t>(items));
         for (std::uint64_t i = 0; i < items; ++i) {
             TsListItem item;

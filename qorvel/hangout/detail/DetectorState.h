@@ -117,6 +117,8 @@ public:
     StbSimpleMutex& lock() const { return *lock_; }
     /// Appends the entities of which something is kept, some of them twice, in any order.
     void addEntities(std::vector<std::uint64_t>& eids) const;
+    /// An entity is saved soon, and `fetch` was called for it, as the sooner one, some time ago.
+    void fetchItems(std::uint64_t eid) const;
     /// False, and nothing is written, where nothing is kept of the entity.
     bool save(std::uint64_t eid, StateWriter& out) const;
     /// Takes what `save` wrote, for an entity of which nothing is kept.
@@ -137,6 +139,7 @@ private:
     void gcUnlocked(std::int64_t time);
     std::optional<Position> replaceLastEvent(const Event& event);
     static void saveCells(const CellTable& cells, StateWriter& out);
+    static void saveSeries(const CellSlot& slot, StateWriter& out);
     static void loadCells(CellTable& cells, StateReader& in);
     template <typename Count>
     std::uint64_t sumOverEntities(Count count) const;

@@ -70,6 +70,9 @@ public:
 
     void append(const TsListItem& item);
 
+    /// Fetches the first items ahead.
+    void prefetch() const { __builtin_prefetch(items_.get()); }
+
     /// Makes room for so many in all, of an empty series.
     void reserve(std::uint32_t items);
 

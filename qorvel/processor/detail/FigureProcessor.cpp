@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace qorvel_port {
 
@@ -87,8 +88,16 @@ public:
         processor_.process(event, operation_, wanted_ == Wanted::unfinished, adapter);
     }
 
+    /// Entities mostly come by their numbers, one step after the other.
+    void load(std::uint64_t eid, qorvel_detail::StateReader& in) {
+        constexpr std::uint64_t kAhead = 8;
+        const std::uint64_t next = eid + kAhead * (eid - std::exchange(lastLoaded_, eid));
+        processor_.fetch(next, next);
+        // Nobody holds the process-wide lock here, so no name may be registered.
+        qorvel_detail::loadEntity(processor_, keys_, eid, in, false);
+    }
+
     ProcessorState& processor() { return processor_; }
-    const StateKeys& keys() const { return keys_; }
 
 private:
     ProcessorState processor_;
@@ -96,6 +105,7 @@ private:
     ProcessorState::Operation operation_; ///< without the lock: no copies share the detectors
     Wanted wanted_;
     std::vector<qorvel_detail::TimeBoxMemo> timeBoxes_; ///< by number of the master row
+    std::uint64_t lastLoaded_ = 0;
 };
 
 FigureProcessor::FigureProcessor(Kind kind, Wanted wanted,
@@ -144,9 +154,8 @@ bool FigureProcessor::Snapshot::save(std::uint64_t eid, qorvel_detail::StateWrit
     return state_->save(eid, out);
 }
 
-/// Nobody holds the process-wide lock here, so no name may be registered.
 void FigureProcessor::load(std::uint64_t eid, qorvel_detail::StateReader& in) {
-    qorvel_detail::loadEntity(state_->processor(), state_->keys(), eid, in, false);
+    state_->load(eid, in);
 }
 
 void FigureProcessor::forgetEntities(const std::vector<std::uint64_t>& eids) {

@@ -3,8 +3,10 @@
 #include "qorvel/geohash/detail/cellState.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <tuple>
+#include <utility>
 
 namespace qorvel_detail {
 
@@ -12,6 +14,18 @@ namespace {
 
 constexpr std::size_t kLeastDetectorSize = 4 + 1;
 constexpr std::size_t kLeastReportedSize = 1 + 4 + 20 + 16;
+constexpr std::size_t kFetched = 16; ///< records ahead
+
+RecordKey loadReported(std::uint64_t eid, const StateKeys& keys, StateReader& in,
+                       bool takesForeign) {
+    RecordKey key{};
+    key.eid = eid;
+    key.specPrimaryKeyId = keys.load(in, takesForeign);
+    key.cell = loadCell(in);
+    key.start = in.i64();
+    key.end = in.i64();
+    return key;
+}
 
 } // namespace
 
@@ -26,19 +40,35 @@ ProcessorSnapshot::ProcessorSnapshot(const ProcessorState& processor)
         }
     });
     keys_.addForeign(std::move(foreign));
-    sortReported();
+    std::sort(reported_.begin(), reported_.end(),
+              [](const Reported& left, const Reported& right) { return left.eid < right.eid; });
 }
 
-void ProcessorSnapshot::sortReported() {
+std::span<const ProcessorSnapshot::Reported> ProcessorSnapshot::reportedOf(std::uint64_t eid) {
+    if (next_ > 0 && reported_[next_ - 1].eid >= eid) {
+        next_ = 0;
+    }
+    auto begin = reported_.begin() + static_cast<std::ptrdiff_t>(next_);
+    if (begin != reported_.end() && begin->eid < eid) {
+        begin = std::lower_bound(
+            begin, reported_.end(), eid,
+            [](const Reported& record, std::uint64_t sought) { return record.eid < sought; });
+    }
+    const auto end = std::find_if(begin, reported_.end(),
+                                  [eid](const Reported& record) { return record.eid != eid; });
+    next_ = static_cast<std::size_t>(end - reported_.begin());
+    for (std::size_t i = next_; i < std::min(next_ + kFetched, reported_.size()); ++i) {
+        __builtin_prefetch(reported_[i].slot);
+    }
     const auto order = [this](const Reported& record) {
         const RecentHangouts::Slot& slot = *record.slot;
         return std::tuple(keys_.placeOf(slot.specPrimaryKeyId), slot.depth, slot.first, slot.second,
                           slot.time.start, slot.time.end);
     };
-    std::sort(reported_.begin(), reported_.end(),
-              [&order](const Reported& left, const Reported& right) {
-                  return left.eid != right.eid ? left.eid < right.eid : order(left) < order(right);
-              });
+    std::sort(begin, end, [&order](const Reported& left, const Reported& right) {
+        return order(left) < order(right);
+    });
+    return {begin, end};
 }
 
 std::vector<std::uint64_t> ProcessorSnapshot::entities() const {
@@ -56,10 +86,22 @@ std::vector<std::uint64_t> ProcessorSnapshot::entities() const {
     return eids;
 }
 
-bool ProcessorSnapshot::save(std::uint64_t eid, StateWriter& out) const {
-    const auto [begin, end] = std::equal_range(
-        reported_.begin(), reported_.end(), Reported{eid, nullptr},
-        [](const Reported& left, const Reported& right) { return left.eid < right.eid; });
+/// Numbers that went on by one step mostly go on by it: a session's shards have each so many.
+void ProcessorSnapshot::fetchAfter(std::uint64_t eid) {
+    const std::uint64_t step = eid - std::exchange(last_, eid);
+    if (step == std::exchange(step_, step)) {
+        processor_.fetch(eid + 12 * step, eid + 8 * step);
+        for (std::size_t number = 0; number < processor_.detectorNumbers(); ++number) {
+            if (const DetectorState* const detector = processor_.detector(number)) {
+                detector->fetchItems(eid + 4 * step);
+            }
+        }
+    }
+}
+
+bool ProcessorSnapshot::save(std::uint64_t eid, StateWriter& out) {
+    fetchAfter(eid);
+    const std::span<const Reported> reported = reportedOf(eid);
     const std::size_t start = out.size();
     std::uint64_t detectors = 0;
     out.u64(0); // how many detectors, known below
@@ -73,14 +115,14 @@ bool ProcessorSnapshot::save(std::uint64_t eid, StateWriter& out) const {
             out.truncate(before);
         }
     }
-    if (detectors == 0 && begin == end) {
+    if (detectors == 0 && reported.empty()) {
         out.truncate(start);
         return false;
     }
     out.setU64(start, detectors);
-    out.u64(static_cast<std::uint64_t>(end - begin));
-    for (auto record = begin; record != end; ++record) {
-        const RecordKey key = record->slot->key();
+    out.u64(reported.size());
+    for (const Reported& record : reported) {
+        const RecordKey key = record.slot->key();
         keys_.save(key.specPrimaryKeyId, out);
         saveCell(key.cell, out);
         out.i64(key.start);
@@ -101,17 +143,18 @@ void loadEntity(ProcessorState& processor, const StateKeys& keys, std::uint64_t 
         processor.makeDetector(number).load(eid, in);
         least = std::uint64_t{number} + 1;
     }
-    for (std::uint64_t left = in.count(kLeastReportedSize); left > 0 && in.isGood(); --left) {
-        RecordKey key{};
-        key.eid = eid;
-        key.specPrimaryKeyId = keys.load(in, takesForeign);
-        key.cell = loadCell(in);
-        key.start = in.i64();
-        key.end = in.i64();
-        in.expect(!processor.recentHangouts().contains(key));
-        if (in.isGood()) {
-            processor.recentHangouts().isDuplicateHangout(key);
+    RecentHangouts& reported = processor.recentHangouts();
+    std::array<RecordKey, kFetched> some;
+    for (std::uint64_t left = in.count(kLeastReportedSize); left > 0 && in.isGood();) {
+        const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(left, kFetched));
+        for (std::size_t i = 0; i < count; ++i) {
+            some[i] = loadReported(eid, keys, in, takesForeign);
+            reported.prefetch(some[i]);
         }
+        for (std::size_t i = 0; i < count && in.isGood(); ++i) {
+            in.expect(!reported.isDuplicateHangout(some[i]));
+        }
+        left -= count;
     }
 }
 
