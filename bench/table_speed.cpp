@@ -348,10 +348,12 @@ public:
     }
 
     int finish() {
-        Report::heading("From columns to columns, ns a row");
-        Report::table({"case", "rows", "engine", "least", "M/s", "at least", "", "facade", "to it",
-                       "at least", "", "2 threads", "at least", ""},
-                      rows_);
+        if (!rows_.empty()) {
+            Report::heading("From columns to columns, ns a row");
+            Report::table({"case", "rows", "engine", "least", "M/s", "at least", "", "facade",
+                           "to it", "at least", "", "2 threads", "at least", ""},
+                          rows_);
+        }
         if (!growth_.empty()) {
             Report::heading("Entities, from columns to columns, ns a row");
             Report::table({"mode", "entities", "1,000", "so many", "ratio", "goal", ""}, growth_);
