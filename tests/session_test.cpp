@@ -309,6 +309,22 @@ TEST(Session, RemembersAndSavesOnlyWhatIsUnderWay) {
     }
 }
 
+TEST(Session, ForgetsNothingThatIsFoundAgain) {
+    RowStream stream = makeRowStream(8, 1500);
+    std::erase_if(stream, [](const auto& row) { return row.reason != RowReason::none; });
+    std::stable_sort(stream.begin(), stream.end(),
+                     [](const auto& a, const auto& b) { return a.time < b.time; });
+    for (const Way& way : {Way{Question::presence}, Way{Question::hangouts}}) {
+        const auto session = open(way, 1);
+        std::string lines;
+        for (std::size_t i = 0; i < stream.size(); ++i) {
+            push(*session, part(stream, i, i + 1), lines);
+            session->forgetReportedBefore(stream[i].time);
+        }
+        EXPECT_TRUE(finish(*session, lines) == run(stream, way));
+    }
+}
+
 /// QORVEL_WRITE_STATES writes the file where it is not there.
 TEST(Checkpoint, ComesBackOrIsRefused) {
     const Checkpoint kept{{{"a", {1, 2}}, {"b", {}}}, {{"", {"x", ""}}}, "state"};
@@ -492,8 +508,8 @@ TEST(Session, CountsRowsThatBreakThePromise) {
          {Case{kHour, {}, 4}, Case{{}, {}, 2}, Case{24 * kHour - 1, {}, 3}, Case{kEver, {}, 0},
           Case{{}, 35 * kHour, 0}, Case{{}, 36 * kHour, 1}, Case{kHour, 0, 4},
           Case{{}, {}, 4, Question::stays}, Case{24 * kHour - 1, {}, 3, Question::stays},
-          Case{{}, 35 * kHour, 0, Question::stays}, Case{{}, 36 * kHour, 1, Question::stays},
-          Case{kEver, 61 * kHour, 3, Question::stays}}) {
+          Case{24 * kHour - 1, 0, 3, Question::stays}, Case{{}, 35 * kHour, 0, Question::stays},
+          Case{{}, 36 * kHour, 1, Question::stays}, Case{kEver, 61 * kHour, 3, Question::stays}}) {
         SessionOptions options;
         options.late = row.late;
         Session session({row.question}, readConfigText(kConfig), options);
