@@ -492,6 +492,29 @@ TEST(Session, TakesOrRefusesWholeWhatIsForged) {
     }
 }
 
+TEST(Session, RefusesFixesThatWaitInNoOrder) {
+    Way way{Question::stays};
+    way.late = kHour;
+    RowStream stream;
+    std::string times[4]; // as a state has them
+    for (std::int64_t minute = 0; minute < 4; ++minute) {
+        const std::int64_t time = 100 * kHour + minute * kStreamMinute;
+        stream.push_back({"1", 48.0, 11.0, time, {}, {}, {}});
+        for (unsigned shift = 0; shift < 64; shift += 8) {
+            times[minute] += static_cast<char>(time >> shift);
+        }
+    }
+    std::string lines;
+    const auto source = open(way, 1);
+    push(*source, stream, lines);
+    const std::string state = source->save();
+    const std::size_t second = state.find(times[1]);
+    ASSERT_NE(second, std::string::npos);
+    const std::string wrong = forged(state, second, times[3]);
+    EXPECT_EQ(codeOf([&] { open(way, 1)->load(wrong); }), QORVEL_ENGINE_BAD_STATE);
+    open(way, 1)->load(forged(state, second, times[2])); // two at one time may be
+}
+
 TEST(Session, CountsRowsThatBreakThePromise) {
     RowStream stream;
     for (const std::int64_t hour : {50, 20, 60, 58, 35, 36}) {
