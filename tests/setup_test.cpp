@@ -512,6 +512,10 @@ TEST(TimeZones, FollowTheRuleOfAFile) {
         std::int64_t offset;
     };
     for (const Row& row : {Row{"<+03>-3", 0, 10800},
+                           {"CET-1CEST,M3.5.0,M10.5.0/3", 1616893199, 3600}, // 28 March 2021
+                           {"CET-1CEST,M3.5.0,M10.5.0/3", 1616893200, 7200},
+                           {"CET-1CEST,M3.5.0,M10.5.0/3", 1635641999, 7200}, // 31 October
+                           {"CET-1CEST,M3.5.0,M10.5.0/3", 1635642000, 3600},
                            {"EST5EDT,J60/0,J300/0", 1709251199, -18000},
                            {"EST5EDT,J60/0,J300/0", 1709269200, -14400}, // 1 March, a leap year
                            {"EST5EDT,59/0,300/0", 1709182800, -14400},   // 29 February
