@@ -268,16 +268,16 @@ TEST(State, IsTakenOrRefusedWholeWhereCheckSumsAreRight) {
     };
     const std::uint64_t fingerprint =
         qorvel_detail::StateReader(std::string_view(state).substr(24)).u64();
-    for (const auto& [made, told, fault] : {Row{{1}, {0}, ""},
-                                            {{1, 1}, {0, 1}, ""},
-                                            {{1, 0}, {0}, "ERROR_STATE_4,"},
-                                            {{1, 1}, {1, 0}, "ERROR_STATE_4,"},
-                                            {{1}, {0, 0}, "ERROR_STATE_4,"},
-                                            {{1}, {1}, "ERROR_STATE_4,"}}) {
+    for (const Row& row : {Row{{1}, {0}, ""},
+                           {{1, 1}, {0, 1}, ""},
+                           {{1, 0}, {0}, "ERROR_STATE_4,"},
+                           {{1, 1}, {1, 0}, "ERROR_STATE_4,"},
+                           {{1}, {0, 0}, "ERROR_STATE_4,"},
+                           {{1}, {1}, "ERROR_STATE_4,"}}) {
         const std::string forgedOne = framed("PROC", fingerprint, [&](StateWriter& out) {
             out.beginSection(stateTag("DETE"), StateNeed::critical);
-            out.u64(made.size());
-            for (const std::uint8_t flag : made) {
+            out.u64(row.made.size());
+            for (const std::uint8_t flag : row.made) {
                 out.u8(flag);
             }
             out.endSection();
@@ -286,8 +286,8 @@ TEST(State, IsTakenOrRefusedWholeWhereCheckSumsAreRight) {
             out.u8(0);
             out.u64(7);
             const std::size_t begin = out.beginLength();
-            out.u64(told.size());
-            for (const std::uint32_t number : told) {
+            out.u64(row.told.size());
+            for (const std::uint32_t number : row.told) {
                 out.u32(number);
                 out.u8(2);
                 out.f64(48.0);
@@ -297,7 +297,7 @@ TEST(State, IsTakenOrRefusedWholeWhereCheckSumsAreRight) {
             out.endLength(begin);
             out.endSection();
         });
-        EXPECT_EQ(faultOf(same, forgedOne), fault) << made.size() << ' ' << told.size();
+        EXPECT_EQ(faultOf(same, forgedOne), row.fault) << row.made.size() << ' ' << row.told.size();
     }
 
     std::size_t taken = 0;
