@@ -7,6 +7,7 @@
 #include "engine/qorvel_engine.h"
 #include "engine/run/Checkpoint.h"
 #include "engine/run/Session.h"
+#include "engine/run/advice.h"
 #include "testing/support/RowStream.h"
 #include "testing/support/SessionWay.h"
 #include "testing/support/counted.h"
@@ -513,6 +514,111 @@ TEST(Session, RefusesFixesThatWaitInNoOrder) {
     const std::string wrong = forged(state, second, times[3]);
     EXPECT_EQ(codeOf([&] { open(way, 1)->load(wrong); }), QORVEL_ENGINE_BAD_STATE);
     open(way, 1)->load(forged(state, second, times[2])); // two at one time may be
+}
+
+TEST(Session, FindsTheSameOfManyEntities) {
+    constexpr std::size_t kEntities = 5000; // with so many, what is kept of them is fetched ahead
+    RowStream parts[2];
+    RowStream stream;
+    for (std::size_t i = 0; i < 4 * kEntities; ++i) {
+        const std::size_t entity = i % kEntities;
+        stream.push_back({std::to_string(entity),
+                          48.0,
+                          11.0 + 0.001 * static_cast<double>(entity),
+                          100 * kHour + static_cast<std::int64_t>(i / kEntities) * kStreamMinute,
+                          {},
+                          {},
+                          {}});
+        parts[entity % 2].push_back(stream.back());
+    }
+    Way way{Question::presence};
+    way.rowsPerPush = stream.size();
+    const std::string all = run(stream, way);
+    EXPECT_GE(std::count(all.begin(), all.end(), '\n'), std::ptrdiff_t{kEntities});
+    EXPECT_TRUE(sorted(all) == sorted(run(parts[0], way) + run(parts[1], way)));
+}
+
+TEST(Session, GivesEachOfManyBoxesOnce) {
+    std::string once;
+    std::string again;
+    for (int length = 5; length <= 10; ++length) {
+        for (const char* name : {"a", "b"}) {
+            const std::string master = name + std::to_string(length);
+            std::string& config = *name == 'a' ? once : again;
+            config += "[[master]]\nname = \"" + master +
+                      "\"\ncell_length = " + std::to_string(length) +
+                      "\n[[assignment]]\nmaster = \"" + master + "\"\n";
+        }
+    }
+    const RowColumns columns({{"1", 1e-9, 1e-9, kHour, 1e5, {}, {}}}, EntityKind::text);
+    const auto boxes = [&columns](const std::string& config) {
+        Session session({Question::boxes}, readConfigText(config), {});
+        session.push(columns.slice(0, 1));
+        session.finish();
+        std::string lines;
+        takeAll(session, lines);
+        return lines;
+    };
+    const std::string all = boxes(once);
+    EXPECT_GT(std::count(all.begin(), all.end(), '\n'), 32); // from which on they are hashed
+    EXPECT_EQ(boxes(once + again), all);
+    EXPECT_EQ(sorted(boxes(again + once)), sorted(all));
+}
+
+TEST(Session, AdvisesOnAnEmptyAnswer) {
+    const AdviceWords words{[](std::string_view name) { return '<' + std::string(name) + '>'; },
+                            "<column>", "<explain>", "<check>"};
+    Config said;
+    said.masters.resize(1);
+    said.presence.resize(1);
+    said.hangouts.resize(1);
+    Config text = said;
+    text.masters[0].line = 1;
+    Config file;
+    file.file = "a.toml";
+    const std::optional<std::int64_t> never;
+    const struct {
+        Question question;
+        Config config;
+        InputFigures input; ///< entities, interval, inaccurate
+        std::string advice; ///< the beginning
+    } rows[] = {
+        {Question::boxes, said, {2, never, 0}, ""},
+        {Question::boxes, text, {2, never, 0}, "no assignment of the configuration takes any row"},
+        {Question::boxes, file, {2, never, 0}, "no assignment of a.toml takes any row; <check> "},
+        {Question::stays, said, {2, never, 0}, "no entity has two fixes at different times; <col"},
+        {Question::stays,
+         said,
+         {2, 25 * kHour, 0},
+         "the fixes of an entity are typically 1.04 day"},
+        {Question::places, said, {2, kHour, 0}, "nobody was within <radius> (200 m) of one place"},
+        {Question::stays, said, {2, kHour, 6}, "6 of 10 fixes are less accurate than <max_accura"},
+        {Question::encounters, said, {1, kHour, 0}, "there is one entity only, and two can meet;"},
+        {Question::encounters, said, {2, kHour, 0}, "the fixes of an entity are typically 1 hour"},
+        {Question::encounters, said, {2, 1000, 0}, "no two were within <within> (50 m) of each o"},
+        {Question::presence, said, {2, never, 0}, "no entity has two fixes at different times;"},
+        {Question::presence, {}, {2, 1000, 0}, ""},
+        {Question::presence, text, {2, 1000, 0}, "no spec of the configuration was met; <explai"},
+        {Question::hangouts, file, {2, 1000, 0}, "no spec of a.toml was met; <explain> says what"},
+        {Question::presence, said, {2, kHour, 0}, "the fixes of an entity are typically 1 hour"},
+        {Question::presence, said, {2, 1000, 0}, "nobody had <min_count> (5) fixes in a cell wi"},
+        {Question::hangouts, said, {2, 1000, 0}, "nobody had <min_count> (5) fixes in a cell ov"}};
+    RunFigures run;
+    run.processed = 10;
+    for (const auto& row : rows) {
+        AnalysisOptions options;
+        options.question = row.question;
+        const std::string advice = adviceOn(options, row.config, run, row.input, words);
+        EXPECT_EQ(advice.substr(0, row.advice.size()), row.advice);
+        EXPECT_EQ(advice.empty(), row.advice.empty());
+    }
+    AnalysisOptions options;
+    options.question = Question::encounters;
+    options.encounters.minDuration = kHour;
+    EXPECT_NE(adviceOn(options, said, run, {2, 1000, 0}, words).find("<min_minutes> asks"),
+              std::string::npos);
+    run.results = 1;
+    EXPECT_EQ(adviceOn(options, said, run, {2, 1000, 0}, words), "");
 }
 
 TEST(Session, CountsRowsThatBreakThePromise) {

@@ -52,7 +52,7 @@ void BatchReader::readRows(FixBatch& batch) {
             hasEnded_ = true;
         } else {
             readRow(batch);
-            isLive_ = isWaitedFor && source_.isDrained();
+            isLive_ = source_.isDrained() && isWaitedFor;
         }
     }
 }

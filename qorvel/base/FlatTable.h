@@ -67,7 +67,7 @@ public:
     void reserve(std::uint32_t size) {
         std::uint32_t capacity = std::bit_ceil(size);
         capacity *= size > capacity - capacity / 4 ? 2U : 1U;
-        if (capacity > capacity_ && size_ == 0) {
+        if (capacity > capacity_) {
             moveTo(std::make_unique<Slot[]>(capacity), capacity);
         }
     }
