@@ -621,6 +621,42 @@ TEST(Session, AdvisesOnAnEmptyAnswer) {
     EXPECT_EQ(adviceOn(options, said, run, {2, 1000, 0}, words), "");
 }
 
+/// In no thread but the one that made it.
+class OwnRenderer : public LineRenderer {
+public:
+    void append(std::string& out, const ResultTable& table, std::size_t row) const override {
+        if (std::this_thread::get_id() != own_) {
+            throw std::bad_alloc();
+        }
+        LineRenderer::append(out, table, row);
+    }
+
+private:
+    std::thread::id own_ = std::this_thread::get_id();
+};
+
+TEST(Session, EndsInAllThreadsWhenOneFails) {
+    const RowColumns columns(makeRowStream(3, 500), EntityKind::text);
+    for (int times = 0; times < 5; ++times) {
+        Way way;
+        way.threads = 3;
+        way.renderer = std::make_shared<OwnRenderer>();
+        Session session(askedIn(way), readConfigText(kConfig), optionsOf(way));
+        bool hasFailed = false;
+        for (int pushes = 0; pushes < 100000 && !hasFailed; ++pushes) {
+            try {
+                session.push(columns.slice(0, 500));
+                while (session.take()) {
+                }
+            } catch (const std::exception&) {
+                hasFailed = true;
+            }
+        }
+        EXPECT_TRUE(hasFailed);
+        EXPECT_EQ(codeOf([&] { session.push(columns.slice(0, 500)); }), QORVEL_ENGINE_MISUSE);
+    }
+}
+
 TEST(Session, CountsRowsThatBreakThePromise) {
     RowStream stream;
     for (const std::int64_t hour : {50, 20, 60, 58, 35, 36}) {
