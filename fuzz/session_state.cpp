@@ -16,18 +16,6 @@ namespace {
 
 using namespace qorvel_engine;
 
-/// What is thrown, as its code; 0 where nothing is.
-template <class Call>
-int codeOf(const Call& call) {
-    try {
-        call();
-        return 0;
-    } catch (const Fault& fault) {
-        LAW(*fault.what() != '\0');
-        return static_cast<int>(fault.code());
-    }
-}
-
 std::unique_ptr<Session> openRendered(std::size_t way, unsigned threads) {
     Way rendered = savedWays()[way];
     rendered.renderer = std::make_shared<LineRenderer>();
@@ -117,7 +105,9 @@ std::uint64_t fingerprintOf(std::size_t way) {
 
 void loadCheckpoint(const std::string& bytes) {
     Checkpoint loaded;
-    if (codeOf([&] { loaded = Checkpoint::load(bytes); }) == 0) {
+    const int code = codeOf([&] { loaded = Checkpoint::load(bytes); });
+    LAW(code >= 0);
+    if (code == 0) {
         const std::string again = loaded.save();
         LAW(Checkpoint::load(again).save() == again);
     }

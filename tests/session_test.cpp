@@ -213,17 +213,6 @@ TEST(Session, FindsTheSameAsSeveralWithSomeEntitiesEachOnThreadsOfTheirOwn) {
     }
 }
 
-/// What is thrown, as its code; 0 where nothing is.
-template <class Call>
-int codeOf(const Call& call) {
-    try {
-        call();
-        return 0;
-    } catch (const Fault& fault) {
-        return static_cast<int>(fault.code());
-    }
-}
-
 // ---- States ----
 
 constexpr std::size_t kStateRows = 1500;

@@ -1,6 +1,7 @@
 #ifndef QORVEL_TESTING_SUPPORT_SESSIONWAY_H
 #define QORVEL_TESTING_SUPPORT_SESSIONWAY_H
 
+#include "engine/columns/Fault.h"
 #include "engine/run/Renderer.h"
 #include "engine/run/Session.h"
 #include "testing/support/RowStream.h"
@@ -122,6 +123,17 @@ inline std::unique_ptr<qorvel_engine::Session> open(Way way, unsigned threads) {
     way.threads = threads;
     return std::make_unique<qorvel_engine::Session>(
         askedIn(way), qorvel_engine::readConfigText(kConfig), optionsOf(way));
+}
+
+/// The code of the fault that is thrown; 0 where none is, -1 of one that says nothing.
+template <class Call>
+int codeOf(const Call& call) {
+    try {
+        call();
+        return 0;
+    } catch (const qorvel_engine::Fault& fault) {
+        return *fault.what() == '\0' ? -1 : static_cast<int>(fault.code());
+    }
 }
 
 #endif
