@@ -357,6 +357,7 @@ struct Figured {
     void gc(std::int64_t time) {
         real.gc(time);
         first.gc(time);
+        first.forgetReportedBefore(INT64_MIN); // nothing is that old
         every.gc(time);
         unfinished.gc(time);
     }
