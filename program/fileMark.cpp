@@ -1,5 +1,7 @@
 #include "program/fileMark.h"
 
+#include "program/Failure.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -28,7 +30,7 @@ std::optional<std::uint64_t> sumOf(int file, std::uint64_t from, std::uint64_t t
 
 } // namespace
 
-std::optional<std::vector<std::uint64_t>> markOf(int file, std::uint64_t length) {
+std::optional<FileMark> markOf(int file, std::uint64_t length) {
     struct stat about {};
     if (fstat(file, &about) != 0 || static_cast<std::uint64_t>(about.st_size) < length) {
         return std::nullopt;
@@ -36,7 +38,14 @@ std::optional<std::vector<std::uint64_t>> markOf(int file, std::uint64_t length)
     const std::uint64_t looked = std::min(length, kLooked);
     const std::optional<std::uint64_t> first = sumOf(file, 0, looked);
     const std::optional<std::uint64_t> last = sumOf(file, length - looked, length);
-    return first && last ? std::optional(std::vector{*first, *last}) : std::nullopt;
+    return first && last ? std::optional(FileMark{*first, *last}) : std::nullopt;
+}
+
+FileMark expectMark(const std::optional<FileMark>& mark, const std::string& file) {
+    if (!mark) {
+        throw Failure(ExitCode::broken, file + " became shorter while it was in use");
+    }
+    return *mark;
 }
 
 } // namespace program

@@ -3,14 +3,20 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace program {
 
+using FileMark = std::vector<std::uint64_t>;
+
 /// By which a file is known again, whatever was added behind that length, bytes: check sums of what
 /// it begins with and of what stands last before there. None where it is shorter, or cannot be
 /// read.
-std::optional<std::vector<std::uint64_t>> markOf(int file, std::uint64_t length);
+std::optional<FileMark> markOf(int file, std::uint64_t length);
+
+/// Of a file up to where it was read or written: throws Failure(broken) where there is none.
+FileMark expectMark(const std::optional<FileMark>& mark, const std::string& file);
 
 } // namespace program
 

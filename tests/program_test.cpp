@@ -608,16 +608,19 @@ const struct Kept {
     std::string command;
     std::string out;
     std::string input;
+    std::string before = ""; ///< files that are read before it
 } kKeptRuns[] = {
     {"stays --late '3 hours'", "o.csv", "town.csv"},
     {"presence --max-speed '5 km/h'", "o.ndjson", "town.ndjson"},
     {"hangouts --final --late '10 hours' --format ndjson", "o.csv", "town.csv"},
     {"meet --within 300 --csv-safe", "o.csv", "town.ndjson"},
     {"boxes --entity c --entity person-0007", "o.csv", "town.csv"},
+    {"hangouts --final --late '10 hours'", "o.csv", "town-3.csv", "town-1.csv town-2.ndjson "},
 };
 
-/// A folder with the town as CSV and as NDJSON, with bad rows, all kinds of line ends, times in
-/// seconds and, from some row on, an accuracy.
+/// A folder with the town as CSV, as NDJSON and as three files without a line end behind their last
+/// rows, with bad rows, all kinds of line ends, times in seconds and, from some row on, an
+/// accuracy.
 std::string keptFolder() {
     const std::string folder = scratch("kept");
     std::filesystem::create_directory(folder);
@@ -642,18 +645,33 @@ std::string keptFolder() {
             ndjson << "{}\n";
         }
     }
+    csv.close();
+    ndjson.close();
+    for (const std::string name : {"town-1.csv", "town-2.ndjson", "town-3.csv"}) {
+        const std::string all = slurp(folder + "/town" + name.substr(6));
+        const auto third = static_cast<std::size_t>(name[5] - '1');
+        const std::size_t from = all.find('\n', all.size() / 3 * third);
+        const std::size_t to = all.find('\n', all.size() / 3 * (third + 1));
+        const std::string rows = all.substr(from, to - from);
+        std::ofstream(folder + '/' + name) << (name[7] == 'c' ? all.substr(0, all.find('\n')) : "")
+                                           << rows.substr(0, rows.find_last_not_of("\r\n") + 1);
+    }
     return folder;
 }
 
 std::string keptCommand(const Kept& kept, const std::string& more = "") {
-    return "$Q " + kept.command + kKept + "--out " + kept.out + ' ' + more + ' ' + kept.input;
+    return "$Q " + kept.command + kKept + "--out " + kept.out + ' ' + more + ' ' + kept.before +
+           kept.input;
 }
 
 /// What the same run without a state gives, from what can be read only once.
 std::string piped(const Kept& kept, const std::string& cd) {
-    return shell(cd + "cat " + kept.input + " | $Q " + kept.command + " --input-format " +
-                 kept.input.substr(kept.input.find('.') + 1) + " --rejects r.csv --out p" +
-                 kept.out + " --quiet -; cat p" + kept.out + "; cat r.csv")
+    const std::string format = kept.input.substr(kept.input.find('.') + 1);
+    return shell(cd + "cat " + kept.input + " | $Q " + kept.command + " --rejects r.csv --out p" +
+                 kept.out + " --quiet " +
+                 (kept.before.empty() ? "--input-format " + format + " -"
+                                      : kept.before + kept.input) +
+                 "; cat p" + kept.out + "; cat r.csv")
         .out;
 }
 
@@ -698,6 +716,9 @@ TEST(Program, AddsToItsOutputAsTheInputGrows) {
         const std::string all = slurp(scratch("kept/") + kept.input);
         kept.input = "grown" + kept.input.substr(kept.input.find('.'));
         shell(cd + "rm -f s.state* o.* bad.csv");
+        if (!kept.before.empty()) {
+            shell(cd + keptCommand({kept.command, kept.out, "", kept.before}));
+        }
         std::string before;
         for (std::size_t to = 500; to < all.size();
              to += all.size() / 6 + chance() % (all.size() / 6)) {
@@ -720,12 +741,15 @@ TEST(Program, AddsToItsOutputAsTheInputGrows) {
 }
 
 TEST(Program, RefusesAStateAndChangesNothing) {
-    const struct {
+    struct Row {
         int code;
         std::string words;
         std::string change; // after a run that left a state
         std::string arguments = "boxes --state s.state --out o.csv t.csv";
-    } rows[] = {
+    };
+    const std::string onAll = "boxes --state s.state --out o.csv t.csv u.csv v.csv";
+    const std::string several = "rm s.state o.csv; $Q " + onAll;
+    const Row rows[] = {
         {0, "3 rows read, 3 processed", ""},
         {2, "another --csv-safe", "", "boxes --csv-safe --state s.state --out o.csv t.csv"},
         {2, "another --bbox", "", "boxes --bbox 1,2,9,50 --state s.state --out o.csv t.csv"},
@@ -746,7 +770,24 @@ TEST(Program, RefusesAStateAndChangesNothing) {
         {3, "another run has it", "exec 9<>o.csv; flock 9"},
         {2, "cannot be rewound", "", "boxes --state s.state --out o.csv - <t.csv"},
         {2, "cannot be rewound", "gzip -k t.csv", "boxes --state s --out n.csv t.csv.gz"},
-        {2, "several files", "cp t.csv u.csv", "boxes --state s --out n.csv t.csv u.csv"},
+        {2, "u.csv.gz cannot be rewound", "gzip u.csv",
+         "boxes --state s --out n.csv t.csv u.csv.gz"},
+        {0, "9 rows read, 9 processed", several + "; echo entity,lat,lon,time >w.csv",
+         onAll + " w.csv"},
+        {0, "3 rows read, 3 processed", "echo entity,lat,lon,time >w.csv",
+         "boxes --state s.state --out o.csv t.csv w.csv"},
+        {2, "u.csv was number 2 of the files", several,
+         "boxes --state s.state --out o.csv t.csv v.csv u.csv"},
+        {2, "and now none is", several, "boxes --state s.state --out o.csv t.csv u.csv"},
+        {2, "and now v.csv is", several + "; >u.csv", onAll},
+        {3, "u.csv has grown", several + "; echo >>u.csv", onAll},
+        {3, "u.csv is another file", several + "; sed -i s/47/46/ u.csv", onAll},
+        {3, "v.csv is another file", several + "; sed -i s/47/46/ v.csv", onAll},
+        {3, "cannot open u.csv", several + "; rm u.csv", onAll},
+        {2, "another --rejects", "", "boxes --state s.state --rejects bad.csv --out o.csv t.csv"},
+        {2, "bad.csv was begun for one file",
+         "rm s.state o.csv; $Q boxes --rejects bad.csv --state s.state --out o.csv t.csv",
+         onAll + " --rejects bad.csv"},
         {2, "NAME.csv or NAME.ndjson", "", "boxes --state s --out n.geojson t.csv"},
         {2, "NAME.csv or NAME.ndjson", "", "boxes --state s --out n.csv.gz t.csv"},
         {2, "NAME.csv or NAME.ndjson", "", "boxes --state s t.csv"},
@@ -762,9 +803,9 @@ TEST(Program, RefusesAStateAndChangesNothing) {
          "--out o.csv t.csv",
          "boxes --strict --state s.state --out o.csv t.csv"},
     };
-    const std::string fresh = "cd " + scratch(".") + "; rm -rf kept; mkdir kept; cd kept; cp " +
-                              save("stay", stay(3)) +
-                              " t.csv; $Q boxes --state s.state --out o.csv t.csv; ";
+    const std::string fresh =
+        "cd " + scratch(".") + "; rm -rf kept; mkdir kept; cd kept; cp " + save("stay", stay(3)) +
+        " t.csv; cp t.csv u.csv; cp t.csv v.csv; $Q boxes --state s.state --out o.csv t.csv; ";
     for (const auto& [code, words, change, arguments] : rows) {
         const Outcome outcome = shell(fresh + "{ " + (change.empty() ? ":" : change) +
                                       "; } 2>/dev/null; cp o.csv before; $Q " + arguments +

@@ -25,7 +25,7 @@ void addState(CLI::App& command, StateOptions& state) {
     CLI::Option* const file =
         command
             .add_option("--state", state.file,
-                        "file that says how far a run has come, for one file of CSV or NDJSON and "
+                        "file that says how far a run has come, for files of CSV or NDJSON and "
                         "--out NAME.csv or NAME.ndjson: the same command, started again, goes on "
                         "from there, after it was killed or when the input has grown. Results are "
                         "added to the output where it stands; the input is read once, so --late "

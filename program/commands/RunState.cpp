@@ -13,6 +13,9 @@
 #include "program/output/growingFormat.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 namespace program {
@@ -22,11 +25,15 @@ namespace {
 constexpr std::int64_t kLongest =
     1'000'000'000; ///< ms between two states, lest the clock overflows
 
+constexpr char kWrongValue[] = "The state is damaged: a value in it is wrong.";
+
 // What is kept, by its names in docs/state-format.md.
 constexpr char kOptions[] = "options";
 constexpr char kInput[] = "input"; ///< offset, line, unit of times, rows
 constexpr char kInputKeys[] = "input.keys";
 constexpr char kInputMark[] = "input.mark";
+constexpr char kInputFiles[] = "input.files"; ///< see InputPlace
+constexpr char kInputWhole[] = "input.whole";
 constexpr char kOutput[] = "output"; ///< length
 constexpr char kOutputMark[] = "output.mark";
 constexpr char kRejects[] = "rejects"; ///< how many, and the length of their file
@@ -49,33 +56,13 @@ private:
     std::shared_ptr<const TextFormat> format_;
 };
 
-GrowingInput& growing(FixSource& source) {
-    GrowingInput* const growing = source.growing();
-    if (growing == nullptr) {
-        throw Failure(ExitCode::usage,
-                      "--state goes on with one file of CSV or NDJSON, not packed; " +
-                          (source.isSeveral() ? "several files" : source.name()) +
-                          " cannot be rewound to where a run ended");
-    }
-    return *growing;
-}
-
-using Mark = std::optional<std::vector<std::uint64_t>>;
-
-std::vector<std::uint64_t> expectThere(const Mark& mark, const std::string& file) {
-    if (!mark) {
-        throw Failure(ExitCode::broken, file + " became shorter while it was in use");
-    }
-    return *mark;
-}
-
 } // namespace
 
 RunState::RunState(const RunOptions& options, FixSource& source)
     : options_(options), source_(source),
       format_(growingFormat(options.output, schemaOf(options.analysis))),
       file_(options.state.file) {
-    growing(source).leaveUnended();
+    growingInput(source).leaveUnended();
     if (!options.rejectsFile.empty() &&
         (isWrittenDirectly(options.rejectsFile) || isPacked(options.rejectsFile))) {
         throw Failure(ExitCode::usage, "with --state the bad rows go into a file that grows: "
@@ -104,10 +91,10 @@ void RunState::open() {
     }
     left_ = load(*bytes);
     expectSameOptions(options_);
-    expectSameFile(kInputMark, source_.name(), growing(source_).mark(numbers(kInput, 4)[0]));
-    expectSameFile(kOutputMark, out_->name(), out_->mark(number(kOutput)));
+    expectSameInput();
+    expectSameFile(numbers(kOutputMark, 2), out_->name(), out_->mark(number(kOutput)));
     if (rejectsOut_) {
-        expectSameFile(kRejectsMark, rejectsOut_->name(),
+        expectSameFile(numbers(kRejectsMark, 2), rejectsOut_->name(),
                        rejectsOut_->mark(numbers(kRejects, 2)[1]));
     }
 }
@@ -136,8 +123,55 @@ void RunState::expectSameOptions(const RunOptions& options) const {
     }
 }
 
-void RunState::expectSameFile(const char* which, const std::string& file, const Mark& mark) const {
-    if (!mark || *mark != numbers(which, mark->size())) {
+/// New files may have come, behind those that were read.
+void RunState::expectSameInput() const {
+    const GrowingInput& input = growingInput(source_);
+    const InputPlace place = placeLeft();
+    const std::vector<std::string> names = input.fileNames();
+    expectSameNames(place.files, names);
+    for (std::size_t i = 0; i < place.file(); ++i) {
+        const auto whole =
+            place.whole.begin() + static_cast<std::ptrdiff_t>(i * InputPlace::kWhole);
+        expectSameFile(FileMark(whole + 1, whole + InputPlace::kWhole), names[i],
+                       input.mark(i, *whole));
+        if (std::error_code error; std::filesystem::file_size(names[i], error) != *whole) {
+            throw Failure(ExitCode::broken,
+                          names[i] +
+                              " has grown since it was read to its end, and the run whose "
+                              "state is in " +
+                              file_.name() +
+                              " went on with other files: add new rows to the last file or in a "
+                              "new one, or begin with another --state and another --out");
+        }
+    }
+    expectSameFile(numbers(kInputMark, 2), names[place.file()],
+                   input.mark(place.file(), place.offset));
+}
+
+void RunState::expectSameNames(const std::vector<std::string>& before,
+                               const std::vector<std::string>& now) const {
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        if (i >= now.size() || before[i] != now[i]) {
+            throw Failure(ExitCode::usage,
+                          before[i] + " was number " + std::to_string(i + 1) +
+                              " of the files that the run read whose state is in " + file_.name() +
+                              ", and now " + (i < now.size() ? now[i] : "none") +
+                              " is: name the same files in the same order and new ones behind "
+                              "them, or begin with another --state and another --out");
+        }
+    }
+    if (rejectsOut_ && before.empty() == source_.isSeveral()) {
+        throw Failure(ExitCode::usage,
+                      rejectsOut_->name() + " was begun for " +
+                          (before.empty() ? "one file" : "several files") +
+                          ", and bad rows of several have the name of their file in front: begin "
+                          "with another --state and another --out");
+    }
+}
+
+void RunState::expectSameFile(const FileMark& before, const std::string& file,
+                              const std::optional<FileMark>& mark) const {
+    if (mark != before) {
         throw Failure(ExitCode::broken,
                       file + (mark ? " is another file than" : " is shorter than it was for") +
                           " the run whose state is in " + file_.name() +
@@ -177,13 +211,12 @@ void RunState::goOn(Session& session, FixFilter& filter, Rejects& rejects, Batch
     } catch (const Fault& fault) {
         throw Failure(ExitCode::usage, file_.name() + ": " + fault.what());
     }
-    const std::vector<std::uint64_t>& input = numbers(kInput, 4);
-    if (!filter.load(*left_) || input[2] > static_cast<std::uint64_t>(TimeUnit::nanoseconds)) {
-        failDamaged("The state is damaged: a value in it is wrong.");
+    if (!filter.load(*left_)) {
+        failDamaged(kWrongValue);
     }
-    growing(source_).goTo({input[0], input[1], static_cast<TimeUnit>(input[2]), texts(kInputKeys)});
+    growingInput(source_).goTo(placeLeft());
     rejects.goOn(numbers(kRejects, 2)[0]);
-    reader.goOn(input[3]);
+    reader.goOn(numbers(kInput, 4)[3]);
     out_->cutTo(number(kOutput));
     if (rejectsOut_) {
         rejectsOut_->cutTo(numbers(kRejects, 2)[1]);
@@ -194,7 +227,7 @@ void RunState::save(Session& session, const FixFilter& filter, const Rejects& re
                     const BatchReader& reader) {
     const std::uint64_t length = out_->sync();
     const std::uint64_t rejectsLength = rejectsOut_ ? rejectsOut_->sync() : 0;
-    const InputPlace place = growing(source_).place();
+    const InputPlace place = growingInput(source_).place();
     Checkpoint kept;
     for (const auto& [name, value] : keptOptions(options_)) {
         kept.texts[kOptions].push_back(value);
@@ -202,18 +235,40 @@ void RunState::save(Session& session, const FixFilter& filter, const Rejects& re
     kept.numbers[kInput] = {place.offset, place.line, static_cast<std::uint64_t>(place.timeUnit),
                             reader.rowsRead()};
     kept.texts[kInputKeys] = place.keys;
-    kept.numbers[kInputMark] = expectThere(growing(source_).mark(place.offset), source_.name());
+    kept.numbers[kInputMark] =
+        expectMark(growingInput(source_).mark(place.file(), place.offset), source_.name());
+    if (!place.files.empty()) {
+        kept.texts[kInputFiles] = place.files;
+        kept.numbers[kInputWhole] = place.whole;
+    }
     kept.numbers[kOutput] = {length};
-    kept.numbers[kOutputMark] = expectThere(out_->mark(length), out_->name());
+    kept.numbers[kOutputMark] = expectMark(out_->mark(length), out_->name());
     kept.numbers[kRejects] = {rejects.count(), rejectsLength};
     if (rejectsOut_) {
         kept.numbers[kRejectsMark] =
-            expectThere(rejectsOut_->mark(rejectsLength), rejectsOut_->name());
+            expectMark(rejectsOut_->mark(rejectsLength), rejectsOut_->name());
     }
     filter.save(kept);
     kept.session = session.save();
     file_.replace(kept.save());
     due_ = Clock::now() + std::chrono::milliseconds(std::min(options_.state.every, kLongest));
+}
+
+InputPlace RunState::placeLeft() const {
+    const std::vector<std::uint64_t>& input = numbers(kInput, 4);
+    InputPlace place;
+    place.offset = input[0];
+    place.line = input[1];
+    place.timeUnit = static_cast<TimeUnit>(input[2]);
+    place.keys = texts(kInputKeys);
+    place.files = texts(kInputFiles);
+    if (!place.files.empty()) {
+        place.whole = numbers(kInputWhole, place.file() * InputPlace::kWhole);
+    }
+    if (input[2] > static_cast<std::uint64_t>(TimeUnit::nanoseconds)) {
+        failDamaged(kWrongValue);
+    }
+    return place;
 }
 
 std::uint64_t RunState::number(const std::string& name) const {

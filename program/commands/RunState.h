@@ -4,6 +4,7 @@
 #include "engine/run/Checkpoint.h"
 #include "program/commands/StateFile.h"
 #include "program/commands/analysisCommand.h"
+#include "program/input/GrowingInput.h"
 #include "program/output/GrowingFile.h"
 #include "program/output/TextFormat.h"
 
@@ -59,10 +60,14 @@ private:
     void open();
     Checkpoint load(const std::string& bytes) const;
     void expectSameOptions(const RunOptions& options) const;
-    void expectSameFile(const char* which, const std::string& file,
-                        const std::optional<std::vector<std::uint64_t>>& mark) const;
+    void expectSameInput() const;
+    void expectSameNames(const std::vector<std::string>& before,
+                         const std::vector<std::string>& now) const;
+    void expectSameFile(const FileMark& before, const std::string& file,
+                        const std::optional<FileMark>& mark) const;
     void expectFresh(const GrowingFile& file) const;
     void goOn(Session& session, FixFilter& filter, Rejects& rejects, BatchReader& reader);
+    InputPlace placeLeft() const;
     std::uint64_t number(const std::string& name) const;
     const std::vector<std::uint64_t>& numbers(const std::string& name, std::size_t count) const;
     std::vector<std::string> texts(const std::string& name) const;

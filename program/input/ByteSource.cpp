@@ -2,7 +2,6 @@
 
 #include "program/Failure.h"
 #include "program/Interrupt.h"
-#include "program/fileMark.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -50,7 +49,7 @@ void ByteSource::rewind() {
     if (lseek(file_, begin_, SEEK_SET) < 0) {
         fail("cannot rewind ");
     }
-    bytesRead_ = 0.0;
+    bytesRead_ = 0;
     coding_ = Coding::unknown;
     peeked_.clear();
     trouble_.clear();
@@ -69,11 +68,11 @@ char ByteSource::goTo(std::uint64_t offset) {
     }
     coding_ = Coding::plain;
     heldAt_ = heldEnd_;
-    bytesRead_ = static_cast<double>(offset);
+    bytesRead_ = offset;
     return before;
 }
 
-std::optional<std::vector<std::uint64_t>> ByteSource::mark(std::uint64_t length) const {
+std::optional<FileMark> ByteSource::mark(std::uint64_t length) const {
     return markOf(file_, length);
 }
 
@@ -110,14 +109,14 @@ std::optional<double> ByteSource::shareRead() const {
     if (!repeatable_ || fileSize_ <= 0.0) {
         return std::nullopt;
     }
-    return std::min(bytesRead_ / fileSize_, 1.0); // the file may have grown
+    return std::min(static_cast<double>(bytesRead_) / fileSize_, 1.0); // the file may have grown
 }
 
 std::size_t ByteSource::readFile(char* to, std::size_t size) {
     while (waitReadable(file_)) {
         const ssize_t got = ::read(file_, to, size);
         if (got >= 0) {
-            bytesRead_ += static_cast<double>(got);
+            bytesRead_ += static_cast<std::uint64_t>(got);
             return static_cast<std::size_t>(got);
         }
         if (errno != EINTR && errno != EAGAIN) {

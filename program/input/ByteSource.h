@@ -1,6 +1,8 @@
 #ifndef QORVEL_PROGRAM_INPUT_BYTESOURCE_H
 #define QORVEL_PROGRAM_INPUT_BYTESOURCE_H
 
+#include "program/fileMark.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -38,7 +40,10 @@ public:
     char goTo(std::uint64_t offset);
 
     /// As markOf() of the file.
-    std::optional<std::vector<std::uint64_t>> mark(std::uint64_t length) const;
+    std::optional<FileMark> mark(std::uint64_t length) const;
+
+    /// Of the file, packed as it is.
+    std::uint64_t bytesRead() const { return bytesRead_; }
 
     /// Reads at most `size` bytes (more than 0) and returns their number: 0 at the end, and after
     /// a SIGINT. Throws Failure(broken) when reading fails or gzip data is broken or cut off, after
@@ -75,7 +80,7 @@ private:
     bool repeatable_ = false;
     long begin_ = 0;
     double fileSize_ = 0.0;
-    double bytesRead_ = 0.0;
+    std::uint64_t bytesRead_ = 0;
 
     std::string peeked_; ///< not yet given by read()
     Coding coding_ = Coding::unknown;

@@ -53,8 +53,8 @@ public:
     std::string_view verbatim() const;
     /// The line on which the current row begins, the first of the input being 1.
     std::uint64_t line() const { return rows_[row_].line; }
-    /// Whether the input ends behind the current row, without a line end.
-    bool isUnended() const { return isUnended_ && row_ + 1 == rows_.size(); }
+    /// Whether the input ends behind the last row that was read, without a line end.
+    bool isUnended() const { return isUnended_ && row_ + 1 >= rows_.size(); }
 
     /// Whether the next call of next() has to wait for the input.
     bool isDrained() const { return row_ + 1 >= rows_.size(); }

@@ -45,6 +45,7 @@ InputPlace CsvSource::place() const {
     if (reader_) {
         place.offset = reader_->offsetBehind();
         place.line = reader_->lineBehind();
+        place.isUnended = reader_->isUnended();
     }
     return place;
 }

@@ -3,6 +3,7 @@
 #include "program/Failure.h"
 #include "program/Interrupt.h"
 #include "program/fileName.h"
+#include "program/input/ByteSource.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -37,6 +38,10 @@ bool isRegular(const std::string& file) {
     return fs::is_regular_file(file, none) && fs::file_size(file, none) > 0;
 }
 
+void append(const std::vector<std::uint64_t>& more, std::vector<std::uint64_t>& all) {
+    all.insert(all.end(), more.begin(), more.end());
+}
+
 } // namespace
 
 FileSequence::FileSequence(const InputOptions& options, InputFiles files)
@@ -49,11 +54,10 @@ FileSequence::FileSequence(const InputOptions& options, InputFiles files)
 
 bool FileSequence::next() {
     while (!source_->next()) {
-        if (interrupted() || index_ + 1 == files_.size()) {
+        if (interrupted() || isLast()) {
             return false;
         }
-        before_ += source_->assumed();
-        open(index_ + 1);
+        openNext();
     }
     return true;
 }
@@ -74,10 +78,71 @@ Assumed FileSequence::assumed() const {
     return all += source_->assumed();
 }
 
+void FileSequence::leaveUnended() {
+    isGrowing_ = true;
+    leavesUnended_ = true;
+    for (std::size_t i = files_.size(); i-- > 0;) { // to say it now, not when all before are read
+        open(i);
+        growingInput(*source_);
+    }
+}
+
+void FileSequence::takeUnended() {
+    leavesUnended_ = false;
+    current().takeUnended();
+}
+
+/// Behind a last row without a line end a file is whole: if it grew, that would be another row.
+InputPlace FileSequence::place() const {
+    InputPlace place = current().place();
+    const bool isWhole = place.isUnended && !isLast();
+    if (isWhole) {
+        place = {};
+    }
+    place.whole = whole_;
+    if (isWhole) {
+        append(wholeFile(), place.whole);
+    }
+    if (isSeveral()) {
+        const std::size_t read = place.whole.size() / InputPlace::kWhole + 1;
+        place.files.assign(files_.begin(), files_.begin() + static_cast<std::ptrdiff_t>(read));
+    }
+    return place;
+}
+
+void FileSequence::goTo(const InputPlace& place) {
+    whole_ = place.whole;
+    open(place.file());
+    current().goTo(place);
+}
+
+std::optional<FileMark> FileSequence::mark(std::size_t file, std::uint64_t length) const {
+    return file == index_ ? current().mark(0, length) : ByteSource(files_[file]).mark(length);
+}
+
 void FileSequence::open(std::size_t index) {
     options_.file = files_[index];
     source_ = openFixSource(options_);
     index_ = index;
+    if (leavesUnended_ && isLast()) {
+        current().leaveUnended();
+    }
+}
+
+void FileSequence::openNext() {
+    const Assumed read = source_->assumed();
+    const std::vector<std::uint64_t> whole =
+        isGrowing_ ? wholeFile() : std::vector<std::uint64_t>();
+    open(index_ + 1);
+    before_ += read;
+    append(whole, whole_);
+}
+
+/// The one that was read to its end, for InputPlace.
+std::vector<std::uint64_t> FileSequence::wholeFile() const {
+    std::vector<std::uint64_t> whole = {bytesRead()};
+    append(expectMark(current().mark(0, whole.front()), name()), whole);
+    return whole;
 }
 
 } // namespace program

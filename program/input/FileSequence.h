@@ -10,7 +10,7 @@
 namespace program {
 
 /// Files one after another, as one input; one is open at a time.
-class FileSequence : public FixSource {
+class FileSequence : public FixSource, public GrowingInput {
 public:
     /// Opens the first; see openFixSource for the rest.
     /// @param files  one or more
@@ -31,8 +31,22 @@ public:
     bool isSeveral() const override { return files_.size() > 1; }
     Assumed assumed() const override;
 
+    GrowingInput* growing() override { return this; }
+    /// All but the last are read to their ends, since another follows.
+    void leaveUnended() override;
+    void takeUnended() override;
+    InputPlace place() const override;
+    void goTo(const InputPlace& place) override;
+    std::vector<std::string> fileNames() const override { return files_; }
+    std::optional<FileMark> mark(std::size_t file, std::uint64_t length) const override;
+    std::uint64_t bytesRead() const override { return current().bytesRead(); }
+
 private:
+    bool isLast() const { return index_ + 1 == files_.size(); }
+    GrowingInput& current() const { return growingInput(*source_); }
     void open(std::size_t index);
+    void openNext();
+    std::vector<std::uint64_t> wholeFile() const;
 
     InputOptions options_;
     Assumed notRead_;
@@ -41,6 +55,9 @@ private:
     std::size_t index_ = 0;
     std::unique_ptr<FixSource> source_; ///< never null
     Assumed before_;                    ///< of the files before
+    bool isGrowing_ = false;            ///< only then what follows is kept
+    bool leavesUnended_ = false;
+    std::vector<std::uint64_t> whole_; ///< see InputPlace
 };
 
 } // namespace program

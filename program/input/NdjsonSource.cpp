@@ -221,6 +221,7 @@ InputPlace NdjsonSource::place() const {
     if (lines_) {
         place.offset = lines_->offsetOf(lines_->rowEnd());
         place.line = lines_->line();
+        place.isUnended = isUnended_;
     }
     return place;
 }

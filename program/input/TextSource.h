@@ -18,13 +18,20 @@ namespace program {
 class TextSource : public FixSource, public GrowingInput {
 public:
     GrowingInput* growing() override { return bytes_->isGrowing() ? this : nullptr; }
-    std::optional<std::vector<std::uint64_t>> mark(std::uint64_t length) const override {
+    std::vector<std::string> fileNames() const override { return {name()}; }
+    std::optional<FileMark> mark(std::size_t /*file*/, std::uint64_t length) const override {
         return bytes_->mark(length);
     }
+    std::uint64_t bytesRead() const override { return bytes_->bytesRead(); }
     void leaveUnended() override { leavesUnended_ = true; }
     void takeUnended() override { leavesUnended_ = false; }
     InputPlace place() const override {
-        return {from_.offset, from_.line, fixes_.timeUnit(), fixes_.columns().adopted()};
+        InputPlace place;
+        place.offset = from_.offset;
+        place.line = from_.line;
+        place.timeUnit = fixes_.timeUnit();
+        place.keys = fixes_.columns().adopted();
+        return place;
     }
     bool isRepeatable() const override { return bytes_->isRepeatable(); }
     std::optional<double> shareRead() const override { return bytes_->shareRead(); }

@@ -39,7 +39,7 @@ bool GrowingFile::isEmpty() const {
     return fstat(file_, &about) == 0 && about.st_size == 0;
 }
 
-std::optional<std::vector<std::uint64_t>> GrowingFile::mark(std::uint64_t length) const {
+std::optional<FileMark> GrowingFile::mark(std::uint64_t length) const {
     return markOf(file_, length);
 }
 

@@ -1,6 +1,7 @@
 #ifndef QORVEL_PROGRAM_OUTPUT_GROWINGFILE_H
 #define QORVEL_PROGRAM_OUTPUT_GROWINGFILE_H
 
+#include "program/fileMark.h"
 #include "program/output/RowFile.h"
 
 #include <cstdint>
@@ -27,7 +28,7 @@ public:
     bool isEmpty() const;
 
     /// As markOf() of the file.
-    std::optional<std::vector<std::uint64_t>> mark(std::uint64_t length) const;
+    std::optional<FileMark> mark(std::uint64_t length) const;
 
     /// Takes away what stands behind that length, bytes, which is where it grows from then on.
     void cutTo(std::uint64_t length);
