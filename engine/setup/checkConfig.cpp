@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <sstream>
+#include <unordered_map>
 
 namespace qorvel_engine {
 
@@ -62,6 +63,28 @@ bool canReach(const STBAssignmentRow& row, const STBCompressionSpec& spec) {
     return qorvel_port::leadsTo(row, spec, event);
 }
 
+/// As judgeGeohash; the stream is empty before and after.
+std::optional<ConfigFault> judge(const std::string& geohash, std::stringstream& errors) {
+    if (geohash.find('\0') != std::string::npos) { // ends the text for the library
+        return ConfigFault{true, 0, "a geohash holds a NUL, which no geohash has", ""};
+    }
+    const std::string name = "geohash " + quoted(geohash);
+    if (!SpaceBox(geohash).isValid(errors)) {
+        const std::string tags = take(errors);
+        return ConfigFault{true, 0, name + ": " + sentencesForTags(tags).front(), tags};
+    }
+    if (geohash.empty()) {
+        return ConfigFault{false, 0, name + " is the whole world", ""};
+    }
+    if (kShortestHalvedText <= geohash.size() && geohash.size() <= kLongestHalvedText) {
+        return ConfigFault{false, 0,
+                           name + ": of 13 to 22 characters only the first 64 bits count, the "
+                                  "rest is taken as 0",
+                           ""};
+    }
+    return std::nullopt;
+}
+
 class Checker {
 public:
     explicit Checker(const Config& config) : config_(config) {}
@@ -110,6 +133,9 @@ private:
     /// Reports each of the library's tags as a fault. `key` stands before the sentences; none: the
     /// key that belongs to the tag.
     void report(std::uint32_t line, const std::string& tags, const std::string& key = "") {
+        if (tags.empty()) {
+            return; // which spares most rows a stream
+        }
         std::istringstream stream(tags);
         for (std::string tag; std::getline(stream, tag, ',');) {
             if (tag.find("ERROR_CREATE_") == std::string::npos) { // these only tell which call
@@ -145,11 +171,11 @@ private:
     }
 
     void checkAssignment(const Config::Assignment& assignment) {
-        std::stringstream errors;
-        const STBAssignmentRow row = makeAssignment(withoutGeohashes(assignment), errors);
-        report(assignment.line, take(errors));
-        makeProcessor(ProcessorKind::boxes, masters(), {row}, {}, errors);
-        report(assignment.line, take(errors), word("master") + ' ' + quoted(assignment.master));
+        const STBAssignmentRow row = makeAssignment(withoutGeohashes(assignment), errors_);
+        report(assignment.line, take(errors_));
+        if (const std::string& tags = tagsOfMaster(row); !tags.empty()) {
+            report(assignment.line, tags, word("master") + ' ' + quoted(assignment.master));
+        }
         if (std::isnan(assignment.spaceFactor) || std::isnan(assignment.timeFactor)) {
             error(assignment.line, word("space_factor") + " and " + word("time_factor") +
                                        " must be numbers from 0 to 1");
@@ -161,7 +187,7 @@ private:
                                        " must be numbers");
         }
         for (const std::string& geohash : assignment.geohashes) {
-            if (std::optional<ConfigFault> fault = judgeGeohash(geohash)) {
+            if (std::optional<ConfigFault> fault = judge(geohash, errors_)) {
                 fault->line = assignment.line;
                 faults_.push_back(*fault);
             }
@@ -172,6 +198,16 @@ private:
     static Config::Assignment withoutGeohashes(Config::Assignment assignment) {
         assignment.geohashes.clear();
         return assignment;
+    }
+
+    /// What the library says of a row's master: of each once, since most rows have the same one.
+    const std::string& tagsOfMaster(const STBAssignmentRow& row) {
+        const auto [known, isNew] = masterTags_.try_emplace(row.masterId);
+        if (isNew) {
+            makeProcessor(ProcessorKind::boxes, masters(), {row}, {}, errors_);
+            known->second = take(errors_);
+        }
+        return known->second;
     }
 
     /// The master rows, good or bad.
@@ -298,9 +334,12 @@ private:
 
     /// Does a spec ever see what this assignment takes?
     void checkUses(const Config::Assignment& assignment) {
+        if (config_.presence.empty() && config_.hangouts.empty()) {
+            return;
+        }
         std::stringstream errors;
         const STBAssignmentRow row = makeAssignment(assignment, errors);
-        bool isUsed = config_.presence.empty() && config_.hangouts.empty();
+        bool isUsed = false;
         for (const ProcessorKind kind : {ProcessorKind::presence, ProcessorKind::hangouts}) {
             for (const Config::Spec& spec : config_.specs(kind)) {
                 isUsed = isUsed || canReach(row, makeSpec(spec, kind, errors));
@@ -314,31 +353,16 @@ private:
 
     const Config& config_;
     std::list<STBMasterRow> masters_;
+    std::unordered_map<std::int32_t, std::string> masterTags_; ///< by the number of the master
     std::vector<ConfigFault> faults_;
+    std::stringstream errors_; ///< of one row; kept, since one costs more than most rows
 };
 
 } // namespace
 
 std::optional<ConfigFault> judgeGeohash(const std::string& text) {
-    if (text.find('\0') != std::string::npos) { // ends the text for the library
-        return ConfigFault{true, 0, "a geohash holds a NUL, which no geohash has", ""};
-    }
-    const std::string name = "geohash " + quoted(text);
     std::stringstream errors;
-    if (!SpaceBox(text).isValid(errors)) {
-        return ConfigFault{true, 0, name + ": " + sentencesForTags(errors.str()).front(),
-                           errors.str()};
-    }
-    if (text.empty()) {
-        return ConfigFault{false, 0, name + " is the whole world", ""};
-    }
-    if (kShortestHalvedText <= text.size() && text.size() <= kLongestHalvedText) {
-        return ConfigFault{false, 0,
-                           name + ": of 13 to 22 characters only the first 64 bits count, the "
-                                  "rest is taken as 0",
-                           ""};
-    }
-    return std::nullopt;
+    return judge(text, errors);
 }
 
 std::vector<ConfigFault> checkConfig(const Config& config, std::optional<ProcessorKind> kind) {

@@ -1,7 +1,6 @@
 #include "engine/analysis/detail/BoxesAnalysis.h"
 
 #include "engine/analysis/BoxResult.h"
-#include "engine/analysis/detail/processors.h"
 
 #include <utility>
 #include <vector>
@@ -12,8 +11,7 @@ namespace {
 
 class BoxesShard : public Shard {
 public:
-    explicit BoxesShard(const Tables& tables)
-        : processor_(makeBoxProcessor(tables, tables.masters())) {}
+    explicit BoxesShard(const qorvel_port::FigureProcessor& like) : processor_(like.another()) {}
 
     void take(const Observation& observation, Found&) override {
         const Event& event = observation.event;
@@ -45,7 +43,7 @@ ResultTable BoxesAnalysis::makeTable(std::shared_ptr<const EntityNames> names) c
 }
 
 std::unique_ptr<Shard> BoxesAnalysis::makeShard() const {
-    return std::make_unique<BoxesShard>(tables_);
+    return std::make_unique<BoxesShard>(processor_);
 }
 
 } // namespace qorvel_engine::detail

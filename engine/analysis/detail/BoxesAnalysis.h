@@ -2,7 +2,7 @@
 #define QORVEL_ENGINE_ANALYSIS_DETAIL_BOXESANALYSIS_H
 
 #include "engine/analysis/Analysis.h"
-#include "engine/setup/Tables.h"
+#include "engine/analysis/detail/processors.h"
 
 namespace qorvel_engine::detail {
 
@@ -10,7 +10,7 @@ namespace qorvel_engine::detail {
 class BoxesAnalysis : public Analysis {
 public:
     /// The tables are for boxes.
-    explicit BoxesAnalysis(const Tables& tables) : tables_(tables) {}
+    explicit BoxesAnalysis(const Tables& tables) : processor_(makeBoxProcessor(tables)) {}
 
     ResultTable makeTable(std::shared_ptr<const EntityNames> names) const override;
     std::unique_ptr<Shard> makeShard() const override;
@@ -18,7 +18,7 @@ public:
     bool dependsOnOrder() const override { return false; }
 
 private:
-    const Tables& tables_;
+    const qorvel_port::FigureProcessor processor_; ///< after which those of the shards are made
 };
 
 } // namespace qorvel_engine::detail

@@ -1,6 +1,5 @@
 #include "engine/analysis/detail/FirstRecordsAnalysis.h"
 
-#include "engine/analysis/detail/processors.h"
 #include "engine/analysis/detail/recordOf.h"
 #include "engine/analysis/detail/state.h"
 #include "engine/analysis/detail/visitors.h"
@@ -29,8 +28,7 @@ private:
 template <class Result>
 class FirstRecordsShard : public Shard {
 public:
-    explicit FirstRecordsShard(const Tables& tables)
-        : processor_(makeProcessor(tables, FigureProcessor::Wanted::first)) {}
+    explicit FirstRecordsShard(const FigureProcessor& like) : processor_(like.another()) {}
 
     void take(const Observation& observation, Found& found) override {
         FigureVisitor visitor([&found](const qorvel_port::Figures& figures) {
@@ -68,7 +66,7 @@ FirstRecordsAnalysis<Result>::makeTable(std::shared_ptr<const EntityNames> names
 
 template <class Result>
 std::unique_ptr<Shard> FirstRecordsAnalysis<Result>::makeShard() const {
-    return std::make_unique<FirstRecordsShard<Result>>(tables_);
+    return std::make_unique<FirstRecordsShard<Result>>(processor_);
 }
 
 template class FirstRecordsAnalysis<PresenceResult>;

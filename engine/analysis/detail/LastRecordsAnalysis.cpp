@@ -1,6 +1,5 @@
 #include "engine/analysis/detail/LastRecordsAnalysis.h"
 
-#include "engine/analysis/detail/processors.h"
 #include "engine/analysis/detail/recordOf.h"
 #include "engine/analysis/detail/state.h"
 #include "engine/analysis/detail/visitors.h"
@@ -154,8 +153,8 @@ private:
 template <class Result>
 class LastRecordsShard : public Shard {
 public:
-    explicit LastRecordsShard(const Tables& tables)
-        : processor_(makeProcessor(tables, FigureProcessor::Wanted::every)), specs_(tables) {}
+    LastRecordsShard(const Tables& tables, const FigureProcessor& like)
+        : processor_(like.another()), specs_(tables) {}
 
     void take(const Observation& observation, Found&) override {
         FigureVisitor visitor([&](const Figures& figures) { keep(figures, observation.row); });
@@ -258,7 +257,7 @@ ResultTable LastRecordsAnalysis<Result>::makeTable(std::shared_ptr<const EntityN
 
 template <class Result>
 std::unique_ptr<Shard> LastRecordsAnalysis<Result>::makeShard() const {
-    return std::make_unique<LastRecordsShard<Result>>(tables_);
+    return std::make_unique<LastRecordsShard<Result>>(tables_, processor_);
 }
 
 template class LastRecordsAnalysis<PresenceResult>;

@@ -2,7 +2,7 @@
 #define QORVEL_ENGINE_ANALYSIS_DETAIL_LASTRECORDSANALYSIS_H
 
 #include "engine/analysis/Analysis.h"
-#include "engine/setup/Tables.h"
+#include "engine/analysis/detail/processors.h"
 
 namespace qorvel_engine::detail {
 
@@ -14,7 +14,9 @@ template <class Result>
 class LastRecordsAnalysis : public Analysis {
 public:
     /// The tables are for presence or hangouts.
-    explicit LastRecordsAnalysis(const Tables& tables) : tables_(tables) {}
+    explicit LastRecordsAnalysis(const Tables& tables)
+        : tables_(tables),
+          processor_(makeProcessor(tables, qorvel_port::FigureProcessor::Wanted::every)) {}
 
     ResultTable makeTable(std::shared_ptr<const EntityNames> names) const override;
     std::unique_ptr<Shard> makeShard() const override;
@@ -22,6 +24,7 @@ public:
 
 private:
     const Tables& tables_;
+    const qorvel_port::FigureProcessor processor_; ///< after which those of the shards are made
 };
 
 } // namespace qorvel_engine::detail

@@ -10,9 +10,9 @@ FigureProcessor makeProcessor(const Tables& tables, FigureProcessor::Wanted want
     return FigureProcessor(kind, wanted, tables.masters(), tables.assignments(), tables.specs());
 }
 
-FigureProcessor makeBoxProcessor(const Tables& tables, const std::list<STBMasterRow>& masters) {
-    return FigureProcessor(FigureProcessor::Kind::presence, FigureProcessor::Wanted::first, masters,
-                           tables.assignments(), {});
+FigureProcessor makeBoxProcessor(const Tables& tables) {
+    return FigureProcessor(FigureProcessor::Kind::presence, FigureProcessor::Wanted::first,
+                           tables.masters(), tables.assignments(), {});
 }
 
 } // namespace qorvel_engine::detail

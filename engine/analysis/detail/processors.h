@@ -11,9 +11,8 @@ namespace qorvel_engine::detail {
 qorvel_port::FigureProcessor makeProcessor(const Tables& tables,
                                            qorvel_port::FigureProcessor::Wanted wanted);
 
-/// One that tells in which boxes events lie, by these of the tables' master rows.
-qorvel_port::FigureProcessor makeBoxProcessor(const Tables& tables,
-                                              const std::list<STBMasterRow>& masters);
+/// One that tells in which boxes events lie.
+qorvel_port::FigureProcessor makeBoxProcessor(const Tables& tables);
 
 } // namespace qorvel_engine::detail
 

@@ -73,10 +73,14 @@ bool leadsTo(const STBAssignmentRow& row, const STBCompressionSpec& spec, const 
 class QORVEL_NO_EXPORT FigureProcessor::State {
 public:
     State(Kind kind, Wanted wanted, const std::shared_ptr<const Configuration>& configuration)
-        : processor_(configuration), keys_(*configuration),
+        : processor_(configuration), keys_(*configuration), kind_(kind),
           operation_(kind == Kind::presence ? &DetectorState::processPresenceUnlocked
                                             : &DetectorState::processDwellUnlocked),
           wanted_(wanted), timeBoxes_(configuration->masterCount()) {}
+
+    std::unique_ptr<State> another() const {
+        return std::make_unique<State>(kind_, wanted_, processor_.sharedConfiguration());
+    }
 
     void boxes(const Event& event, std::vector<BoxFigures>& out) {
         processor_.appendBoxes(event, timeBoxes_, out);
@@ -102,6 +106,7 @@ public:
 private:
     ProcessorState processor_;
     StateKeys keys_;
+    Kind kind_;
     ProcessorState::Operation operation_; ///< without the lock: no copies share the detectors
     Wanted wanted_;
     std::vector<qorvel_detail::TimeBoxMemo> timeBoxes_; ///< by number of the master row
@@ -118,7 +123,13 @@ FigureProcessor::FigureProcessor(Kind kind, Wanted wanted,
         std::make_shared<const Configuration>(masterRows, assignmentRows, compressionSpecs));
 }
 
+FigureProcessor::FigureProcessor(std::unique_ptr<State> state) : state_(std::move(state)) {}
+
 FigureProcessor::~FigureProcessor() = default;
+
+FigureProcessor FigureProcessor::another() const {
+    return FigureProcessor(state_->another());
+}
 
 void FigureProcessor::boxes(const Event& event, std::vector<BoxFigures>& out) {
     state_->boxes(event, out);

@@ -92,6 +92,10 @@ public:
     FigureProcessor& operator=(const FigureProcessor&) = delete;
     ~FigureProcessor();
 
+    /// A new one of the same tables, of which there is but one copy. Any thread may use the one
+    /// while another uses the other.
+    FigureProcessor another() const;
+
     /// Appends each space-time box that the event touches, as MotionProcessor::getSTB.
     void boxes(const Event& event, std::vector<BoxFigures>& out);
 
@@ -134,6 +138,9 @@ public:
 
 private:
     class State;
+
+    explicit FigureProcessor(std::unique_ptr<State> state);
+
     std::unique_ptr<State> state_;
 };
 
