@@ -82,14 +82,21 @@ void MomentFinder::expectWanted() const {
     }
 }
 
+/// A slice of time is as long as there is between two fixes of an entity, on average: so however
+/// long the pieces of the ways are, there are few slices to them in all.
 void MomentFinder::fillGrid() {
     std::vector<FixGrid::Fix> asked;
+    std::size_t entities = 0;
     for (std::size_t i = 0; i < fixes_.size(); ++i) {
         if (fixes_[i].time >= from_ && fixes_[i].time <= to_) {
+            if (asked.empty() || asked.back().eid != fixes_[i].eid) {
+                ++entities;
+            }
             asked.push_back({points_[i], fixes_[i].time, fixes_[i].eid, i});
         }
     }
-    grid_.fill(std::move(asked));
+    const std::size_t slices = entities > 0 ? asked.size() / entities : 1;
+    grid_.fill(std::move(asked), slices);
 }
 
 /// The way of one entity, piece by piece.
@@ -117,16 +124,20 @@ void MomentFinder::ask(std::uint64_t eid, const TrackPiece& piece) {
     if (from > to) {
         return;
     }
-    const auto count = static_cast<double>(grid_.countIn(from, to));
-    const double steps = piece.length() * piece.shareOf(to - from) / cellSize_ + 1.0;
-    if (count <= steps * kCellsPerStep || piece.length() > TrackPiece::kLongestBounded) {
+    const FixGrid::Extent extent = grid_.extentOf(from, to);
+    const double steps = piece.length() * piece.shareOf(to - from) / cellSize_;
+    const double cells = (steps + static_cast<double>(extent.slices)) * kCellsPerStep;
+    const std::size_t fixes = // exactly where a long way would ask many cells
+        steps < 1.0 ? extent.fixes : grid_.countIn(from, to);
+    if (static_cast<double>(fixes) <= cells || piece.length() > TrackPiece::kLongestBounded) {
         grid_.visitIn(from, to, [&](const FixGrid::Fix& fix) { meet(eid, piece, fix); });
     } else {
         askCells(eid, piece, from, to);
     }
 }
 
-/// In steps so short that the cells around each are few.
+/// In steps so short that the cells around each are few. No place of a step is outside of its box:
+/// a fix that is near one of them is in it.
 void MomentFinder::askCells(std::uint64_t eid, const TrackPiece& piece, std::int64_t from,
                             std::int64_t to) {
     const auto steps =
@@ -138,13 +149,12 @@ void MomentFinder::askCells(std::uint64_t eid, const TrackPiece& piece, std::int
         const EarthPoint other = piece.at(end);
         const double margin =
             within_ + piece.strayWithin(piece.shareOf(end - begin)) + kRoundingMargin;
-        const EarthPoint least{std::min(one.x, other.x) - margin, std::min(one.y, other.y) - margin,
-                               std::min(one.z, other.z) - margin};
-        const EarthPoint greatest{std::max(one.x, other.x) + margin,
-                                  std::max(one.y, other.y) + margin,
-                                  std::max(one.z, other.z) + margin};
-        grid_.visitNear(least, greatest, begin, end,
-                        [&](const FixGrid::Fix& fix) { meet(eid, piece, fix); });
+        const FixGrid::Box box{
+            {std::min(one.x, other.x) - margin, std::min(one.y, other.y) - margin,
+             std::min(one.z, other.z) - margin},
+            {std::max(one.x, other.x) + margin, std::max(one.y, other.y) + margin,
+             std::max(one.z, other.z) + margin}};
+        grid_.visitNear(box, begin, end, [&](const FixGrid::Fix& fix) { meet(eid, piece, fix); });
     }
 }
 
