@@ -20,8 +20,10 @@ struct SeenFix {
 
     /// By entity, then by time; the rest makes the order of fixes in the input nothing to anybody.
     bool operator<(const SeenFix& other) const {
-        return std::tie(eid, time, latitude, longitude) <
-               std::tie(other.eid, other.time, other.latitude, other.longitude);
+        return eid != other.eid ? eid < other.eid
+               : time != other.time
+                   ? time < other.time
+                   : std::tie(latitude, longitude) < std::tie(other.latitude, other.longitude);
     }
 };
 

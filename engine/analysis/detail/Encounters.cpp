@@ -30,7 +30,7 @@ void Encounters::add(const SeenFix& fix) {
     if (slot < nextSlot_) {
         ++lateFixes_;
     } else {
-        slots_[slot].push_back(fix);
+        slots_[slot].add(fix);
     }
 }
 
@@ -59,7 +59,7 @@ void Encounters::lookThroughBefore(std::int64_t end, const NameOrder& isBefore, 
     }
 }
 
-void Encounters::lookThrough(Slots::const_iterator slot) {
+void Encounters::lookThrough(Slots::iterator slot) {
     const std::int64_t begin = slot->first * slotLength_;
     const std::int64_t from = std::max(begin, options_.first);
     const std::int64_t to = std::min(after(begin, slotLength_ - 1), options_.last);
@@ -69,20 +69,30 @@ void Encounters::lookThrough(Slots::const_iterator slot) {
     }
 }
 
-std::vector<SeenFix> Encounters::fixesAround(Slots::const_iterator slot) const {
-    std::vector<SeenFix> fixes = slot->second;
-    const std::int64_t from = slot->first * slotLength_;
-    const auto earliest = from - options_.apart;
-    const auto latest = after(after(from, slotLength_ - 1), options_.apart);
-    for (const std::int64_t number : {slot->first - 1, slot->first + 1}) {
-        const auto neighbour = slots_.find(number);
-        if (neighbour != slots_.end()) {
+/// Moves each fix once, though it is asked for with the slots on both sides, too.
+void Encounters::Slot::sort() {
+    const auto next = fixes.begin() + static_cast<std::ptrdiff_t>(sorted);
+    std::sort(next, fixes.end());
+    std::inplace_merge(fixes.begin(), next, fixes.end());
+    sorted = fixes.size();
+}
+
+std::vector<SeenFix> Encounters::fixesAround(Slots::iterator slot) {
+    std::vector<SeenFix> fixes;
+    const std::int64_t begin = slot->first * slotLength_;
+    const auto earliest = begin - options_.apart;
+    const auto latest = after(after(begin, slotLength_ - 1), options_.apart);
+    for (std::int64_t number = slot->first - 1; number <= slot->first + 1; ++number) {
+        const auto one = slots_.find(number);
+        if (one != slots_.end()) {
+            one->second.sort();
+            const auto size = static_cast<std::ptrdiff_t>(fixes.size());
             std::copy_if(
-                neighbour->second.begin(), neighbour->second.end(), std::back_inserter(fixes),
+                one->second.fixes.begin(), one->second.fixes.end(), std::back_inserter(fixes),
                 [&](const SeenFix& fix) { return fix.time >= earliest && fix.time <= latest; });
+            std::inplace_merge(fixes.begin(), fixes.begin() + size, fixes.end());
         }
     }
-    std::sort(fixes.begin(), fixes.end());
     fixes.erase(std::unique(fixes.begin(), fixes.end()), fixes.end());
     return fixes;
 }
@@ -173,11 +183,11 @@ void Encounters::save(StateWriter& out) const {
     out.u64(lateFixes_);
     std::uint64_t fixes = 0;
     for (const auto& [number, slot] : slots_) {
-        fixes += slot.size();
+        fixes += slot.fixes.size();
     }
     out.u64(fixes);
     for (const auto& [number, slot] : slots_) {
-        for (const SeenFix& fix : slot) {
+        for (const SeenFix& fix : slot.fixes) {
             out.u64(fix.eid);
             out.i64(fix.time);
             out.f64(fix.latitude);
@@ -210,7 +220,7 @@ void Encounters::load(StateReader& in, std::uint64_t entities) {
         fix.latitude = in.latitude();
         fix.longitude = in.longitude();
         in.expect(fix.eid < entities);
-        slots_[fix.time / slotLength_].push_back(fix);
+        slots_[fix.time / slotLength_].add(fix);
     }
     for (std::uint64_t left = in.count(kEncounterSize); left > 0 && in.isGood(); --left) {
         const Pair pair = loadPair(in, entities);

@@ -67,11 +67,18 @@ public:
     void takeState(Encounters& other) noexcept;
 
 private:
-    using Slots = std::map<std::int64_t, std::vector<SeenFix>>;
+    struct Slot {
+        std::vector<SeenFix> fixes;
+        std::size_t sorted = 0; ///< the first ones, which have been asked for
+
+        void add(const SeenFix& fix) { fixes.push_back(fix); }
+        void sort();
+    };
+    using Slots = std::map<std::int64_t, Slot>;
 
     void lookThroughBefore(std::int64_t end, const NameOrder& isBefore, const Sink& sink);
-    void lookThrough(Slots::const_iterator slot);
-    std::vector<SeenFix> fixesAround(Slots::const_iterator slot) const;
+    void lookThrough(Slots::iterator slot);
+    std::vector<SeenFix> fixesAround(Slots::iterator slot);
     void join(std::int64_t from, std::int64_t to);
     void join(const Moment& moment);
     std::int64_t lastSlotOf(const Encounter& encounter) const;
