@@ -66,8 +66,7 @@ public:
                                                    counters_)),
           pipeline_(*analysis_, options, counters_),
           parts_(detail::fingerprintOf(analysis, config, options), *analysis_, intake_, pipeline_,
-                 counters_),
-          hasLabels_(analysis.stays.label) {}
+                 counters_) {}
 
     void push(const Observations& observations, const std::shared_ptr<const void>& owner,
               std::optional<std::int64_t> oldestToCome) {
@@ -122,7 +121,6 @@ public:
     }
 
     std::string save() {
-        expectSavable();
         flush();
         expect(!pipeline_.hasResults() && !intake_->hasRejects(), FaultCode::misuse,
                "There are results or rejects that were not taken: take them, then save.");
@@ -130,7 +128,6 @@ public:
     }
 
     void load(std::string_view bytes) {
-        expectSavable();
         expectOpen();
         expect(intake_->names() == nullptr, FaultCode::misuse,
                "A state is loaded before the first rows only.");
@@ -138,7 +135,6 @@ public:
     }
 
     std::string takeEntities(const std::vector<std::string>& names) {
-        expectSavable();
         flush();
         expect(analysis_->isByEntity(), FaultCode::misuse,
                "Encounters are between entities: none can be taken out of the session; save all "
@@ -150,7 +146,6 @@ public:
     }
 
     void giveEntities(std::string_view bytes) {
-        expectSavable();
         flush();
         expect(analysis_->isByEntity(), FaultCode::misuse,
                "Encounters are between entities: none can be given to the session; load all of "
@@ -213,12 +208,6 @@ private:
         expect(!last_, FaultCode::misuse, "The session has been finished.");
     }
 
-    /// The rows of stays under way are no part of the format.
-    void expectSavable() const {
-        expect(!hasLabels_, FaultCode::misuse,
-               "A session that labels the rows of stays can be neither saved nor loaded.");
-    }
-
     /// Ascending, each once.
     std::vector<std::uint64_t> numbersOf(const std::vector<std::string>& wanted) const {
         std::unordered_set<std::string> left(wanted.begin(), wanted.end());
@@ -266,7 +255,6 @@ private:
     std::optional<detail::LastBatches> last_; ///< after the last row
     detail::Pipeline pipeline_;               ///< goes first, with its threads
     const detail::SessionParts parts_;
-    const bool hasLabels_;
 };
 
 Session::Session(const AnalysisOptions& analysis, const Config& config,

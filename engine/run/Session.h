@@ -92,7 +92,7 @@ public:
     /// session of the same question, configuration and options, in another process or on another
     /// machine, with any number of threads, loads them and goes on as this one would. The same
     /// state gives the same bytes. Results and rejects are no part of it: where some were not
-    /// taken, Fault `misuse`, so that none is lost; so where StayOptions::label is asked for.
+    /// taken, Fault `misuse`, so that none is lost.
     std::string save();
 
     /// Takes what another has saved; only before the first push, else Fault `misuse`. What cannot

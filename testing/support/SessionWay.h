@@ -109,13 +109,19 @@ inline qorvel_engine::SessionOptions optionsOf(const Way& way) {
     return options;
 }
 
-/// All questions whose sessions can be saved.
+/// Does what is found say which rows of the session it is of?
+inline bool tellsRows(const Way& way) {
+    return way.question == qorvel_engine::Question::stays && way.lastFigures;
+}
+
+/// All questions.
 inline const std::vector<Way>& savedWays() {
     using qorvel_engine::Question;
     static const std::vector<Way> ways = {
         {Question::boxes},      {Question::presence},       {Question::presence, true},
         {Question::hangouts},   {Question::hangouts, true}, {Question::stays},
-        {Question::encounters}, {Question::places},         {Question::encounters, true}};
+        {Question::encounters}, {Question::places},         {Question::encounters, true},
+        {Question::stays, true}};
     return ways;
 }
 

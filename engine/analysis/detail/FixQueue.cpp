@@ -26,7 +26,7 @@ StayFix FixQueue::takeLate() {
     return fix;
 }
 
-void FixQueue::save(StateWriter& out) const {
+void FixQueue::save(bool withRows, StateWriter& out) const {
     const auto begin = row_.begin() + static_cast<std::ptrdiff_t>(next_);
     std::vector<StayFix> late = late_;
     std::sort(late.begin(), late.end());
@@ -38,12 +38,15 @@ void FixQueue::save(StateWriter& out) const {
         out.f64(fix.latitude);
         out.f64(fix.longitude);
         out.f64(fix.accuracy);
+        if (withRows) {
+            out.u64(fix.row);
+        }
     }
 }
 
-void FixQueue::load(StateReader& in) {
+void FixQueue::load(bool withRows, StateReader& in) {
     constexpr std::size_t kFixSize = 4 * 8;
-    const std::uint64_t count = in.count(kFixSize);
+    const std::uint64_t count = in.count(kFixSize + (withRows ? 8 : 0));
     row_.reserve(static_cast<std::size_t>(count));
     for (std::uint64_t i = 0; i < count && in.isGood(); ++i) {
         StayFix fix{};
@@ -51,6 +54,7 @@ void FixQueue::load(StateReader& in) {
         fix.latitude = in.latitude();
         fix.longitude = in.longitude();
         fix.accuracy = in.within(std::numeric_limits<double>::max());
+        fix.row = withRows ? static_cast<std::uint64_t>(in.time()) : 0;
         in.expect(fix.accuracy >= 0.0 && (row_.empty() || !(fix < row_.back())));
         row_.push_back(fix);
     }

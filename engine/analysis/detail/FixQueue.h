@@ -50,9 +50,9 @@ public:
     }
 
     /// In the order in which they would be taken.
-    void save(StateWriter& out) const;
+    void save(bool withRows, StateWriter& out) const;
     /// Into an empty one.
-    void load(StateReader& in);
+    void load(bool withRows, StateReader& in);
 
 private:
     bool isLateFirst() const {

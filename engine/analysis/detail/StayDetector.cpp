@@ -293,7 +293,7 @@ void StayDetector::Bead::load(StateReader& in) {
     fixes.load(in);
 }
 
-void StayDetector::save(StateWriter& out) const {
+void StayDetector::save(bool withRows, StateWriter& out) const {
     (open_.fixes.count() > 0 ? open_ : Bead()).save(out);
     saveBeads(beads_, out);
     middle_.save(out);
@@ -304,9 +304,12 @@ void StayDetector::save(StateWriter& out) const {
     saveBeads(waiting_, out);
     out.u64(away_);
     out.i64(awayFirst_);
+    if (withRows) {
+        saveRows(out);
+    }
 }
 
-void StayDetector::load(StateReader& in) {
+void StayDetector::load(bool withRows, StateReader& in) {
     open_.load(in);
     loadBeads(beads_, kMostBeads, in);
     middle_.load(in);
@@ -320,6 +323,46 @@ void StayDetector::load(StateReader& in) {
     in.expect(away_ <= waiting_.size() &&
               (!beads_.empty() || (waiting_.empty() && middle_.fixes.count() == 0)));
     in.expect(before_ >= kNone && before_ <= (beads_.empty() ? kNone : firstBead().first));
+    if (withRows) {
+        loadRows(in);
+    }
+}
+
+/// Of the middle, then of the other beads in the order in which they came.
+void StayDetector::saveRows(StateWriter& out) const {
+    std::vector<std::uint64_t> rows = middleRows_;
+    for (const std::vector<Bead>* const beads : {&beads_, &waiting_}) {
+        for (const Bead& bead : *beads) {
+            appendRows(bead, rows);
+        }
+    }
+    if (open_.fixes.count() > 0) {
+        appendRows(open_, rows);
+    }
+    out.u64(rows.size());
+    for (const std::uint64_t row : rows) {
+        out.u64(row);
+    }
+}
+
+/// Beads have as many as they have fixes.
+void StayDetector::loadRows(StateReader& in) {
+    std::uint64_t left = in.count(8);
+    const auto take = [&](std::uint64_t count, std::vector<std::uint64_t>& to) {
+        in.expect(count <= left);
+        for (; count > 0 && in.isGood(); --count, --left) {
+            to.push_back(static_cast<std::uint64_t>(in.time()));
+        }
+    };
+    const auto takeOf = [&](Bead& bead) {
+        bead.number = rows_.size();
+        take(bead.fixes.count(), rows_);
+    };
+    take(middle_.fixes.count(), middleRows_);
+    std::for_each(beads_.begin(), beads_.end(), takeOf);
+    std::for_each(waiting_.begin(), waiting_.end(), takeOf);
+    takeOf(open_);
+    in.expect(left == 0);
 }
 
 /// Makes a stay of the candidate, if it is one. On the way each is a few fixes long: they need not

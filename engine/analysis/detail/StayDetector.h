@@ -76,9 +76,10 @@ public:
         __builtin_prefetch(reinterpret_cast<const char*>(next) + 64, 1);
     }
 
-    void save(StateWriter& out) const;
+    /// @param withRows  as labels want them
+    void save(bool withRows, StateWriter& out) const;
     /// Into an idle one.
-    void load(StateReader& in);
+    void load(bool withRows, StateReader& in);
 
 private:
     bool isEndedBy(std::int64_t time, const StayOptions& options) const {
@@ -100,6 +101,8 @@ private:
     const Bead& firstBead() const;
     std::uint64_t keepRow(std::uint64_t row);
     void forgetRows();
+    void saveRows(StateWriter& out) const;
+    void loadRows(StateReader& in);
     void appendRows(const Bead& bead, std::vector<std::uint64_t>& to) const;
     /// Who was elsewhere before a silence was not at the place both before and after.
     std::int64_t endingSilence(const StayOptions& options) const {

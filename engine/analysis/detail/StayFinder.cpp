@@ -102,15 +102,15 @@ bool StayFinder::save(std::uint64_t eid, StateWriter& out) const {
     if (slot == nullptr) {
         return false;
     }
-    slot->entity->held.save(out);
-    slot->entity->detector.save(out);
+    slot->entity->held.save(work_.options.label, out);
+    slot->entity->detector.save(work_.options.label, out);
     return true;
 }
 
 void StayFinder::load(std::uint64_t eid, StateReader& in) {
     Entity& entity = findOrAdd(eid);
-    entity.held.load(in);
-    entity.detector.load(in);
+    entity.held.load(work_.options.label, in);
+    entity.detector.load(work_.options.label, in);
 }
 
 void StayFinder::forgetEntities(const std::vector<std::uint64_t>& eids) {

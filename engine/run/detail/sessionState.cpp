@@ -78,6 +78,9 @@ void add(const StayOptions& options, StateWriter& out) {
     out.i64(options.maxBridge);
     out.i64(options.maxAway);
     out.f64(options.maxAccuracy);
+    if (options.label) { // and nothing otherwise: such a state could not be saved at first
+        out.u8(1);
+    }
 }
 
 void add(const EncounterOptions& options, StateWriter& out) {
