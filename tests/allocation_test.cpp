@@ -25,30 +25,32 @@ thread_local int allocationsLeft = -1;
 std::atomic<bool> hasFailed = false;
 std::atomic<std::size_t> liveBytes = 0; // with the headers, so a block of 0 counts too
 
-/// In front of every block stands its size; as wide as keeps the block aligned.
-constexpr std::size_t kHeader = alignof(std::max_align_t);
+/// In front of every block stands its size, in a header as wide as keeps the block aligned.
+constexpr std::align_val_t kUsual{alignof(std::max_align_t)};
 
-void* allocate(std::size_t size) noexcept {
+void* allocate(std::size_t size, std::align_val_t to = kUsual) noexcept {
     if (allocationsLeft-- == 0) { // one fails, and not those of whoever handles it
         hasFailed = true;
         return nullptr;
     }
-    void* const block = std::malloc(size + kHeader);
-    *static_cast<std::size_t*>(block) = size;
-    liveBytes += size + kHeader;
-    return static_cast<char*>(block) + kHeader;
+    const auto header = static_cast<std::size_t>(to);
+    const std::size_t all = (size + 2 * header - 1) / header * header;
+    auto* const memory =
+        static_cast<std::size_t*>(std::aligned_alloc(header, all)) + header / sizeof(std::size_t);
+    memory[-1] = all;
+    liveBytes += all;
+    return memory;
 }
 
-void* allocateOrThrow(std::size_t size) {
-    void* const memory = allocate(size);
+void* allocateOrThrow(std::size_t size, std::align_val_t to = kUsual) {
+    void* const memory = allocate(size, to);
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
 
-void release(void* memory) noexcept {
+void release(void* memory, std::align_val_t to = kUsual) noexcept {
     if (memory != nullptr) {
-        void* const block = static_cast<char*>(memory) - kHeader;
-        liveBytes -= *static_cast<std::size_t*>(block) + kHeader;
-        std::free(block);
+        liveBytes -= static_cast<std::size_t*>(memory)[-1];
+        std::free(static_cast<char*>(memory) - static_cast<std::size_t>(to));
     }
 }
 
@@ -65,6 +67,10 @@ void operator delete(void* memory) noexcept { release(memory); }
 void operator delete[](void* memory) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t) noexcept { release(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { release(memory); }
+void* operator new[](std::size_t size, std::align_val_t to) { return allocateOrThrow(size, to); }
+void* operator new[](std::size_t size, std::align_val_t to, const std::nothrow_t&) noexcept { return allocate(size, to); }
+void operator delete[](void* memory, std::align_val_t to) noexcept { release(memory, to); }
+void operator delete[](void* memory, std::size_t, std::align_val_t to) noexcept { release(memory, to); }
 // clang-format on
 
 namespace {

@@ -16,14 +16,13 @@ RecordKey keyOf(const STBCompressedEvent& record) {
 
 } // namespace
 
-/// The first time box is both the older and the newer one.
 void RecentHangouts::Slot::occupy(const RecordKey& key) {
     eid = key.eid;
     first = key.cell.first;
     second = key.cell.second;
     depth = key.cell.depth;
     specPrimaryKeyId = key.specPrimaryKeyId;
-    older = newer = time = spanOf(key);
+    time = {key.start, key.end};
     used = true;
 }
 
@@ -41,15 +40,8 @@ void RecentHangouts::supressDuplicateHangouts(std::list<STBCompressedEvent>& rec
 
 bool RecentHangouts::isDuplicateHangout(const RecordKey& key) {
     const std::uint64_t known = size();
-    Slot& slot = keys_.findOrAdd(key);
-    if (size() > known) {
-        return false;
-    }
-    const bool repeats = slot.remembers(spanOf(key));
-    if (!repeats) {
-        slot.remember(spanOf(key));
-    }
-    return repeats;
+    keys_.findOrAdd(key);
+    return size() == known;
 }
 
 } // namespace qorvel_detail
