@@ -48,9 +48,11 @@ void Series::reserve(std::uint32_t items) {
 }
 
 /// By a quarter: a steady stream grows a series only until its window is full, and a long one
-/// should not hold much spare room.
+/// should not hold much spare room. Many have but one item; those with a second one soon have more.
 void Series::grow() {
-    const std::uint64_t wanted = std::uint64_t{capacity_} + capacity_ / 4 + 1;
+    constexpr std::uint32_t kLeast = 4;
+    const std::uint32_t more = capacity_ == 0 ? 1 : std::max(capacity_ / 4, kLeast);
+    const std::uint64_t wanted = std::uint64_t{capacity_} + more;
     if (wanted > UINT32_MAX) {
         throw std::length_error("series too long");
     }
