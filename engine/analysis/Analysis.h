@@ -75,9 +75,9 @@ public:
     /// put off until then, so that many results are appended at once.
     virtual void endRows(Found&) {}
 
-    /// Rows of these entities come soon, of the second one first: what is kept of them may be
-    /// fetched ahead from memory.
-    virtual void fetch(std::uint64_t, std::uint64_t) const {}
+    /// Rows of these entities come soon, of the last one first: what is kept of them may be fetched
+    /// ahead from memory. What tells where the next thing is has come from one call to the next.
+    virtual void fetch(std::uint64_t, std::uint64_t, std::uint64_t) const {}
 
     /// Forgets what ended before this time (ms since 1970 UTC); adds what is final by that alone,
     /// sorted. Always at the same places between the same rows.

@@ -30,6 +30,9 @@ public:
     /// The same for an integer, a negative one as two's complement.
     std::uint64_t numberOf(std::uint64_t bits);
 
+    /// The number of that integer is asked for soon: starts to fetch from memory what tells it.
+    void fetch(std::uint64_t bits) const noexcept;
+
     /// The number of the entity that others have under a number of theirs; none if it is not known
     /// here.
     std::optional<std::uint64_t> find(const EntityNames& others, std::uint64_t number) const;

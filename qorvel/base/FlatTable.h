@@ -79,8 +79,11 @@ public:
         }
     }
 
-    /// Of a small table: all of it, or about that.
-    void prefetchFirst() const { __builtin_prefetch(slots_.get()); }
+    /// Of a small table: all of it, or about that. A slot may lie in two lines of the caches.
+    void prefetchFirst() const {
+        __builtin_prefetch(slots_.get());
+        __builtin_prefetch(slots_.get() + (capacity_ == 0 ? 0 : 1));
+    }
 
     template <typename Visit>
     void forEach(Visit visit) const {
@@ -95,8 +98,21 @@ public:
     /// about each slot at least once; about some again, so to ask twice must not matter.
     template <typename IsDone>
     void eraseIf(IsDone isDone) noexcept {
+        const auto fetchNothing = [](const Slot&) {};
+        eraseIf(isDone, fetchNothing, fetchNothing);
+    }
+
+    /// The same, where what slots lead to is far: calls `fetch` and then `fetchNext` with slots
+    /// that it will ask about soon.
+    template <typename IsDone, typename Fetch, typename FetchNext>
+    void eraseIf(IsDone isDone, Fetch fetch, FetchNext fetchNext) noexcept {
+        constexpr std::uint32_t kAhead = 16;
         std::uint32_t index = 0;
         while (index < capacity_) {
+            if (capacity_ - index > kAhead) {
+                fetch(slots_[index + kAhead]);
+                fetchNext(slots_[index + kAhead / 2]);
+            }
             if (slots_[index].isUsed() && isDone(slots_[index])) {
                 erase(index); // another slot may have moved here
             } else {

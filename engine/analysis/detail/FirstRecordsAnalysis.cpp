@@ -37,8 +37,8 @@ public:
         processor_.process(observation.event, visitor);
     }
 
-    void fetch(std::uint64_t later, std::uint64_t sooner) const override {
-        processor_.fetch(later, sooner);
+    void fetch(std::uint64_t later, std::uint64_t sooner, std::uint64_t soonest) const override {
+        processor_.fetch(later, sooner, soonest);
     }
 
     void collect(std::int64_t time, LastResults&) override { processor_.gc(time); }

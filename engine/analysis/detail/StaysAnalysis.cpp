@@ -64,7 +64,7 @@ public:
         finder_.found().clear();
     }
 
-    void fetch(std::uint64_t later, std::uint64_t sooner) const override {
+    void fetch(std::uint64_t later, std::uint64_t sooner, std::uint64_t) const override {
         finder_.fetch(later, sooner);
     }
 

@@ -17,6 +17,8 @@ constexpr std::int64_t kForgetEvery = 6 * 3600000; ///< ms
 
 constexpr std::int64_t kNone = -1; // no time is negative
 
+constexpr std::int64_t kRowsAhead = 16; ///< of which entities are looked up
+
 } // namespace
 
 Intake::Intake(KeyNumbers keys, const Analysis& analysis, const SessionOptions& options,
@@ -186,6 +188,7 @@ void Intake::setEntry(Batch::Entry& entry, const Observations& columns, std::int
 
 std::uint64_t Intake::entityOf(const Observations& columns, std::int64_t row) {
     if (columns.entityKind() != EntityKind::text) {
+        names_->fetch(columns.entityBits(std::min(row + kRowsAhead, columns.size() - 1)));
         return names_->numberOf(columns.entityBits(row));
     }
     return static_cast<std::uint64_t>(

@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kLanesPerThread = 4;
 
 /// A row's work takes about as long as memory that is far takes to come.
-constexpr std::size_t kRowsAhead = 8;
+constexpr std::size_t kRowsAhead = 12;
 
 std::size_t laneCount(unsigned threads) {
     return threads == 1 ? 1 : threads * kLanesPerThread;
@@ -277,7 +277,8 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
     };
     for (std::size_t place = 0; place < share.entries.size(); ++place) {
         if (keepsEntities_) {
-            shard.fetch(eidAt(place + kRowsAhead), eidAt(place + kRowsAhead / 2));
+            shard.fetch(eidAt(place + kRowsAhead), eidAt(place + 2 * kRowsAhead / 3),
+                        eidAt(place + kRowsAhead / 3));
         }
         const std::size_t at = share.entries[place];
         batch.collectBefore(at, nextCollection, collect);

@@ -140,6 +140,15 @@ bool coversSpan(const Series& series, std::uint32_t span) {
            wrappingSubtract(endOf(series.back()), beginOf(series.front())) >= std::int64_t{span};
 }
 
+/// Of an entity that has but few cells, as most have: to look through many takes longer than to
+/// wait for one.
+void fetchItemsOf(const CellTable& cells) {
+    constexpr std::uint32_t kFew = 4;
+    if (cells.size() <= kFew) {
+        cells.forEach([](const CellSlot& slot) { slot.series.prefetch(); });
+    }
+}
+
 bool isHangout(const Series& series, const DetectionRule& rule) {
     return rule.takesAll
                ? !series.empty()
@@ -164,10 +173,8 @@ bool DetectorState::processDwell(const Event& event, const Position& position,
     return underLock(*lock_, [&] { return processDwellUnlocked(event, position, rule, sink); });
 }
 
-/// With few entities all of them are in the caches.
 void DetectorState::fetch(std::uint64_t later, std::uint64_t sooner) const {
-    constexpr std::uint32_t kFew = 4096;
-    if (entities_.size() <= kFew) {
+    if (!isLarge()) {
         return;
     }
     entities_.prefetch(later);
@@ -177,9 +184,18 @@ void DetectorState::fetch(std::uint64_t later, std::uint64_t sooner) const {
     }
 }
 
+void DetectorState::fetchItems(std::uint64_t eid) const {
+    if (!isLarge()) {
+        return;
+    }
+    if (const EntitySlot* const entity = entities_.find(eid)) {
+        fetchItemsOf(entity->cells);
+    }
+}
+
 void DetectorState::gcUnlocked(std::int64_t time) {
     const Cutoff cutoff = Cutoff::notBefore(time);
-    entities_.eraseIf([&cutoff](EntitySlot& entity) {
+    const auto isDone = [&cutoff](EntitySlot& entity) {
         entity.cells.eraseIf([&cutoff](CellSlot& cell) {
             cell.series.forget(cutoff);
             if (cell.series.empty()) {
@@ -189,7 +205,10 @@ void DetectorState::gcUnlocked(std::int64_t time) {
             return false;
         });
         return entity.cells.size() == 0;
-    });
+    };
+    entities_.eraseIf(
+        isDone, [](const EntitySlot& entity) { entity.cells.prefetchFirst(); },
+        [](const EntitySlot& entity) { fetchItemsOf(entity.cells); });
 }
 
 bool DetectorState::processPresenceUnlocked(const Event& event, const Position& position,
@@ -303,12 +322,6 @@ bool DetectorState::save(std::uint64_t eid, StateWriter& out) const {
         saveCells(entity->cells, out);
     }
     return true;
-}
-
-void DetectorState::fetchItems(std::uint64_t eid) const {
-    if (const EntitySlot* const entity = entities_.find(eid)) {
-        entity->cells.forEach([](const CellSlot& slot) { slot.series.prefetch(); });
-    }
 }
 
 void DetectorState::load(std::uint64_t eid, StateReader& in) {

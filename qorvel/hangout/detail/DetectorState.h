@@ -46,8 +46,8 @@ struct EntityKeyed {
     static std::uint64_t hash(std::uint64_t eid) { return mix(eid); }
 };
 
-/// The series of one entity.
-struct EntitySlot : EntityKeyed {
+/// The series of one entity. It never lies in two lines of the caches.
+struct alignas(32) EntitySlot : EntityKeyed {
     bool used = false;
     CellTable cells;
 
@@ -57,6 +57,7 @@ struct EntitySlot : EntityKeyed {
         used = true;
     }
 };
+static_assert(sizeof(EntitySlot) <= 32);
 
 /// What is needed of the event by which processDwell knows whether an entity stayed. One is kept
 /// for every entity ever seen, so the slot has no room for a flag: a free one has a latitude that
@@ -107,6 +108,8 @@ public:
     /// Events of these entities come soon, of the second one first: starts to fetch what they need.
     /// Without the lock, too.
     void fetch(std::uint64_t later, std::uint64_t sooner) const;
+    /// The same for an entity that was the sooner one some time ago: what its cells lead to.
+    void fetchItems(std::uint64_t eid) const;
 
     std::uint64_t entityCount() const;
     std::uint64_t cellCount() const;
@@ -117,8 +120,6 @@ public:
     StbSimpleMutex& lock() const { return *lock_; }
     /// Appends the entities of which something is kept, some of them twice, in any order.
     void addEntities(std::vector<std::uint64_t>& eids) const;
-    /// An entity is saved soon, and `fetch` was called for it, as the sooner one, some time ago.
-    void fetchItems(std::uint64_t eid) const;
     /// False, and nothing is written, where nothing is kept of the entity.
     bool save(std::uint64_t eid, StateWriter& out) const;
     /// Takes what `save` wrote, for an entity of which nothing is kept.
@@ -136,6 +137,8 @@ public:
     }
 
 private:
+    /// With few entities all of them are in the caches.
+    bool isLarge() const { return entities_.size() > 4096; }
     void gcUnlocked(std::int64_t time);
     std::optional<Position> replaceLastEvent(const Event& event);
     static void saveCells(const CellTable& cells, StateWriter& out);

@@ -70,8 +70,11 @@ public:
 
     void append(const TsListItem& item);
 
-    /// Fetches the first items ahead.
-    void prefetch() const { __builtin_prefetch(items_.get()); }
+    /// Fetches the first items ahead, and the place of the next one.
+    void prefetch() const {
+        __builtin_prefetch(items_.get() + head_);
+        __builtin_prefetch(items_.get() + (size_ < capacity_ ? slotOf(size_) : 0));
+    }
 
     /// Makes room for so many in all, of an empty series.
     void reserve(std::uint32_t items);

@@ -139,8 +139,10 @@ void FigureProcessor::process(const Event& event, FigureSink& sink) {
     state_->process(event, sink);
 }
 
-void FigureProcessor::fetch(std::uint64_t later, std::uint64_t sooner) const {
+void FigureProcessor::fetch(std::uint64_t later, std::uint64_t sooner,
+                            std::uint64_t soonest) const {
     state_->processor().fetch(later, sooner);
+    state_->processor().fetchItems(soonest);
 }
 
 void FigureProcessor::gc(std::int64_t time) {

@@ -102,9 +102,9 @@ public:
     /// Takes the event and calls the sink with what it establishes.
     void process(const Event& event, FigureSink& sink);
 
-    /// Events of these entities come soon, of the second one first: what is kept of them may be
+    /// Events of these entities come soon, of the last one first: what is kept of them may be
     /// fetched ahead from memory.
-    void fetch(std::uint64_t later, std::uint64_t sooner) const;
+    void fetch(std::uint64_t later, std::uint64_t sooner, std::uint64_t soonest) const;
 
     /// As MotionProcessor::gc.
     void gc(std::int64_t time);

@@ -91,11 +91,7 @@ void ProcessorSnapshot::fetchAfter(std::uint64_t eid) {
     const std::uint64_t step = eid - std::exchange(last_, eid);
     if (step == std::exchange(step_, step)) {
         processor_.fetch(eid + 12 * step, eid + 8 * step);
-        for (std::size_t number = 0; number < processor_.detectorNumbers(); ++number) {
-            if (const DetectorState* const detector = processor_.detector(number)) {
-                detector->fetchItems(eid + 4 * step);
-            }
-        }
+        processor_.fetchItems(eid + 4 * step);
     }
 }
 

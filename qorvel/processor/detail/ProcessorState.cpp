@@ -151,6 +151,14 @@ void ProcessorState::fetch(std::uint64_t later, std::uint64_t sooner) const {
     }
 }
 
+void ProcessorState::fetchItems(std::uint64_t eid) const {
+    for (const Detector& detector : detectors_) {
+        if (detector) {
+            detector->fetchItems(eid);
+        }
+    }
+}
+
 void ProcessorState::process(const Event& event, Operation operation,
                              std::list<STBCompressedEvent>& out) {
     NewRecordList sink(out, recentHangouts_);

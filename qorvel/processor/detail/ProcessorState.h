@@ -36,6 +36,8 @@ public:
 
     /// As DetectorState::fetch, of all detectors.
     void fetch(std::uint64_t later, std::uint64_t sooner) const;
+    /// As DetectorState::fetchItems, of all detectors.
+    void fetchItems(std::uint64_t eid) const;
 
     /// Gives the event to every detector that its rows and specs lead to, and drops repeats.
     void process(const Event& event, Operation operation, std::list<STBCompressedEvent>& out);
