@@ -3,6 +3,7 @@
 #include "engine/columns/EntityDictionary.h"
 #include "engine/columns/Fault.h"
 #include "engine/run/Session.h"
+#include "engine/setup/numberText.h"
 #include "program/input/FixBatch.h"
 #include "testing/support/wantedEvents.h"
 #include "testing/world/World.h"
@@ -43,7 +44,7 @@ T pick(std::initializer_list<T> options) {
     return std::data(options)[random_() % options.size()];
 }
 
-/// A row's values, as they are printed.
+/// A row's values, numbers with all their bits.
 Texts valuesOf(const ResultTable& table, std::size_t row) {
     Texts values;
     for (std::size_t i = 0; i < table.schema().columns.size(); ++i) {
@@ -53,9 +54,9 @@ Texts valuesOf(const ResultTable& table, std::size_t row) {
             table.names().append(table.entity(row, i), value);
         } else {
             value = kind == ResultKind::text      ? std::string(table.text(row, i))
-                    : kind == ResultKind::degrees ? testing::PrintToString(table.real(row, i))
-                    : kind == ResultKind::metres  ? testing::PrintToString(table.real(row, i))
-                    : kind == ResultKind::hours   ? testing::PrintToString(table.real(row, i))
+                    : kind == ResultKind::degrees ? numberText(table.real(row, i))
+                    : kind == ResultKind::metres  ? numberText(table.real(row, i))
+                    : kind == ResultKind::hours   ? numberText(table.real(row, i))
                                                   : std::to_string(table.whole(row, i));
         }
     }
