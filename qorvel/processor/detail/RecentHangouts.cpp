@@ -16,13 +16,14 @@ RecordKey keyOf(const STBCompressedEvent& record) {
 
 } // namespace
 
+/// The first time box is both the older and the newer one.
 void RecentHangouts::Slot::occupy(const RecordKey& key) {
     eid = key.eid;
     first = key.cell.first;
     second = key.cell.second;
     depth = key.cell.depth;
     specPrimaryKeyId = key.specPrimaryKeyId;
-    time = {key.start, key.end};
+    older = newer = time = spanOf(key);
     used = true;
 }
 
@@ -40,8 +41,15 @@ void RecentHangouts::supressDuplicateHangouts(std::list<STBCompressedEvent>& rec
 
 bool RecentHangouts::isDuplicateHangout(const RecordKey& key) {
     const std::uint64_t known = size();
-    keys_.findOrAdd(key);
-    return size() == known;
+    Slot& slot = keys_.findOrAdd(key);
+    if (size() > known) {
+        return false;
+    }
+    const bool repeats = slot.remembers(spanOf(key));
+    if (!repeats) {
+        slot.remember(spanOf(key));
+    }
+    return repeats;
 }
 
 } // namespace qorvel_detail

@@ -14,21 +14,21 @@ namespace qorvel_detail {
 /// Therefore nothing is removed, unless somebody knows that it cannot come again: this grows with
 /// every new record for the life of the processor.
 ///
-/// The rule is to remember the last two distinct time boxes for each key, and that a record that
-/// has one of them is a repeat. As long as the time box is itself a part of the key, both are
-/// always the key's own, so that a record is a repeat if its key is known.
+/// For each key it remembers the last two distinct time boxes, and a record that has one of them is
+/// a repeat. As long as the time box is itself a part of the key, both are always the key's own.
 class RecentHangouts {
 public:
     /// A time box without its class.
     struct Span {
         std::int64_t start = 0;
         std::int64_t end = 0;
+
+        bool operator==(const Span&) const = default;
     };
 
     /// A record. The key is laid out in place: beside the depth there is room for the spec's
-    /// number. With millions of records each is fetched from memory, so it stands in one line of
-    /// the caches.
-    struct alignas(64) Slot {
+    /// number.
+    struct Slot {
         using Key = RecordKey;
 
         std::uint64_t eid = 0;
@@ -37,6 +37,8 @@ public:
         std::uint32_t depth = 0;
         std::uint32_t specPrimaryKeyId = 0;
         Span time;
+        Span older;
+        Span newer;
         bool used = false;
 
         bool isUsed() const { return used; }
@@ -46,15 +48,24 @@ public:
         bool holds(const RecordKey& other) const { return key() == other; }
         void occupy(const RecordKey& key);
         static std::uint64_t hash(const RecordKey& key);
+
+        bool remembers(const Span& span) const { return span == older || span == newer; }
+        void remember(const Span& span) {
+            older = newer;
+            newer = span;
+        }
     };
-    static_assert(sizeof(Slot) == 64);
+    static_assert(sizeof(Slot) <= 88);
 
     /// Erases the records that repeat one that was reported, or one further up in the list, and
     /// remembers the rest.
     void supressDuplicateHangouts(std::list<STBCompressedEvent>& records);
 
     /// Would a record with this key be a repeat?
-    bool contains(const RecordKey& key) const { return keys_.find(key) != nullptr; }
+    bool contains(const RecordKey& key) const {
+        const Slot* const known = keys_.find(key);
+        return known != nullptr && known->remembers(spanOf(key));
+    }
     /// Remembers a record. True when it repeats one that was reported.
     bool isDuplicateHangout(const RecordKey& key);
     void prefetch(const RecordKey& key) const { keys_.prefetch(key); }
@@ -76,6 +87,8 @@ public:
 
 private:
     static constexpr std::uint64_t kInCache = 10000;
+
+    static Span spanOf(const RecordKey& key) { return {key.start, key.end}; }
 
     FlatTable<Slot> keys_;
 };
