@@ -99,7 +99,8 @@ std::string quoted(std::string_view text) {
 std::string optionNames() {
     std::string names;
     for (const Option& option : kOptions) {
-        names += (names.empty() ? "" : ", ") + std::string(option.key);
+        names += names.empty() ? "" : ", ";
+        names += option.key;
     }
     return names;
 }
