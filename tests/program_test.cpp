@@ -770,6 +770,8 @@ TEST(Program, RefusesAStateAndChangesNothing) {
         {3, "another run has it", "exec 9<>o.csv; flock 9"},
         {2, "cannot be rewound", "", "boxes --state s.state --out o.csv - <t.csv"},
         {2, "cannot be rewound", "gzip -k t.csv", "boxes --state s --out n.csv t.csv.gz"},
+        {2, "t.geojson cannot be rewound", "$Q boxes --out t.geojson t.csv",
+         "boxes --state s --out n.csv t.geojson"},
         {2, "u.csv.gz cannot be rewound", "gzip u.csv",
          "boxes --state s --out n.csv t.csv u.csv.gz"},
         {0, "9 rows read, 9 processed", several + "; echo entity,lat,lon,time >w.csv",
