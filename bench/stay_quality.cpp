@@ -1,4 +1,6 @@
-// How good the engine's stays and places are: stay_quality FIRST LAST, seeds of the scenes.
+// How good the engine's stays and places are: stay_quality FIRST LAST, seeds of the scenes. With
+// --write FOLDER SEED it writes the scenes for other tools; with --score FOLDER SEED TOOL... it
+// judges what they found, see bench/peers/stays.py.
 #include "testing/support/findPlaces.h"
 #include "testing/world/StayScene.h"
 #include "testing/world/StayScore.h"
@@ -9,6 +11,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <fstream>
+#include <iomanip>
+#include <limits>
 #include <map>
 #include <string>
 #include <utility>
@@ -151,35 +156,124 @@ void reportPlaces(const PlaceScore& score) {
                 score.homeLabels, score.works, score.workLabels);
 }
 
-} // namespace
-
-int main(int count, char** arguments) {
-    if (count != 3) {
-        std::fputs("stay_quality FIRST LAST, seeds\n", stderr);
-        return 2;
+/// The scenes of these names, or all.
+std::vector<std::pair<std::string, world::StayScene>>
+scenesOf(std::uint64_t seed, const std::vector<std::string>& wanted = {}) {
+    std::vector<std::pair<std::string, world::StayScene>> scenes;
+    const auto isWanted = [&wanted](const std::string& name) {
+        return wanted.empty() || std::find(wanted.begin(), wanted.end(), name) != wanted.end();
+    };
+    for (const world::SceneKind& kind : world::sceneKinds()) {
+        if (isWanted(kind.name)) {
+            scenes.emplace_back(kind.name, world::makeScene(kind, seed));
+        }
     }
-    const auto first = static_cast<std::uint64_t>(std::atoll(arguments[1]));
-    const auto last = static_cast<std::uint64_t>(std::atoll(arguments[2]));
+    if (isWanted("town")) {
+        scenes.emplace_back("town", world::makeTownScene(100, seed));
+    }
+    return scenes;
+}
+
+std::string fileOf(const std::string& folder, std::string scene) {
+    std::replace(scene.begin(), scene.end(), ' ', '_');
+    return folder + '/' + scene + ".csv";
+}
+
+void write(const std::string& folder, std::uint64_t seed, const std::vector<std::string>& wanted) {
+    for (const auto& [name, scene] : scenesOf(seed, wanted)) {
+        std::ofstream file(fileOf(folder, name));
+        file << "entity,lat,lon,time_ms,accuracy_m\n"
+             << std::setprecision(std::numeric_limits<double>::max_digits10);
+        for (const world::SceneFix& fix : scene.fixes) {
+            file << fix.entity << ',' << fix.lat << ',' << fix.lon << ',' << fix.time << ','
+                 << fix.accuracy << '\n';
+        }
+    }
+}
+
+/// As bench/peers/stays.py writes them: seconds, then entity,from_ms,to_ms,lat,lon.
+std::vector<world::SceneStay> readStays(const std::string& path, double& seconds) {
+    std::ifstream file(path);
+    file >> seconds;
+    std::vector<world::SceneStay> stays;
+    world::SceneStay stay{};
+    char comma = ',';
+    while (file >> stay.entity >> comma >> stay.from >> comma >> stay.to >> comma >> stay.lat >>
+           comma >> stay.lon) {
+        stays.push_back(stay);
+    }
+    if (!file.eof()) {
+        std::fprintf(stderr, "cannot read %s\n", path.c_str());
+        std::exit(1);
+    }
+    std::sort(stays.begin(), stays.end(), [](const auto& a, const auto& b) {
+        return std::pair(a.entity, a.from) < std::pair(b.entity, b.from);
+    });
+    return stays;
+}
+
+void printHead() {
     std::puts(
         "| scene        | fixes     | stays  | F1     | shown  | begin | 90 %  | end   | 90 %  "
         "| place | split | merged | ns | goals |\n"
         "|--------------|----------:|-------:|-------:|-------:|------:|------:|------:|------:"
         "|------:|------:|------:|-----:|--------|");
-    for (const world::SceneKind& kind : world::sceneKinds()) {
+}
+
+void score(const std::string& folder, std::uint64_t seed, const std::string& tool,
+           const std::vector<std::string>& wanted) {
+    std::printf("\n### %s\n\n", tool.c_str());
+    printHead();
+    for (const auto& [name, scene] : scenesOf(seed, wanted)) {
         Measured measured;
-        for (std::uint64_t seed = first; seed <= last; ++seed) {
-            measure(world::makeScene(kind, seed), measured);
-        }
-        report(kind.name, measured);
+        measured.score.add(scene, readStays(fileOf(folder, name) + '.' + tool, measured.seconds));
+        report(name, measured);
     }
-    Measured town;
-    for (std::uint64_t seed = first; seed <= last; ++seed) {
-        measure(world::makeTownScene(100, seed), town);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    const std::vector<std::string> words(arguments + 1, arguments + count);
+    const auto seed = [&words](std::size_t at) {
+        return static_cast<std::uint64_t>(std::atoll(words[at].c_str()));
+    };
+    const auto from = [&words](std::size_t at) {
+        return std::vector<std::string>(words.begin() + static_cast<std::ptrdiff_t>(at),
+                                        words.end());
+    };
+    if (words.size() >= 3 && words[0] == "--write") {
+        write(words[1], seed(2), from(3));
+        return 0;
     }
-    report("town", town);
+    if (words.size() >= 4 && words[0] == "--score") {
+        score(words[1], seed(2), words[3], from(4));
+        return 0;
+    }
+    if (words.size() != 2) {
+        std::fputs(
+            "stay_quality FIRST LAST, --write FOLDER SEED [SCENE...], or --score FOLDER SEED "
+            "TOOL [SCENE...]\n",
+            stderr);
+        return 2;
+    }
+    const std::uint64_t first = seed(0);
+    const std::uint64_t last = seed(1);
+    printHead();
+    std::map<std::string, Measured> byScene;
+    std::vector<std::string> names;
     PlaceScore places;
-    for (std::uint64_t seed = first; seed <= last; ++seed) {
-        scorePlaces(seed, places);
+    for (std::uint64_t each = first; each <= last; ++each) {
+        for (const auto& [name, scene] : scenesOf(each)) {
+            if (each == first) {
+                names.push_back(name);
+            }
+            measure(scene, byScene[name]);
+        }
+        scorePlaces(each, places);
+    }
+    for (const std::string& name : names) {
+        report(name, byScene[name]);
     }
     reportPlaces(places);
     return 0;
