@@ -1,4 +1,5 @@
 #include "qorvel/geohash/detail/Cell.h"
+#include "qorvel/geohash/detail/Parallel.h"
 #include "qorvel/qorvel.h"
 
 #include <algorithm>
@@ -282,6 +283,26 @@ void checkAround(double lat, double lon, std::uint32_t depth) {
         }
     }
     EXPECT_EQ(near(lat, lon, depth, kNaN).size(), 1U);
+}
+
+TEST(Neighbours, CosinesAreWithinTheirBounds) {
+    const auto expectWithin = [](double lat) {
+        const qorvel_detail::Parallel parallel(lat);
+        ASSERT_LE(parallel.lowCosine(), parallel.cosine()) << lat;
+        ASSERT_GE(parallel.highCosine(), parallel.cosine()) << lat;
+        ASSERT_LT(parallel.highCosine() - parallel.lowCosine(), 1.2e-6) << lat;
+    };
+    for (int half = 0; half <= 2048; ++half) { // the table's steps, and the middles between them
+        const double lat = half * 180.0 / 2048 - 90;
+        for (const double near : {std::nextafter(lat, -90), lat, std::nextafter(lat, 90)}) {
+            expectWithin(near);
+        }
+        expectWithin(between(-90, 90));
+    }
+    for (const double lat : {std::nextafter(90, 91), -91.0, kInfinity, kNaN}) {
+        const qorvel_detail::Parallel parallel(lat);
+        EXPECT_TRUE(std::isnan(parallel.lowCosine()) && std::isnan(parallel.highCosine())) << lat;
+    }
 }
 
 TEST(Neighbours, AgainstWholeCells) {

@@ -464,6 +464,17 @@ TEST_P(ModelBeside, Processors) {
     });
 }
 
+qorvel_port::EventColumns columnsOf(const Event& event) {
+    return {1,
+            &event.primaryKeyId,
+            &event.secondaryKeyId,
+            &event.latitude,
+            &event.longitude,
+            &event.spaceTolerance,
+            &event.time,
+            event.timeTolerance};
+}
+
 TEST_P(ModelBeside, Figures) {
     const auto make = [](Stream& stream) { return std::make_unique<Figured>(stream); };
     runStreams(make, [](Stream& stream, std::unique_ptr<Figured>& figured) {
@@ -485,7 +496,7 @@ TEST_P(ModelBeside, Figures) {
         std::list<SpaceTimeBox> boxes;
         figured->real.getSTB(event, boxes);
         std::vector<qorvel_port::BoxFigures> figures;
-        figured->every.boxes(event, figures);
+        figured->every.boxes(columnsOf(event), figures);
         std::list<SpaceTimeBox> told;
         for (const qorvel_port::BoxFigures& box : figures) {
             told.emplace_back(SpaceBox(box.first, box.second, box.depth),

@@ -10,6 +10,7 @@
 #include "qorvel/model/Event.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -19,6 +20,7 @@
 namespace qorvel_engine {
 
 namespace detail {
+class EventTable;
 class StateReader;
 class StateWriter;
 } // namespace detail
@@ -69,11 +71,11 @@ class Shard {
 public:
     virtual ~Shard() = default;
 
-    virtual void take(const Observation& observation, Found& found) = 0;
+    /// Where something is kept from row to row, see Analysis::lookBack.
+    virtual void take(const Observation&, Found&) {}
 
-    /// After the last row of some: what is found in each by itself, see Analysis::lookBack, may be
-    /// put off until then, so that many results are appended at once.
-    virtual void endRows(Found&) {}
+    /// Where nothing is: the rows from..to of a table at once, each by itself.
+    virtual void takeAll(const detail::EventTable&, std::size_t, std::size_t, Found&) {}
 
     /// Rows of these entities come soon, of the last one first: what is kept of them may be fetched
     /// ahead from memory. What tells where the next thing is has come from one call to the next.
@@ -112,7 +114,7 @@ public:
     virtual void watch(const std::atomic<bool>&) {}
 
     /// How far before an event's time it may lean on earlier events, ms; none of it if negative:
-    /// then nothing need be collected, ever, and the rows of an entity may come to any shards.
+    /// then nothing need be collected, ever, and rows come to any shards, many at once.
     virtual std::int64_t lookBack() const = 0;
 
     /// How far a row may lie behind the newest one of its entity, ms, where nothing is promised.

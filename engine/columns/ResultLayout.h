@@ -187,8 +187,10 @@ public:
                     to.shape(result.*Pointer);
                 },
                 [](const Result* results, RowsAppender& to) {
-                    to.cells([results](std::size_t row) -> const qorvel::SpaceBox& {
-                        return results[row].*Pointer;
+                    to.cells([results](std::size_t row) -> CellBits {
+                        const qorvel::SpaceBox& cell = results[row].*Pointer;
+                        return {cell.getFirst64Bits(), cell.getSecond64Bits(),
+                                cell.getGeoHashBitDepth()};
                     });
                 }};
     }

@@ -4,10 +4,10 @@
 
 #include "qorvel/base/cellText.h"
 #include "qorvel/base/decode.h"
-#include "qorvel/base/hashing.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <utility>
 
 namespace qorvel_engine {
@@ -125,22 +125,29 @@ RowsAppender::~RowsAppender() {
 
 namespace {
 
-/// The middles of cells that were asked for lately: many cells have the same parallels and the same
-/// meridians.
+/// The middles of cells that were asked for lately, from one side to the other: many cells have the
+/// same parallels and the same meridians.
 class Middles {
 public:
+    /// Cells of another depth come next.
+    void turnTo(const qorvel_detail::CellSide& side) {
+        rest_ = side.rest;
+        shift_ = static_cast<std::uint32_t>(std::bit_width(rest_)) % 64;
+    }
+
     template <class Find>
-    double of(std::uint64_t code, std::uint64_t rest, const Find& find) {
-        const std::uint64_t key = code | rest;
-        Known& known = known_[static_cast<std::size_t>(qorvel_detail::mix(key)) % kKnown];
-        if (known.key != key || known.rest != rest) {
-            known = {key, rest, find(code)};
+    double of(std::uint64_t code, const Find& find) {
+        const std::uint64_t key = code | rest_;
+        // Those side by side have places side by side.
+        Known& known = known_[static_cast<std::size_t>(key >> shift_) % kKnown];
+        if (known.key != key || known.rest != rest_) {
+            known = {key, rest_, find(code)};
         }
         return known.middle;
     }
 
 private:
-    static constexpr std::size_t kKnown = 256;
+    static constexpr std::size_t kKnown = 512;
 
     struct Known {
         std::uint64_t key = 0;
@@ -148,49 +155,62 @@ private:
         double middle = 0.0;
     };
     std::array<Known, kKnown> known_;
+    std::uint64_t rest_ = 0;
+    std::uint32_t shift_ = 0;
 };
+
+/// The middles of all cells, of which mostly one after the other has the same depth.
+template <class SideAt, class CodeOf, class MiddleOf>
+void appendMiddles(const std::vector<CellBits>& cells, AlignedVector<double>& to,
+                   const SideAt& sideAt, const CodeOf& codeOf, const MiddleOf& middleOf) {
+    const std::size_t first = to.size();
+    to.resize(first + cells.size());
+    Middles middles;
+    for (std::size_t row = 0; row < cells.size();) {
+        const std::uint32_t depth = cells[row].depth;
+        const qorvel_detail::CellSide side = sideAt(depth);
+        middles.turnTo(side);
+        for (; row < cells.size() && cells[row].depth == depth; ++row) {
+            const std::uint64_t second = depth > 64 ? cells[row].second : 0; // else none counts
+            to[first + row] = middles.of(codeOf(cells[row].first, second),
+                                         [&](std::uint64_t code) { return middleOf(side, code); });
+        }
+    }
+}
 
 } // namespace
 
-/// What columns tell of the shapes from the first on.
-void RowsAppender::tellCells(std::size_t first) {
-    using qorvel_detail::CellSide;
-    ResultTable::Column& texts = table_.columns_[next_];
-    AlignedVector<std::int64_t>& depths = table_.columns_[next_ + 1].wholes;
-    AlignedVector<double>& latitudes = table_.columns_[next_ + 2].reals;
-    AlignedVector<double>& longitudes = table_.columns_[next_ + 3].reals;
-    next_ += 4;
-    texts.wholes.reserve(texts.wholes.size() + count_);
-    depths.reserve(depths.size() + count_);
-    latitudes.reserve(latitudes.size() + count_);
-    longitudes.reserve(longitudes.size() + count_);
-    Middles parallels;
-    Middles meridians;
-    std::size_t end = texts.bytes.size();
-    for (std::size_t row = first; row < first + count_; ++row) {
-        const qorvel::SpaceBox& cell = table_.cells_[row];
-        const std::uint32_t depth = cell.getGeoHashBitDepth();
-        const std::uint64_t high = cell.getFirst64Bits();
-        const std::uint64_t low = depth > 64 ? cell.getSecond64Bits() : 0; // else none counts
-        const std::size_t length = qorvel_detail::cellTextLength(depth);
-        if (texts.bytes.size() - end < qorvel_detail::kCellTextRoom) {
-            texts.bytes.resize(end + (first + count_ - row) * length +
-                               qorvel_detail::kCellTextRoom);
-        }
-        qorvel_detail::writeCellText(high, low, depth, texts.bytes.data() + end);
-        end += length;
-        texts.wholes.push_back(static_cast<std::int64_t>(end));
-        depths.push_back(depth);
-        const CellSide latitude = CellSide::ofLatitude(depth);
-        const CellSide longitude = CellSide::ofLongitude(depth);
-        latitudes.push_back(
-            parallels.of(qorvel_detail::latitudeCode(high, low), latitude.rest,
-                         [&](std::uint64_t code) { return latitude.middleLatitude(code); }));
-        longitudes.push_back(
-            meridians.of(qorvel_detail::longitudeCode(high, low), longitude.rest,
-                         [&](std::uint64_t code) { return longitude.middleLongitude(code); }));
+void RowsAppender::tellCells(const std::vector<CellBits>& cells) {
+    table_.cells_.reserve(table_.cells_.size() + count_);
+    for (const CellBits& cell : cells) {
+        table_.cells_.emplace_back(cell.first, cell.second, cell.depth);
     }
-    texts.bytes.resize(end);
+    appendTexts(cells);
+    wholes([&](std::size_t row) { return static_cast<std::int64_t>(cells[row].depth); });
+    using qorvel_detail::CellSide;
+    appendMiddles(
+        cells, table_.columns_[next_++].reals, CellSide::ofLatitude, qorvel_detail::latitudeCode,
+        [](const CellSide& side, std::uint64_t code) { return side.middleLatitude(code); });
+    appendMiddles(
+        cells, table_.columns_[next_++].reals, CellSide::ofLongitude, qorvel_detail::longitudeCode,
+        [](const CellSide& side, std::uint64_t code) { return side.middleLongitude(code); });
+}
+
+void RowsAppender::appendTexts(const std::vector<CellBits>& cells) {
+    AlignedVector<char>& bytes = table_.columns_[next_].bytes;
+    std::size_t end = bytes.size();
+    std::size_t length = 0;
+    for (const CellBits& cell : cells) {
+        length += qorvel_detail::cellTextLength(cell.depth);
+    }
+    bytes.resize(end + length + qorvel_detail::kCellTextRoom);
+    wholes([&](std::size_t row) {
+        const CellBits& cell = cells[row];
+        qorvel_detail::writeCellText(cell.first, cell.second, cell.depth, bytes.data() + end);
+        end += qorvel_detail::cellTextLength(cell.depth);
+        return static_cast<std::int64_t>(end);
+    });
+    bytes.resize(end);
 }
 
 void RowsAppender::finish() {

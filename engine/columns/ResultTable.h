@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace qorvel_engine {
 
@@ -159,6 +160,13 @@ private:
     bool isFinished_ = false;
 };
 
+/// A cell as the numbers that a SpaceBox has.
+struct CellBits {
+    std::uint64_t first;  ///< bits 1 to 64, those beyond the depth included
+    std::uint64_t second; ///< bits 65 to 128
+    std::uint32_t depth;
+};
+
 /// The same for many rows at once: each call appends the values of a column for all of them. For
 /// ResultLayout.
 class QORVEL_ENGINE_EXPORT RowsAppender {
@@ -176,15 +184,14 @@ public:
     }
 
     /// The next four columns and the shapes, as RowAppender::cell: of each row what a function says
-    /// of it, a reference to a SpaceBox.
+    /// of it, CellBits.
     template <class CellOf>
     void cells(const CellOf& cellOf) {
-        const std::size_t first = table_.cells_.size();
-        table_.cells_.reserve(first + count_);
+        std::vector<CellBits> cells(count_);
         for (std::size_t row = 0; row < count_; ++row) {
-            table_.cells_.push_back(cellOf(row));
+            cells[row] = cellOf(row);
         }
-        tellCells(first);
+        tellCells(cells);
     }
 
     /// The rows are complete.
@@ -199,7 +206,8 @@ private:
             column[first + row] = valueOf(row);
         }
     }
-    void tellCells(std::size_t first);
+    void tellCells(const std::vector<CellBits>& cells);
+    void appendTexts(const std::vector<CellBits>& cells);
 
     ResultTable& table_;
     std::size_t count_;

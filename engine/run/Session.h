@@ -29,6 +29,8 @@ namespace qorvel_engine {
 /// for rows later than promised, on what is forgotten when. Entities do not depend on each other
 /// but in encounters: elsewhere sessions with some entities each find together what one finds.
 ///
+/// Last figures come in the order of the times from which no row can change them.
+///
 /// Stays come when they are final, so what is promised and known decides when. A promise is about
 /// the rows of one entity, which need not be near those of others: a stay comes with the row of its
 /// entity after which it is final. Where the caller tells how old the oldest row to come is, stays

@@ -44,6 +44,17 @@ constexpr void writeCellText(std::uint64_t first, std::uint64_t second, std::uin
                              char* to) {
     constexpr std::uint64_t ones = ~std::uint64_t{0};
     constexpr std::uint64_t kBlock = ones >> 24;
+    constexpr std::uint32_t kBlockBits = 40;
+    const auto write = [](std::uint64_t block, char* at) {
+        const std::uint64_t characters = eightCharacters(block);
+        for (std::uint32_t byte = 0; byte < 8; ++byte) {
+            at[byte] = static_cast<char>(characters >> (56 - 8 * byte) & 0xFFU);
+        }
+    };
+    if (depth <= kBlockBits) {
+        write((first & ~(ones >> depth)) >> 24, to);
+        return;
+    }
     if (depth < 64) {
         first &= ~(ones >> depth);
         second = 0;
@@ -54,10 +65,7 @@ constexpr void writeCellText(std::uint64_t first, std::uint64_t second, std::uin
                                     second >> 8 & kBlock, second << 32 & kBlock};
     const std::size_t length = cellTextLength(depth);
     for (std::size_t block = 0; 8 * block < length; ++block) {
-        const std::uint64_t characters = eightCharacters(blocks[block]);
-        for (std::uint32_t at = 0; at < 8; ++at) {
-            to[8 * block + at] = static_cast<char>(characters >> (56 - 8 * at) & 0xFFU);
-        }
+        write(blocks[block], to + 8 * block);
     }
 }
 

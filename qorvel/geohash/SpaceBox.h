@@ -20,7 +20,7 @@ QORVEL_BEGIN_NAMESPACE
 /// Depths above 128 are invalid, see isValid; their boxes can be compared, hashed and printed all
 /// the same. Any thread may call any operation at any time; of one box as usual, not while another
 /// changes it. Those that take or return a string allocate, and throw std::bad_alloc when memory
-/// runs out; so does the first getNearSpaceBoxes with a distance, see UtilG2.
+/// runs out.
 class QORVEL_EXPORT SpaceBox {
 public:
     /// The whole earth: depth 0, both words 0.

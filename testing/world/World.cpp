@@ -192,7 +192,7 @@ void appendPosition(std::string& out, double lat, double lon) {
 
 } // namespace
 
-World makeWorld(const WorldOptions& options) {
+World makeWorld(const WorldOptions& options, const std::function<void()>& attend) {
     World world;
     Random townChance(options.seed, 0);
     const Town town = makeTown(townChance);
@@ -205,6 +205,7 @@ World makeWorld(const WorldOptions& options) {
         const Itinerary life = live(kind, number, chance, town, options.days);
         Device(chance, kind, entity, world.fixes).report(life.legs(), end);
         recordStays(world.stays, life.legs(), entity, end);
+        attend();
     }
     std::stable_sort(world.fixes.begin(), world.fixes.end(),
                      [](const Fix& a, const Fix& b) { return a.arrivalMs < b.arrivalMs; });

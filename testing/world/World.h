@@ -2,6 +2,7 @@
 #define QORVEL_TESTING_WORLD_WORLD_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -49,7 +50,9 @@ struct World {
     std::vector<Stay> stays;           ///< by entity, then by time
 };
 
-World makeWorld(const WorldOptions& options);
+/// @param attend  called for each entity; what it throws ends the work
+World makeWorld(
+    const WorldOptions& options, const std::function<void()>& attend = [] {});
 
 /// CSV lines without a line end: the header and one row.
 inline constexpr char kFixHeader[] = "entity,lat,lon,time_ms,accuracy_m";

@@ -1,7 +1,10 @@
 #include "engine/analysis/detail/BoxesAnalysis.h"
 
 #include "engine/analysis/BoxResult.h"
+#include "engine/analysis/detail/EventTable.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -13,27 +16,30 @@ class BoxesShard : public Shard {
 public:
     explicit BoxesShard(const qorvel_port::FigureProcessor& like) : processor_(like.another()) {}
 
-    void take(const Observation& observation, Found&) override {
-        const Event& event = observation.event;
+    /// Column by column, in the order of BoxResult::layout().
+    void takeAll(const EventTable& table, std::size_t from, std::size_t to, Found& found) override {
         boxes_.clear();
-        processor_.boxes(event, boxes_);
-        for (const qorvel_port::BoxFigures& box : boxes_) {
-            results_.push_back({event.eid, SpaceBox(box.first, box.second, box.depth), box.start,
-                                box.end, event.time});
-        }
-    }
-
-    void endRows(Found& found) override {
-        BoxResult::layout().append(results_.data(), results_.size(), found.results());
-        results_.clear();
+        processor_.boxes(table.events(from, to), boxes_);
+        const std::uint64_t* const entities = table.entities().data() + from;
+        const std::int64_t* const times = table.times().data() + from;
+        RowsAppender rows(found.results(), BoxResult::layout().schema(), boxes_.size());
+        rows.wholes([&](std::size_t row) {
+            return static_cast<std::int64_t>(entities[boxes_[row].event]);
+        });
+        rows.cells([&](std::size_t row) -> CellBits {
+            return {boxes_[row].first, boxes_[row].second, boxes_[row].depth};
+        });
+        rows.wholes([&](std::size_t row) { return boxes_[row].start; });
+        rows.wholes([&](std::size_t row) { return boxes_[row].end; });
+        rows.wholes([&](std::size_t row) { return times[boxes_[row].event]; });
+        rows.finish();
     }
 
     void collect(std::int64_t, LastResults&) override {}
 
 private:
     qorvel_port::FigureProcessor processor_;
-    std::vector<qorvel_port::BoxFigures> boxes_; ///< of a row
-    std::vector<BoxResult> results_;             ///< of the rows since endRows
+    std::vector<qorvel_port::BoxFigures> boxes_; ///< kept for its memory
 };
 
 } // namespace

@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -60,8 +62,9 @@ public:
     }
 
     Result result;
-    std::uint64_t row = 0;   ///< that brought the first report
-    std::uint32_t place = 0; ///< among all of the shard, by their first reports
+    std::uint64_t row = 0;        ///< that brought the first report
+    std::uint64_t place = 0;      ///< among all of the shard, by their first reports
+    std::int64_t isFinalFrom = 0; ///< ms: rows from then on change nothing
 
 private:
     std::uint32_t specPrimaryKeyId_ = 0;
@@ -88,6 +91,32 @@ public:
 
 private:
     const std::list<STBCompressionSpec>& specs_;
+};
+
+/// When a record can be brought: its box ends or begins at the boundary of the event that brings
+/// it, which lies in its own box or, up to its end, in the next one.
+class LastBrought {
+public:
+    explicit LastBrought(const Tables& tables) {
+        for (const STBCompressionSpec& spec : tables.specs()) {
+            boxes_[spec.primaryKeyId].push_back(tables.masterOf(spec).stbSpec);
+        }
+    }
+
+    /// All events that bring it lie before this time, ms; the latest there is for a box without a
+    /// next one.
+    std::int64_t before(const RecordKey& key) const {
+        std::int64_t latest = 0;
+        for (const TimeBoxSpec& spec : boxes_.at(key.specPrimaryKeyId)) {
+            const std::int64_t nextEnd = spec.getTimeBoxEnd(key.boxEnd);
+            const bool hasNext = key.boxStart < key.boxEnd && key.boxEnd < nextEnd;
+            latest = std::max(latest, hasNext ? nextEnd : std::numeric_limits<std::int64_t>::max());
+        }
+        return latest;
+    }
+
+private:
+    std::unordered_map<std::uint32_t, std::vector<TimeBoxSpec>> boxes_; ///< by key
 };
 
 template <class Result>
@@ -154,14 +183,18 @@ template <class Result>
 class LastRecordsShard : public Shard {
 public:
     LastRecordsShard(const Tables& tables, const FigureProcessor& like)
-        : processor_(like.another()), specs_(tables) {}
+        : processor_(like.another()), specs_(tables), lastBrought_(tables),
+          lookBack_(tables.lookBack()) {}
 
     void take(const Observation& observation, Found&) override {
         FigureVisitor visitor([&](const Figures& figures) { keep(figures, observation.row); });
         processor_.process(observation.event, visitor);
     }
 
-    void collect(std::int64_t time, LastResults&) override { processor_.gc(time); }
+    void collect(std::int64_t time, LastResults& results) override {
+        processor_.gc(time);
+        handOver(time + lookBack_, results);
+    }
 
     std::unique_ptr<ShardSnapshot> snapshot() const override {
         return std::make_unique<LastRecordsSnapshot<Result>>(processor_, records_, specs_);
@@ -178,31 +211,38 @@ public:
 
     void forgetEntities(const std::vector<std::uint64_t>& eids) override {
         processor_.forgetEntities(eids);
-        std::vector<std::uint32_t> gone;
-        records_.forEach([&](const KeptRecord<Result>& kept) {
-            if (std::binary_search(eids.begin(), eids.end(), kept.result.entity)) {
-                gone.push_back(kept.place);
-            }
-        });
-        std::sort(gone.begin(), gone.end());
-        records_.eraseIf([&gone](const KeptRecord<Result>& kept) {
-            return std::binary_search(gone.begin(), gone.end(), kept.place);
-        });
-        records_.forEach([&gone](KeptRecord<Result>& kept) { // places stay dense
-            kept.place -= static_cast<std::uint32_t>(
-                std::lower_bound(gone.begin(), gone.end(), kept.place) - gone.begin());
+        records_.eraseIf([&eids](const KeptRecord<Result>& kept) {
+            return std::binary_search(eids.begin(), eids.end(), kept.result.entity);
         });
     }
 
     void finish(LastResults& results) override {
-        std::vector<const KeptRecord<Result>*> inOrder(records_.size());
-        records_.forEach([&](const KeptRecord<Result>& kept) { inOrder[kept.place] = &kept; });
-        for (const KeptRecord<Result>* kept : inOrder) {
-            results.add({static_cast<std::int64_t>(kept->row), kept->result.entity}, kept->result);
-        }
+        handOver(std::numeric_limits<std::int64_t>::max(), results);
     }
 
 private:
+    /// Those that no row from that time on can change. By the times from which they are final, so
+    /// that the order does not hang on when that is looked at.
+    void handOver(std::int64_t oldestToCome, LastResults& results) {
+        std::vector<const KeptRecord<Result>*> inOrder;
+        records_.forEach([&](const KeptRecord<Result>& kept) {
+            if (kept.isFinalFrom <= oldestToCome) {
+                inOrder.push_back(&kept);
+            }
+        });
+        const auto order = [](const KeptRecord<Result>* kept) {
+            return std::tuple(kept->isFinalFrom, kept->row, kept->place);
+        };
+        std::sort(inOrder.begin(), inOrder.end(),
+                  [&](const auto* left, const auto* right) { return order(left) < order(right); });
+        for (const KeptRecord<Result>* kept : inOrder) {
+            results.add({kept->isFinalFrom, kept->row}, kept->result);
+        }
+        records_.eraseIf([oldestToCome](const KeptRecord<Result>& kept) {
+            return kept.isFinalFrom <= oldestToCome;
+        });
+    }
+
     void loadRecord(std::uint64_t eid, StateReader& in) {
         const std::uint32_t specKey = specs_.load(in);
         Result result;
@@ -225,8 +265,7 @@ private:
             records_.findOrAdd({eid, specKey, result.cell, result.boxStart, result.boxEnd});
         in.expect(records_.size() > known);
         if (in.isGood()) {
-            kept.row = row;
-            kept.place = known;
+            begin(kept, row);
             kept.result = result;
         }
     }
@@ -237,15 +276,23 @@ private:
         KeptRecord<Result>& kept =
             records_.findOrAdd({figures.eid, figures.spec.primaryKeyId, box, box.start, box.end});
         if (records_.size() > known) {
-            kept.row = row;
-            kept.place = known;
+            begin(kept, row);
         }
         kept.result = recordOf<Result>(figures);
     }
 
+    void begin(KeptRecord<Result>& kept, std::uint64_t row) {
+        kept.row = row;
+        kept.place = places_++;
+        kept.isFinalFrom = lastBrought_.before(kept.key());
+    }
+
     FigureProcessor processor_;
     SpecPlaces specs_;
+    LastBrought lastBrought_;
+    std::int64_t lookBack_;
     qorvel_detail::FlatTable<KeptRecord<Result>> records_;
+    std::uint64_t places_ = 0; ///< that were given to records
 };
 
 } // namespace

@@ -6,10 +6,12 @@
 
 namespace qorvel_engine::detail {
 
-/// The last figures of each entity, cell and time box, in the order of their first reports: those
-/// of the last event that goes on with the record. A Result is a PresenceResult or a HangoutResult.
+/// The last figures of each entity, cell and time box: those of the last event that goes on with
+/// the record. They come when no row to come can, in the order of the times from which that is so,
+/// and those of one time in the order of their first reports. A Result is a PresenceResult or a
+/// HangoutResult.
 ///
-/// Memory: the figures of each record, to the end.
+/// Memory: the figures of each record that rows to come can change.
 template <class Result>
 class LastRecordsAnalysis : public Analysis {
 public:

@@ -1,6 +1,7 @@
 #ifndef QORVEL_ENGINE_RUN_DETAIL_BATCH_H
 #define QORVEL_ENGINE_RUN_DETAIL_BATCH_H
 
+#include "engine/analysis/detail/EventTable.h"
 #include "engine/columns/Observations.h"
 #include "engine/run/detail/Findings.h"
 
@@ -46,11 +47,24 @@ struct Batch {
     std::shared_ptr<const void> owner; ///< of the columns
     std::uint64_t firstRow = 0;        ///< number of the columns' first row
 
+    /// Where nothing is kept from row to row all rows go to one lane, in place of entries: nothing
+    /// has to be put in order then.
+    EventTable table;
+    std::size_t tableLane = 0;
+
     std::vector<Entry> entries;
     std::vector<Collection> collections;
     std::vector<Share> shares;   ///< by lane
     std::uint64_t number = 0;    ///< counted over those that go through the lanes
     std::size_t lanesToCome = 0; ///< that have not finished it
+
+    /// How many rows that can be used.
+    std::size_t size() const { return entries.size() + table.size(); }
+
+    bool hasWorkFor(std::size_t lane) const {
+        return !collections.empty() || !shares[lane].entries.empty() ||
+               (lane == tableLane && table.size() > 0);
+    }
 
     /// Calls `collect(number)` for each collection that stands in front of this entry.
     template <class Collect>
@@ -62,6 +76,7 @@ struct Batch {
 
     /// For other rows; memory is kept.
     void clear() {
+        table.clear();
         entries.clear();
         collections.clear();
         for (Share& share : shares) {

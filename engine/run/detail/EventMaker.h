@@ -1,6 +1,7 @@
 #ifndef QORVEL_ENGINE_RUN_DETAIL_EVENTMAKER_H
 #define QORVEL_ENGINE_RUN_DETAIL_EVENTMAKER_H
 
+#include "engine/analysis/detail/EventTable.h"
 #include "engine/columns/Observations.h"
 #include "engine/run/EventOptions.h"
 #include "engine/run/detail/KeyNumbers.h"
@@ -17,10 +18,9 @@ void expectPossible(const EventOptions& options);
 /// Where and when a row that can be used was.
 inline void setFix(qorvel::Event& event, const Observations& columns, std::int64_t row,
                    double defaultTolerance) {
-    const double tolerance = columns.accuracy(row).value_or(defaultTolerance);
     event.latitude = columns.latitude(row);
     event.longitude = columns.longitude(row);
-    event.spaceTolerance = tolerance > 0.0 ? tolerance : 0.0; // not -0.0
+    event.spaceTolerance = spaceToleranceOf(columns, row, defaultTolerance);
     event.time = columns.timeMs(row);
 }
 

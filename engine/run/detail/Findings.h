@@ -24,8 +24,8 @@ public:
     /// Nothing more belongs to it.
     void endEntry();
 
-    /// What was put off until now belongs to no entry: no other shard has rows of the batch.
-    void endRows() { endEntry(); }
+    /// What was found in a table belongs to no entry: no other shard has rows of the batch.
+    void endTable() { endEntry(); }
 
     /// Results of a collection are added to these; collections come in order, each of them.
     LastResults& collected() { return collected_; }

@@ -19,6 +19,13 @@ constexpr std::int64_t kNone = -1; // no time is negative
 
 constexpr std::int64_t kRowsAhead = 16; ///< of which entities are looked up
 
+template <class Find>
+std::int32_t keyOf(const TextColumn& column, std::int64_t row, DictionaryNumbers& kept,
+                   const Find& find) {
+    return static_cast<std::int32_t>(
+        !column.isThere() || column.isNull(row) ? find({}) : kept.at(column, row, find));
+}
+
 } // namespace
 
 Intake::Intake(KeyNumbers keys, const Analysis& analysis, const SessionOptions& options,
@@ -57,41 +64,60 @@ void Intake::begin(const Observations& observations) {
 }
 
 void Intake::fill(Batch& batch, std::int64_t from, std::int64_t to, bool isOldestKnown) {
-    const Observations& columns = batch.columns;
-    const std::size_t lanes = batch.shares.size();
-    const std::size_t lane = static_cast<std::size_t>(fills_++ % lanes);
+    batch.firstRow = rows_ - static_cast<std::uint64_t>(from);
+    if (lookBack_ < 0) {
+        fillTable(batch, from, to);
+    } else {
+        fillEntries(batch, from, to, isOldestKnown);
+    }
+    Counters::add(counters_.pushed, static_cast<std::uint64_t>(to - from));
+}
+
+template <class Take>
+void Intake::forEachGood(const Observations& columns, std::int64_t from, std::int64_t to,
+                         const Take& take) {
     reasons_.resize(static_cast<std::size_t>(to - from));
     const bool isGood = columns.check(from, to, reasons_.data());
-    batch.firstRow = rows_ - static_cast<std::uint64_t>(from);
-    batch.entries.reserve(reasons_.size());
     for (std::int64_t row = from; row < to; ++row, ++rows_) {
         const RowReason reason =
             isGood ? RowReason::none : reasons_[static_cast<std::size_t>(row - from)];
-        if (reason != RowReason::none) {
+        if (reason == RowReason::none) {
+            take(row);
+        } else {
             rejects_.push_back({rows_, reason});
             Counters::add(counters_.rejected);
-            continue;
         }
+    }
+}
+
+void Intake::fillTable(Batch& batch, std::int64_t from, std::int64_t to) {
+    const Observations& columns = batch.columns;
+    batch.tableLane = static_cast<std::size_t>(fills_++ % batch.shares.size());
+    batch.table.reserve(static_cast<std::size_t>(to - from));
+    forEachGood(columns, from, to, [&](std::int64_t row) {
+        batch.table.add(row, entityOf(columns, row), primaryKeyOf(columns, row),
+                        secondaryKeyOf(columns, row));
+    });
+}
+
+void Intake::fillEntries(Batch& batch, std::int64_t from, std::int64_t to, bool isOldestKnown) {
+    const Observations& columns = batch.columns;
+    const std::size_t lanes = batch.shares.size();
+    batch.entries.reserve(static_cast<std::size_t>(to - from));
+    forEachGood(columns, from, to, [&](std::int64_t row) {
         // Where it will stand: one that is copied there costs as much as the rest of the row.
         Batch::Entry& entry = batch.entries.emplace_back();
         setEntry(entry, columns, row);
-        // Where nothing is kept of entities a lane takes whole batches: nothing has to be put in
-        // order then.
-        entry.lane = lanes == 1      ? 0
-                     : lookBack_ < 0 ? lane
-                                     : static_cast<std::size_t>(entry.eid % lanes);
-        if (lookBack_ >= 0) {
-            judge(entry, columns.timeMs(row), isOldestKnown);
-        }
+        entry.lane = lanes == 1 ? 0 : static_cast<std::size_t>(entry.eid % lanes);
+        judge(entry, columns.timeMs(row), isOldestKnown);
         if (worstAccuracy_) {
             countAccuracy(columns, row);
         }
         batch.shares[entry.lane].entries.push_back(batch.entries.size() - 1);
-        if (lookBack_ >= 0 && horizon_.oldestToCome() - lookBack_ > collected_) {
+        if (horizon_.oldestToCome() - lookBack_ > collected_) {
             collect(batch);
         }
-    }
-    Counters::add(counters_.pushed, static_cast<std::uint64_t>(to - from));
+    });
 }
 
 void Intake::know(Batch& batch, std::int64_t oldestToCome) {
@@ -172,18 +198,20 @@ void Intake::forgetEntity(std::uint64_t eid) {
 }
 
 void Intake::setEntry(Batch::Entry& entry, const Observations& columns, std::int64_t row) {
-    const auto keyOf = [row](const TextColumn& column, DictionaryNumbers& kept, const auto& find) {
-        return static_cast<std::int32_t>(
-            !column.isThere() || column.isNull(row) ? find({}) : kept.at(column, row, find));
-    };
     entry.at = row;
     entry.eid = entityOf(columns, row);
-    entry.primaryKey =
-        keyOf(columns.primaryKeys(), primaryKeys_,
-              [this](std::string_view key) -> std::int64_t { return keys_.primary(key); });
-    entry.secondaryKey =
-        keyOf(columns.secondaryKeys(), secondaryKeys_,
-              [this](std::string_view key) -> std::int64_t { return keys_.secondary(key); });
+    entry.primaryKey = primaryKeyOf(columns, row);
+    entry.secondaryKey = secondaryKeyOf(columns, row);
+}
+
+std::int32_t Intake::primaryKeyOf(const Observations& columns, std::int64_t row) {
+    return keyOf(columns.primaryKeys(), row, primaryKeys_,
+                 [this](std::string_view key) -> std::int64_t { return keys_.primary(key); });
+}
+
+std::int32_t Intake::secondaryKeyOf(const Observations& columns, std::int64_t row) {
+    return keyOf(columns.secondaryKeys(), row, secondaryKeys_,
+                 [this](std::string_view key) -> std::int64_t { return keys_.secondary(key); });
 }
 
 std::uint64_t Intake::entityOf(const Observations& columns, std::int64_t row) {

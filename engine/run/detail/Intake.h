@@ -65,6 +65,14 @@ public:
     Intake withoutEntities() const;
 
 private:
+    /// Calls with the place of each row that can be used; the others are rejected.
+    template <class Take>
+    void forEachGood(const Observations& columns, std::int64_t from, std::int64_t to,
+                     const Take& take);
+    void fillTable(Batch& batch, std::int64_t from, std::int64_t to);
+    void fillEntries(Batch& batch, std::int64_t from, std::int64_t to, bool isOldestKnown);
+    std::int32_t primaryKeyOf(const Observations& columns, std::int64_t row);
+    std::int32_t secondaryKeyOf(const Observations& columns, std::int64_t row);
     void setEntry(Batch::Entry& entry, const Observations& columns, std::int64_t row);
     std::uint64_t entityOf(const Observations& columns, std::int64_t row);
     void judge(Batch::Entry& entry, std::int64_t time, bool isOldestKnown);

@@ -20,6 +20,9 @@ constexpr std::size_t kLanesPerThread = 4;
 /// A row's work takes about as long as memory that is far takes to come.
 constexpr std::size_t kRowsAhead = 12;
 
+/// Rows of a table between two looks whether to go on.
+constexpr std::size_t kRowsAtOnce = 128;
+
 std::size_t laneCount(unsigned threads) {
     return threads == 1 ? 1 : threads * kLanesPerThread;
 }
@@ -185,7 +188,7 @@ void Pipeline::enqueue(std::unique_ptr<Batch> batch) {
     added.lanesToCome = 0;
     inFlight_.push_back(std::move(batch));
     for (std::size_t lane = 0; lane < lanes_.size(); ++lane) {
-        if (!added.collections.empty() || !added.shares[lane].entries.empty()) {
+        if (added.hasWorkFor(lane)) {
             lanes_[lane].batches.push_back(&added);
             ++added.lanesToCome;
         }
@@ -235,9 +238,12 @@ bool Pipeline::advanceLane(Lock& lock) {
     Batch& batch = *lane->batches.front();
     lane->isBusy = true;
     lock.unlock();
-    process(batch, static_cast<std::size_t>(lane - lanes_.data()));
+    const bool isDone = process(batch, static_cast<std::size_t>(lane - lanes_.data()));
     lock.lock();
     lane->isBusy = false;
+    if (!isDone) { // it is not handed over then
+        return true;
+    }
     lane->batches.pop_front();
     if (--batch.lanesToCome == 0) {
         changed_.notify_all();
@@ -258,7 +264,28 @@ Pipeline::Lane* Pipeline::laneToAdvance() {
     return found;
 }
 
-void Pipeline::process(Batch& batch, std::size_t lane) {
+/// False if it was cancelled before the last row.
+bool Pipeline::process(Batch& batch, std::size_t lane) {
+    return keepsEntities_ ? processEntries(batch, lane) : processTable(batch, lane);
+}
+
+/// In pieces: with many rows of configuration a batch may take long.
+bool Pipeline::processTable(Batch& batch, std::size_t lane) {
+    Findings& findings = batch.shares[lane].findings;
+    batch.table.readFixes(batch.columns, defaultTolerance_, timeTolerance_);
+    for (std::size_t from = 0; from < batch.table.size(); from += kRowsAtOnce) {
+        if (isCancelled_.load(std::memory_order_relaxed)) {
+            return false;
+        }
+        const std::size_t to = std::min(from + kRowsAtOnce, batch.table.size());
+        lanes_[lane].shard->takeAll(batch.table, from, to, findings);
+    }
+    findings.endTable();
+    return true;
+}
+
+/// With many specs a batch may take long.
+bool Pipeline::processEntries(Batch& batch, std::size_t lane) {
     Shard& shard = *lanes_[lane].shard;
     qorvel::Event& event = lanes_[lane].event;
     Batch::Share& share = batch.shares[lane];
@@ -276,10 +303,11 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
         return batch.entries[share.entries[std::min(place, share.entries.size() - 1)]].eid;
     };
     for (std::size_t place = 0; place < share.entries.size(); ++place) {
-        if (keepsEntities_) {
-            shard.fetch(eidAt(place + kRowsAhead), eidAt(place + 2 * kRowsAhead / 3),
-                        eidAt(place + kRowsAhead / 3));
+        if (isCancelled_.load(std::memory_order_relaxed)) {
+            return false;
         }
+        shard.fetch(eidAt(place + kRowsAhead), eidAt(place + 2 * kRowsAhead / 3),
+                    eidAt(place + kRowsAhead / 3));
         const std::size_t at = share.entries[place];
         batch.collectBefore(at, nextCollection, collect);
         const Batch::Entry& entry = batch.entries[at];
@@ -292,15 +320,14 @@ void Pipeline::process(Batch& batch, std::size_t lane) {
         shard.take({event, event.sequenceNumber, entry.oldestToCome, entry.isLate}, share.findings);
         share.findings.endEntry();
     }
-    shard.endRows(share.findings);
-    share.findings.endRows();
     batch.collectBefore(batch.entries.size(), nextCollection, collect);
+    return true;
 }
 
 void Pipeline::handOver(Batch& batch) {
     ResultBatch results = resultsOf(batch);
     show(batch, results);
-    Counters::add(counters_.processed, batch.entries.size());
+    Counters::add(counters_.processed, batch.size());
     if (results.size > 0) {
         Counters::add(counters_.results, results.size);
         results_.add(std::move(results));

@@ -100,7 +100,9 @@ private:
     bool handOverOldest(Lock& lock);
     bool advanceLane(Lock& lock);
     Lane* laneToAdvance();
-    void process(Batch& batch, std::size_t lane);
+    bool process(Batch& batch, std::size_t lane);
+    bool processTable(Batch& batch, std::size_t lane);
+    bool processEntries(Batch& batch, std::size_t lane);
     void handOver(Batch& batch);
     ResultBatch resultsOf(Batch& batch) const;
     void appendCollected(const Batch& batch, std::size_t number, ResultBatch& results) const;
@@ -110,7 +112,7 @@ private:
     Analysis& analysis_;
     const std::shared_ptr<const Renderer> renderer_;
     ResultMaker maker_;
-    const bool keepsEntities_; ///< else there is nothing to fetch
+    const bool keepsEntities_; ///< else batches are tables
     const double defaultTolerance_;
     const std::uint32_t timeTolerance_;
     const std::size_t mostInFlight_;

@@ -1,11 +1,10 @@
 #include "qorvel/geohash/detail/NearCells.h"
 
 #include "qorvel/base/bits.h"
-#include "qorvel/geodesy/detail/GeodesyContext.h"
+#include "qorvel/base/wgs84.h"
 #include "qorvel/geodesy/detail/angles.h"
 
 #include <cmath>
-#include <cstddef>
 
 namespace qorvel_detail {
 
@@ -40,11 +39,57 @@ struct Step {
 constexpr std::array<Step, 8> kSteps = {
     {{0, 1}, {1, 0}, {0, -1}, {-1, 0}, {-1, 1}, {1, 1}, {1, -1}, {-1, -1}}};
 
+/// Which edges of a cell a distance reaches beyond, a bit each.
+enum Edge : unsigned { kEast = 1, kNorth = 2, kWest = 4, kSouth = 8, kAllEdges = 15 };
+
+/// Those that a step crosses.
+constexpr unsigned crossedBy(const Step& step) {
+    return (step.east > 0 ? kEast : 0U) | (step.north > 0 ? kNorth : 0U) |
+           (step.east < 0 ? kWest : 0U) | (step.north < 0 ? kSouth : 0U);
+}
+
+struct Steps {
+    std::array<Step, 8> steps{};
+    std::uint32_t count = 0;
+};
+
+/// By the edges that are reached, the steps that cross no others.
+consteval std::array<Steps, kAllEdges + 1> makeStepsBeyond() {
+    std::array<Steps, kAllEdges + 1> table{};
+    for (unsigned edges = 0; edges <= kAllEdges; ++edges) {
+        for (const Step& step : kSteps) {
+            if ((crossedBy(step) & ~edges) == 0) {
+                table[edges].steps[table[edges].count++] = step;
+            }
+        }
+    }
+    return table;
+}
+
+constexpr std::array<Steps, kAllEdges + 1> kStepsBeyond = makeStepsBeyond();
+
+/// Is a meridian nearer than the distance? Mostly bounds of the cosine tell.
+bool reachesMeridian(double distance, std::uint64_t delta, const Parallel& parallel) {
+    const auto isNearer = [&](double cosine) {
+        return distance > longitudeExtent(delta, parallelRadius(cosine));
+    };
+    return isNearer(parallel.highCosine()) ||
+           (isNearer(parallel.lowCosine()) && isNearer(parallel.cosine()));
+}
+
 /// Strictly, so a radius that ends at an edge does not reach the neighbour behind it.
-bool reaches(double distance, const Step& step, const CellEdges& edges) {
-    return (step.east <= 0 || distance > edges.east) &&
-           (step.north <= 0 || distance > edges.north) &&
-           (step.east >= 0 || distance > edges.west) && (step.north >= 0 || distance > edges.south);
+unsigned edgesWithin(double distance, PointCode code, std::uint32_t shift,
+                     const Parallel& parallel) {
+    const Interval parallels = cellBounds(code.latitude, shift);
+    const Interval meridians = cellBounds(code.longitude, shift);
+    const bool isNorth = distance > latitudeExtent(separation(parallels.high, code.latitude));
+    const bool isSouth = distance > latitudeExtent(separation(parallels.low, code.latitude));
+    const bool isEast =
+        reachesMeridian(distance, separation(meridians.high, code.longitude), parallel);
+    const bool isWest =
+        reachesMeridian(distance, separation(meridians.low, code.longitude), parallel);
+    return (isEast ? kEast : 0U) | (isNorth ? kNorth : 0U) | (isWest ? kWest : 0U) |
+           (isSouth ? kSouth : 0U);
 }
 
 /// The first code of the cell that lies `step` cells further on; steps wrap around.
@@ -65,19 +110,15 @@ double CellEdges::smallest() const {
 }
 
 double latitudeExtent(std::uint64_t delta) {
-    return static_cast<double>(delta) * kPi * defaultEllipsoid().semiMajorAxis / kCodes;
+    return static_cast<double>(delta) * kPi * kWgs84SemiMajorAxis / kCodes;
 }
 
 double longitudeExtent(std::uint64_t delta, double parallelRadius) {
     return static_cast<double>(2 * delta) * kPi * parallelRadius / kCodes;
 }
 
-double cosineOfLatitude(double latitude) {
-    return std::cos(latitude * kPi / 180.0);
-}
-
 double parallelRadius(double cosLatitude) {
-    return defaultEllipsoid().semiMajorAxis * cosLatitude;
+    return kWgs84SemiMajorAxis * cosLatitude;
 }
 
 CellEdges cellEdges(PointCode code, double cosLatitude, std::uint32_t bits) {
@@ -91,23 +132,21 @@ CellEdges cellEdges(PointCode code, double cosLatitude, std::uint32_t bits) {
             latitudeExtent(separation(parallels.low, code.latitude))};
 }
 
-void addNeighbours(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
+void addNeighbours(PointCode code, const Parallel& parallel, std::uint32_t depth, double distance,
                    NearCells& near) {
-    if (distance <= 0) {
+    // Nothing lies north of a latitude that is no number.
+    if (distance <= 0 || std::isnan(parallel.latitude())) {
         return;
     }
     const std::uint32_t bits = depth / 2;
-    const CellEdges edges = cellEdges(code, cosLatitude, bits);
-    if (!(distance >= edges.smallest())) {
-        return;
-    }
     const std::uint32_t shift = kCodeBits - bits;
-    for (const Step& step : kSteps) {
-        if (reaches(distance, step, edges)) {
-            const PointCode corner{neighbourCode(code.latitude, shift, step.north),
-                                   neighbourCode(code.longitude, shift, step.east)};
-            near.cells[near.count++] = interleave(corner, 2 * bits);
-        }
+    const unsigned edges = edgesWithin(distance, code, shift, parallel);
+    const Steps& beyond = kStepsBeyond[edges];
+    for (std::uint32_t at = 0; at < beyond.count; ++at) {
+        const Step& step = beyond.steps[at];
+        near.cells[near.count++] =
+            interleave(spread(neighbourCode(code.latitude, shift, step.north)),
+                       spread(neighbourCode(code.longitude, shift, step.east)), 2 * bits);
     }
 }
 

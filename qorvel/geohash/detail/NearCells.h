@@ -2,6 +2,7 @@
 #define QORVEL_GEOHASH_DETAIL_NEARCELLS_H
 
 #include "qorvel/geohash/detail/Cell.h"
+#include "qorvel/geohash/detail/Parallel.h"
 #include "qorvel/geohash/detail/PointCode.h"
 
 #include <array>
@@ -27,9 +28,6 @@ double latitudeExtent(std::uint64_t delta);
 /// must not change.
 double longitudeExtent(std::uint64_t delta, double parallelRadius);
 
-/// The cosine of a latitude in degrees, in the form that the radius of its parallel is made from.
-double cosineOfLatitude(double latitude);
-
 /// The radius in metres of the parallel at a latitude with the given cosine.
 double parallelRadius(double cosLatitude);
 
@@ -45,7 +43,7 @@ struct NearCells {
 
 /// Adds those of the eight neighbours of a point's cell that a radius of `distance` metres reaches,
 /// in the order E, N, W, S, SE, NE, NW, SW. `UtilG2::pointToSpaceBoxes` tells the rules.
-void addNeighbours(PointCode code, double cosLatitude, std::uint32_t depth, double distance,
+void addNeighbours(PointCode code, const Parallel& parallel, std::uint32_t depth, double distance,
                    NearCells& near);
 
 } // namespace qorvel_detail

@@ -3,9 +3,9 @@
 
 #include "qorvel/base/bits.h"
 #include "qorvel/base/decode.h"
+#include "qorvel/base/interleave.h"
 #include "qorvel/geohash/detail/Cell.h"
 
-#include <array>
 #include <bit>
 #include <cstdint>
 
@@ -26,6 +26,11 @@ constexpr bool fractionToCode(double x, std::uint64_t& code) {
     if (x < -1.0 || x >= 1.0) {
         return false;
     }
+    constexpr double leastWithoutWrap = 0x1p-74;
+    if (x >= leastWithoutWrap || x <= -leastWithoutWrap) {
+        code = kZeroCode + static_cast<std::uint64_t>(static_cast<std::int64_t>(x * 0x1p63));
+        return true;
+    }
     constexpr std::uint64_t implicitOne = std::uint64_t{1} << 52;
     const auto bits = std::bit_cast<std::uint64_t>(x);
     const auto exponent = static_cast<std::uint32_t>(bits >> 52) & 0x7FFU;
@@ -37,8 +42,7 @@ constexpr bool fractionToCode(double x, std::uint64_t& code) {
         return true;
     }
     const std::uint64_t significand = (bits & (implicitOne - 1)) | implicitOne;
-    const std::uint64_t distance = exponent > 1012 ? shiftLeft(significand, exponent - 1012)
-                                                   : shiftRight(significand, 1012 - exponent);
+    const std::uint64_t distance = shiftRight(significand, 1012 - exponent);
     code = (bits >> 63) != 0 ? kZeroCode - distance : kZeroCode + distance;
     return true;
 }
@@ -51,35 +55,27 @@ constexpr bool encodePoint(double latitude, double longitude, PointCode& code) {
     return latitudeFits && longitudeFits;
 }
 
-consteval std::array<std::int32_t, 256> makeInterleaveMap() {
-    std::array<std::int32_t, 256> map{};
-    for (std::uint32_t value = 0; value < map.size(); ++value) {
-        for (std::uint32_t bit = 0; bit < 8; ++bit) {
-            map[value] |= static_cast<std::int32_t>((value >> bit & 1U) << (2 * bit));
-        }
-    }
-    return map;
-}
+/// A code with its bits spread to the even positions of two words.
+struct SpreadCode {
+    std::uint64_t first;
+    std::uint64_t second;
+};
 
-/// Entry v is v with its bits spread to the even positions.
-inline constexpr std::array<std::int32_t, 256> interleaveMap = makeInterleaveMap();
-
-/// The low 32 bits of a code, spread to the even positions of a word.
-constexpr std::uint64_t spread(std::uint64_t code) {
-    std::uint64_t word = 0;
-    for (std::uint32_t byte = 0; byte < 4; ++byte) {
-        const auto chunk = static_cast<std::uint64_t>(interleaveMap[code >> (8 * byte) & 0xFFU]);
-        word |= chunk << (16 * byte);
-    }
-    return word;
-}
-
-/// The cell of a point. All 128 bits are filled, whatever the depth.
-constexpr Cell interleave(PointCode code, std::uint32_t depth) {
+/// A function that returns it in registers: two numbers that are written one by one and read at
+/// once would wait for each other.
+constexpr SpreadCode spread(std::uint64_t code) {
     // A corner of a cell has zeros behind the bits that count.
-    const bool isLong = ((code.longitude | code.latitude) & UINT32_MAX) != 0;
-    return {spread(code.longitude >> 32) << 1 | spread(code.latitude >> 32),
-            isLong ? spread(code.longitude) << 1 | spread(code.latitude) : 0, depth};
+    return {spreadBits(code >> 32), (code & UINT32_MAX) == 0 ? 0 : spreadBits(code)};
+}
+
+/// The cell of two coordinates. All 128 bits are filled, whatever the depth.
+constexpr Cell interleave(SpreadCode latitude, SpreadCode longitude, std::uint32_t depth) {
+    return {longitude.first << 1 | latitude.first, longitude.second << 1 | latitude.second, depth};
+}
+
+/// The same of a point.
+constexpr Cell interleave(PointCode code, std::uint32_t depth) {
+    return interleave(spread(code.latitude), spread(code.longitude), depth);
 }
 
 } // namespace qorvel_detail

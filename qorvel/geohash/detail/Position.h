@@ -2,6 +2,7 @@
 #define QORVEL_GEOHASH_DETAIL_POSITION_H
 
 #include "qorvel/geohash/detail/NearCells.h"
+#include "qorvel/geohash/detail/Parallel.h"
 #include "qorvel/geohash/detail/PointCode.h"
 
 #include <cstdint>
@@ -13,8 +14,7 @@ class Position {
 public:
     /// Degrees.
     Position(double latitude, double longitude)
-        : cosLatitude_(cosineOfLatitude(latitude)),
-          hasCell_(encodePoint(latitude, longitude, code_)) {
+        : parallel_(latitude), hasCell_(encodePoint(latitude, longitude, code_)) {
         if (hasCell_) {
             ownCell_ = interleave(code_, kMaxDepth);
         }
@@ -23,7 +23,7 @@ public:
     /// False where no cell holds the point: out of range, latitude 90, longitude 180.
     bool hasCell() const { return hasCell_; }
 
-    double cosLatitude() const { return cosLatitude_; }
+    const Parallel& parallel() const { return parallel_; }
 
     /// The point's cell with all its bits; the default box where no cell holds the point.
     const Cell& ownCell() const { return ownCell_; }
@@ -34,14 +34,14 @@ public:
         if (hasCell_) {
             near.count = 1;
             near.cells[0] = {ownCell_.first, ownCell_.second, depth};
-            addNeighbours(code_, cosLatitude_, depth, distance, near);
+            addNeighbours(code_, parallel_, depth, distance, near);
         }
     }
 
 private:
     PointCode code_{};
     Cell ownCell_{0, 0, 0};
-    double cosLatitude_;
+    Parallel parallel_;
     bool hasCell_;
 };
 

@@ -47,19 +47,22 @@ Reach::Reach(double latitude, double longitude, double radius)
     }
 }
 
-Reach::Verdict Reach::judge(double latitude, double longitude, double cosLatitude) const {
-    if (!isInRange(latitude, longitude)) {
+Reach::Verdict Reach::judge(const Parallel& parallel, double longitude) const {
+    if (!isInRange(parallel.latitude(), longitude)) {
         return Verdict::inDoubt;
     }
-    const double halfLatitude = toRadians(latitude - latitude_) / 2.0;
+    const double halfLatitude = toRadians(parallel.latitude() - latitude_) / 2.0;
     const double turn = std::abs(longitude - longitude_);
     const double halfLongitude = toRadians(std::min(turn, 360.0 - turn)) / 2.0;
-    const double upper = square(halfLatitude) + cosLatitude_ * cosLatitude * square(halfLongitude);
-    if (upper <= innerHaversine_) {
+    const auto bound = [&](double cosLatitude) {
+        return square(halfLatitude) + cosLatitude_ * cosLatitude * square(halfLongitude);
+    };
+    if (bound(parallel.highCosine()) <= innerHaversine_) {
         return Verdict::inside;
     }
     const double widest = std::max(square(halfLatitude), square(halfLongitude));
-    return upper * (1.0 - widest / 3.0) > outerHaversine_ ? Verdict::outside : Verdict::inDoubt;
+    return bound(parallel.lowCosine()) * (1.0 - widest / 3.0) > outerHaversine_ ? Verdict::outside
+                                                                                : Verdict::inDoubt;
 }
 
 } // namespace qorvel_detail

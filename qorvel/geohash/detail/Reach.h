@@ -1,11 +1,13 @@
 #ifndef QORVEL_GEOHASH_DETAIL_REACH_H
 #define QORVEL_GEOHASH_DETAIL_REACH_H
 
+#include "qorvel/geohash/detail/Parallel.h"
+
 namespace qorvel_detail {
 
 /// A cheap answer to UtilG2::nearFilter for one centre and radius: whether a point is surely within
 /// the radius or surely not. What stays in doubt, NaN included, is left to the exact distance,
-/// which is why this cannot be seen from outside.
+/// which is why this cannot be seen from outside. So of the point's cosine bounds are enough.
 ///
 /// With half angles u and v of the differences in latitude and longitude, the haversine is
 /// h = sin^2 u + cos cos sin^2 v. Because x^2 (1 - x^2 / 3) <= sin^2 x <= x^2, the quantity
@@ -17,8 +19,8 @@ public:
     /// Degrees and metres, of any value.
     Reach(double latitude, double longitude, double radius);
 
-    /// A point in degrees with the cosine of its latitude.
-    Verdict judge(double latitude, double longitude, double cosLatitude) const;
+    /// A point in degrees.
+    Verdict judge(const Parallel& parallel, double longitude) const;
 
 private:
     double latitude_;

@@ -52,6 +52,12 @@ public:
     const Row& row(std::uint32_t number) const { return rows_[number]; }
     const RowIndex& rowIndex() const { return rowIndex_; }
 
+    /// Does a row that is a candidate of the index take the event, and has it a master?
+    bool applies(const Row& row, const Event& event, const Position& position) const {
+        const bool inArea = rowIndex_.decidesArea() || row.tests.isInArea(position.ownCell());
+        return row.master != nullptr && row.tests.passWithKeys(event, position, inArea);
+    }
+
     /// Number of detectors that the specs can lead to.
     std::size_t detectorCount() const { return detectorCount_; }
 

@@ -2,6 +2,7 @@
 
 #include "qorvel/geodesy/detail/GeodesyContext.h"
 #include "qorvel/geohash/detail/boxCell.h"
+#include "qorvel/processor/detail/BoxFinder.h"
 #include "qorvel/processor/detail/ProcessorSnapshot.h"
 #include "qorvel/processor/detail/ProcessorState.h"
 #include "qorvel/processor/detail/StateKeys.h"
@@ -12,6 +13,7 @@
 
 namespace qorvel_port {
 
+using qorvel_detail::BoxFinder;
 using qorvel_detail::Configuration;
 using qorvel_detail::DetectorState;
 using qorvel_detail::Position;
@@ -76,15 +78,13 @@ public:
         : processor_(configuration), keys_(*configuration), kind_(kind),
           operation_(kind == Kind::presence ? &DetectorState::processPresenceUnlocked
                                             : &DetectorState::processDwellUnlocked),
-          wanted_(wanted), timeBoxes_(configuration->masterCount()) {}
+          wanted_(wanted), boxFinder_(configuration) {}
 
     std::unique_ptr<State> another() const {
         return std::make_unique<State>(kind_, wanted_, processor_.sharedConfiguration());
     }
 
-    void boxes(const Event& event, std::vector<BoxFigures>& out) {
-        processor_.appendBoxes(event, timeBoxes_, out);
-    }
+    BoxFinder& boxFinder() { return boxFinder_; }
 
     void process(const Event& event, FigureSink& sink) {
         FigureAdapter adapter(sink,
@@ -109,7 +109,7 @@ private:
     Kind kind_;
     ProcessorState::Operation operation_; ///< without the lock: no copies share the detectors
     Wanted wanted_;
-    std::vector<qorvel_detail::TimeBoxMemo> timeBoxes_; ///< by number of the master row
+    BoxFinder boxFinder_;
     std::uint64_t lastLoaded_ = 0;
 };
 
@@ -131,8 +131,8 @@ FigureProcessor FigureProcessor::another() const {
     return FigureProcessor(state_->another());
 }
 
-void FigureProcessor::boxes(const Event& event, std::vector<BoxFigures>& out) {
-    state_->boxes(event, out);
+void FigureProcessor::boxes(const EventColumns& events, std::vector<BoxFigures>& out) {
+    state_->boxFinder().find(events, out);
 }
 
 void FigureProcessor::process(const Event& event, FigureSink& sink) {

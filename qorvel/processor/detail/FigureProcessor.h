@@ -10,6 +10,7 @@
 #include "qorvel/model/STBMasterRow.h"
 #include "qorvel/model/SpaceTimeBox.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -63,13 +64,27 @@ public:
     virtual void take(const Figures& figures) = 0;
 };
 
+/// Events, column by column, each with as many values as there are events: fewer than 2^32. What
+/// they mean is told at Event.
+struct EventColumns {
+    std::size_t size;
+    const std::int32_t* primaryKeys;
+    const std::int32_t* secondaryKeys;
+    const double* latitudes;
+    const double* longitudes;
+    const double* spaceTolerances; ///< not negative
+    const std::int64_t* times;
+    std::uint32_t timeTolerance; ///< of all of them
+};
+
 /// A space-time box as numbers.
 struct BoxFigures {
     std::uint64_t first;  ///< bits 1 to 64 of the cell, those beyond the depth included
     std::uint64_t second; ///< bits 65 to 128
     std::uint32_t depth;
-    std::int64_t start; ///< ms
-    std::int64_t end;   ///< ms
+    std::uint32_t event; ///< its number in the columns, from 0
+    std::int64_t start;  ///< ms
+    std::int64_t end;    ///< ms
 };
 
 /// A MotionProcessor for presence compression or for hangouts that hands on figures. Its rules, and
@@ -96,8 +111,8 @@ public:
     /// while another uses the other.
     FigureProcessor another() const;
 
-    /// Appends each space-time box that the event touches, as MotionProcessor::getSTB.
-    void boxes(const Event& event, std::vector<BoxFigures>& out);
+    /// Appends each space-time box that the events touch, of each as MotionProcessor::getSTB.
+    void boxes(const EventColumns& events, std::vector<BoxFigures>& out);
 
     /// Takes the event and calls the sink with what it establishes.
     void process(const Event& event, FigureSink& sink);

@@ -1,71 +1,17 @@
 #include "qorvel/processor/detail/ProcessorState.h"
 
-#include "qorvel/base/bits.h"
 #include "qorvel/geohash/detail/boxCell.h"
 #include "qorvel/hangout/detail/RecordList.h"
-#include "qorvel/model/detail/tolerance.h"
 #include "qorvel/processor/detail/BoxCollector.h"
-#include "qorvel/processor/detail/FigureCollector.h"
+#include "qorvel/processor/detail/RowBoxes.h"
 
 #include <algorithm>
-#include <array>
 #include <unordered_map>
 #include <utility>
 
 namespace qorvel_detail {
 
 namespace {
-
-/// A TimeBox without its class.
-struct Interval {
-    /// Never empty, as TimeBox has it.
-    Interval(std::int64_t start, std::int64_t theEnd)
-        : from(start), end(theEnd > start ? theEnd : wrappingAdd(start, 1)) {}
-
-    bool operator==(const Interval&) const = default;
-
-    std::int64_t from;
-    std::int64_t end;
-};
-
-/// The one or two time boxes of an event.
-struct TimeBoxes {
-    std::array<Interval, 2> boxes;
-    std::uint32_t count;
-};
-
-/// The box of time - margin, and the stretch from the start of the box of time to the end of the
-/// box of time + margin. The second one starts at time, not at time + margin: so the event's own
-/// box is always in it.
-TimeBoxes timeBoxesOf(std::int64_t time, std::uint32_t margin, const TimeBoxSpec& spec,
-                      TimeBoxMemo& memo) {
-    if (margin == 0) {
-        const Interval only(memo.start(spec, time), memo.end(spec, time));
-        return {{only, only}, 1U};
-    }
-    const std::int64_t earliest = wrappingSubtract(time, margin);
-    const std::int64_t latest = wrappingAdd(time, margin);
-    const Interval first(memo.start(spec, earliest), memo.end(spec, earliest));
-    const Interval second(memo.start(spec, time), memo.end(spec, latest));
-    return {{first, second}, first == second ? 1U : 2U};
-}
-
-/// The boxes that a row gives an event: every near cell with every time box.
-template <typename Insert>
-void generateBoxes(const Event& event, const Position& position,
-                   const Configuration::Row& configured, TimeBoxMemo& memo, const Insert& insert) {
-    const STBAssignmentRow& row = configured.tests.row();
-    const SpaceTimeBoxSpec& spec = configured.master->stbSpec;
-    const TimeBoxes times = timeBoxesOf(
-        event.time, scaledTimeTolerance(event.timeTolerance, row.timeToleranceFactor), spec, memo);
-    NearCells near;
-    position.findNear(spec.geoHashBitDepth, event.spaceTolerance * row.spaceToleranceFactor, near);
-    for (std::uint32_t i = 0; i < near.count; ++i) {
-        for (std::uint32_t j = 0; j < times.count; ++j) {
-            insert(row, near.cells[i], times.boxes[j]);
-        }
-    }
-}
 
 /// Declines what the final pass over the output would remove.
 class NewRecordList : public RecordList {
@@ -91,15 +37,13 @@ ProcessorState::ProcessorState(std::shared_ptr<const Configuration> configuratio
 template <typename Visit>
 void ProcessorState::forEachApplyingRow(const Event& event, const Position& position,
                                         Visit visit) const {
-    const Cell& ownCell = position.ownCell();
-    const RowIndex& index = configuration_->rowIndex();
-    index.forEachCandidate(event, ownCell, [&](std::uint32_t number) {
+    const auto visitApplying = [&](std::uint32_t number) {
         const Configuration::Row& row = configuration_->row(number);
-        const bool inArea = index.decidesArea() || row.tests.isInArea(ownCell);
-        if (row.master != nullptr && row.tests.passWithKeys(event, position, inArea)) {
+        if (configuration_->applies(row, event, position)) {
             visit(row);
         }
-    });
+    };
+    configuration_->rowIndex().forEachCandidate(event, position.ownCell(), visitApplying);
 }
 
 template <typename Box, typename MakeBox>
@@ -108,10 +52,11 @@ void ProcessorState::generate(const Event& event, MakeBox makeBox, std::list<Box
     BoxCollector<Box> boxes;
     forEachApplyingRow(event, position, [&](const Configuration::Row& configured) {
         TimeBoxMemo memo;
-        generateBoxes(event, position, configured, memo,
-                      [&](const STBAssignmentRow& row, const Cell& cell, const Interval& time) {
-                          boxes.insert(makeBox(row, boxOf(cell), TimeBox(time.from, time.end)));
-                      });
+        RowBoxes(event, position, configured, memo)
+            .forEach([&](const Cell& cell, const Interval& time) {
+                boxes.insert(
+                    makeBox(configured.tests.row(), boxOf(cell), TimeBox(time.from, time.end)));
+            });
     });
     boxes.moveInFrontOf(out);
 }
@@ -129,18 +74,6 @@ void ProcessorState::getExtendedSTB(const Event& event, std::list<ExtendedSTB>& 
         return ExtendedSTB(static_cast<std::uint32_t>(row.masterId), space, time);
     };
     generate(event, makeBox, out);
-}
-
-void ProcessorState::appendBoxes(const Event& event, std::vector<TimeBoxMemo>& timeBoxes,
-                                 std::vector<qorvel_port::BoxFigures>& out) const {
-    const Position position(event.latitude, event.longitude);
-    FigureCollector boxes(out);
-    forEachApplyingRow(event, position, [&](const Configuration::Row& configured) {
-        generateBoxes(event, position, configured, timeBoxes[configured.masterNumber],
-                      [&](const STBAssignmentRow&, const Cell& cell, const Interval& time) {
-                          boxes.insert({cell.first, cell.second, cell.depth, time.from, time.end});
-                      });
-    });
 }
 
 void ProcessorState::fetch(std::uint64_t later, std::uint64_t sooner) const {

@@ -29,11 +29,6 @@ public:
     void getSTB(const Event& event, std::list<SpaceTimeBox>& out) const;
     void getExtendedSTB(const Event& event, std::list<ExtendedSTB>& out) const;
 
-    /// As getSTB, after what `out` holds; boxes of times are remembered by the numbers of the
-    /// master rows.
-    void appendBoxes(const Event& event, std::vector<TimeBoxMemo>& timeBoxes,
-                     std::vector<qorvel_port::BoxFigures>& out) const;
-
     /// As DetectorState::fetch, of all detectors.
     void fetch(std::uint64_t later, std::uint64_t sooner) const;
     /// As DetectorState::fetchItems, of all detectors.

@@ -32,6 +32,7 @@ std::uint32_t RowIndex::indexedDepth(std::uint32_t depth) {
     }
     depths_[depthCount_] = depth;
     ++depthCount_;
+    finestDepth_ = std::max(finestDepth_, depth);
     return depth;
 }
 

@@ -27,6 +27,11 @@ public:
     /// of cells make the index give up on some of them, and then the area test has to be made.
     bool decidesArea() const { return decidesArea_; }
 
+    /// What candidates depend on of an event's cell, beside its keys.
+    Cell finestCell(const Cell& ownCell) const {
+        return significant(ownCell.first, ownCell.second, finestDepth_);
+    }
+
     /// Calls `visit` with the number of each candidate, ascending, each once.
     template <typename Visit>
     void forEachCandidate(const Event& event, const Cell& ownCell, Visit visit) const {
@@ -88,6 +93,7 @@ private:
     FlatTable<Slot> rows_;
     std::array<std::uint32_t, kMaxDepths + 1> depths_{};
     std::size_t depthCount_ = 0;
+    std::uint32_t finestDepth_ = 0;
     bool decidesArea_ = true;
 };
 

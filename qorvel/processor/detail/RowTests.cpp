@@ -54,8 +54,7 @@ bool RowTests::isInArea(const Cell& ownCell) const {
 }
 
 bool RowTests::isNear(const Event& event, const Position& position) const {
-    const Reach::Verdict verdict =
-        reach_.judge(event.latitude, event.longitude, position.cosLatitude());
+    const Reach::Verdict verdict = reach_.judge(position.parallel(), event.longitude);
     if (verdict != Reach::Verdict::inDoubt) {
         return verdict == Reach::Verdict::inside;
     }
