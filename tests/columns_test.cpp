@@ -23,7 +23,7 @@ namespace {
 /// Allocations left on this thread until one fails; negative: none fails.
 thread_local int allocationsLeft = -1;
 
-void* allocate(std::size_t size, std::size_t alignment) {
+[[gnu::noinline]] void* allocate(std::size_t size, std::size_t alignment) {
     const std::size_t rounded = (size / alignment + 1) * alignment;
     void* const memory = allocationsLeft-- == 0 ? nullptr : std::aligned_alloc(alignment, rounded);
     return memory != nullptr ? memory : throw std::bad_alloc();
@@ -229,6 +229,37 @@ TEST(Rows, AreCheckedInMemoryOfTheHost) {
         expectRows(Observations(columns), {{row, reason}});
     }
     EXPECT_EQ(reasonText(static_cast<R>(200)), std::string());
+}
+
+/// A batch of names in one piece of memory is looked at as a whole; the slow way is row by row.
+TEST(Rows, NamesAreFoundBadTogetherAsByThemselves) {
+    const std::string names[] = {"ada",  "a name of many bytes", "\xC3\xA9t\xC3\xA9",
+                                 "",     std::string("a\0b", 3), "\xFF",
+                                 "b\xC3"};
+    for (int round = 0; round < 3000; ++round) {
+        std::string bytes = "?";
+        std::vector<std::int64_t> offsets = {1};
+        const auto rows = static_cast<std::int64_t>(1 + below(12));
+        for (std::int64_t row = 0; row < rows; ++row) {
+            bytes += names[below(10) > 0 ? below(2) : below(std::size(names))];
+            offsets.push_back(std::ssize(bytes));
+        }
+        const std::vector<double> degrees(offsets.size());
+        const std::vector<std::int64_t> times(offsets.size());
+        ObservationColumns columns;
+        columns.size = rows;
+        columns.entityText = TextValues(offsets.data(), bytes.data());
+        columns.latitude = columns.longitude = RealValues(degrees.data());
+        columns.time = TimeValues(times.data());
+        const Observations batch(columns);
+        std::vector<R> reasons(offsets.size());
+        const auto from = static_cast<std::int64_t>(below(static_cast<std::size_t>(rows)));
+        const bool isGood = batch.check(from, rows, reasons.data());
+        for (std::int64_t row = from; row < rows; ++row) {
+            ASSERT_EQ(reasons[static_cast<std::size_t>(row - from)], batch.check(row));
+        }
+        ASSERT_EQ(isGood, std::ranges::count(reasons, R::none) == std::ssize(reasons));
+    }
 }
 
 TEST(Rows, TimesOfAllUnitsAreFlooredToMilliseconds) {
@@ -566,6 +597,8 @@ TEST(EntityDictionary, NumbersAreDenseAndNamesStayWhereTheyAre) {
     }
     ASSERT_EQ(names.size(), model.size());
     for (const auto& [name, number] : model) {
+        ASSERT_EQ(names.numberOf(name), number);
+        ASSERT_EQ(names.numberOf(name), number); // as it was asked for just now
         ASSERT_EQ(names.text(number), name);
         ASSERT_EQ(names.text(number).data(), places[static_cast<std::size_t>(number)].data());
     }

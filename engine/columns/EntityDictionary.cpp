@@ -125,6 +125,60 @@ std::uint64_t hashOf(std::string_view name, const Seed& seed) {
     return mixed(hash ^ loadAt<std::uint64_t>(last, 0), seed);
 }
 
+/// A short text as numbers, which no other text has.
+struct ShortName {
+    static constexpr std::size_t kLongest = 16; ///< bytes
+
+    ShortName() = default;
+    explicit ShortName(std::string_view name) : size(static_cast<std::uint32_t>(name.size())) {
+        if (name.size() >= sizeof(first)) {
+            first = loadAt<std::uint64_t>(name.data(), 0);
+            last = loadAt<std::uint64_t>(name.data() + name.size() - sizeof(last), 0);
+        } else if (name.size() >= sizeof(std::uint32_t)) {
+            first = loadAt<std::uint32_t>(name.data(), 0);
+            last = loadAt<std::uint32_t>(name.data() + name.size() - sizeof(std::uint32_t), 0);
+        } else {
+            for (const char character : name) {
+                first = first << 8U | static_cast<std::uint8_t>(character);
+            }
+        }
+    }
+    bool operator==(const ShortName&) const = default;
+
+    std::uint64_t first = 0;
+    std::uint64_t last = 0; ///< reaches back into the first where that is shorter than both
+    std::uint32_t size = 0;
+};
+
+/// Short names that were asked for lately, with their numbers: each has one place, of which another
+/// drives it out. The same few come again and again, and here neither a table of all names nor
+/// their bytes have to be looked at.
+class RecentNames {
+public:
+    struct Entry {
+        ShortName name; ///< of size 0: none
+        std::uint32_t number = 0;
+    };
+
+    Entry& placeOf(const ShortName& name) {
+        constexpr std::uint64_t kOddConstant = 0x9E3779B97F4A7C15U;
+        const std::uint64_t hash = (name.first ^ std::rotl(name.last, 29)) * kOddConstant;
+        return entries_[static_cast<std::size_t>((hash >> 32U) * entries_.size() >> 32U)];
+    }
+
+    /// Some room to spare for so many names, up to a bound. Forgets all where it grows.
+    void fit(std::uint64_t count) {
+        if (2 * count > entries_.size() && entries_.size() < kMost) {
+            entries_.assign(4 * entries_.size(), Entry{});
+        }
+    }
+
+private:
+    static constexpr std::size_t kMost = std::size_t{1} << 12U;
+
+    std::vector<Entry> entries_ = std::vector<Entry>(kMost >> 6U);
+};
+
 void expectKind(bool isRight) {
     if (!isRight) {
         throw Fault(FaultCode::misuse,
@@ -214,6 +268,29 @@ struct EntityDictionary::State {
         return number < count.load(std::memory_order_acquire) ? names[number] : Name{nullptr, 0};
     }
 
+    std::uint64_t numberOfText(std::string_view name) {
+        if (name.empty() || name.size() > ShortName::kLongest) {
+            return addText(name);
+        }
+        const ShortName key(name);
+        const RecentNames::Entry& entry = recent.placeOf(key);
+        return entry.name == key ? entry.number : remember(key, addText(name));
+    }
+
+    std::uint64_t remember(const ShortName& key, std::uint64_t number) {
+        recent.fit(number);
+        recent.placeOf(key) = {key, static_cast<std::uint32_t>(number)};
+        return number;
+    }
+
+    std::uint64_t addText(std::string_view name) {
+        return findOrAdd(
+            hashOf(name, seed), [name](const Name& other) { return other.asText() == name; },
+            [this, name] {
+                return Name{bytes.add(name), name.size()};
+            });
+    }
+
     /// Small integers need no hash: their numbers plus one stand at their place.
     static constexpr std::uint64_t kSmall = std::uint64_t{1} << 16U;
 
@@ -239,6 +316,7 @@ struct EntityDictionary::State {
     const EntityKind kind;
     const Seed seed;
     std::vector<std::uint32_t> small;
+    RecentNames recent;
     std::atomic<std::uint64_t> count{0};
     std::vector<Slot> slots;
     NameBlocks names;
@@ -251,11 +329,7 @@ EntityDictionary::~EntityDictionary() = default;
 
 std::uint64_t EntityDictionary::numberOf(std::string_view name) {
     expectKind(state_->kind == EntityKind::text);
-    return state_->findOrAdd(
-        hashOf(name, state_->seed), [name](const Name& other) { return other.asText() == name; },
-        [this, name] {
-            return Name{state_->bytes.add(name), name.size()};
-        });
+    return state_->numberOfText(name);
 }
 
 std::uint64_t EntityDictionary::numberOf(std::uint64_t bits) {

@@ -35,6 +35,16 @@ RowReason checkEntity(const ObservationColumns& columns, std::int64_t row) {
                         : checkText(text, RowReason::entityNotUtf8, RowReason::entityHasNul);
 }
 
+/// Is there nothing to say of the entities of these rows? False also where that takes a closer
+/// look.
+bool areEntitiesGood(const ObservationColumns& columns, std::int64_t from, std::int64_t to) {
+    if (columns.entityKind != EntityKind::text) {
+        return columns.entityNumber.hasAll();
+    }
+    const std::string_view names = columns.entityText.textsOf(from, to);
+    return !names.empty() && detail::isPlainText(names);
+}
+
 RowReason checkDegrees(const RealValues& values, std::int64_t row, double most, RowReason missing,
                        RowReason outOfRange) {
     if (values.isNull(row)) {
@@ -116,8 +126,7 @@ std::int64_t Observations::oldestTime() const noexcept {
 bool Observations::check(std::int64_t from, std::int64_t to, RowReason* reasons) const noexcept {
     const bool isPlain = columns_.rows.bits == nullptr && areNumbersGood(columns_, from, to);
     const bool hasKeys = columns_.primaryKey.isThere() || columns_.secondaryKey.isThere();
-    if (isPlain && !hasKeys && columns_.entityKind != EntityKind::text &&
-        columns_.entityNumber.hasAll()) {
+    if (isPlain && !hasKeys && areEntitiesGood(columns_, from, to)) {
         std::fill(reasons, reasons + (to - from), RowReason::none);
         return true;
     }

@@ -33,6 +33,11 @@ public:
         return texts_.text(isDictionary() ? dictionaryIndex(row) : row);
     }
 
+    /// As TextValues::textsOf; nothing where there is a dictionary.
+    std::string_view textsOf(std::int64_t from, std::int64_t to) const noexcept {
+        return isDictionary() ? std::string_view() : texts_.textsOf(from, to);
+    }
+
     /// Are the texts those of a dictionary? Then whatever is found out about a text can be kept by
     /// its index, as long as the batch is looked at.
     bool isDictionary() const noexcept { return dictionarySize_ >= 0; }

@@ -60,6 +60,19 @@ public:
         }
     }
 
+    /// All bytes of some rows, from..to, one text behind the other; nothing where they do not stand
+    /// so, or where a row is null or empty.
+    std::string_view textsOf(std::int64_t from, std::int64_t to) const noexcept {
+        switch (hasAll() ? layout_ : Layout::texts) {
+        case Layout::offsets32:
+            return allBetween<std::int32_t>(from, to);
+        case Layout::offsets64:
+            return allBetween<std::int64_t>(from, to);
+        default:
+            return {};
+        }
+    }
+
 private:
     enum class Layout : std::uint8_t { texts, offsets32, offsets64, views };
 
@@ -71,6 +84,19 @@ private:
         const auto begin = at<Offset>(row);
         const auto size = static_cast<std::size_t>(at<Offset>(row + 1) - begin);
         return size == 0 ? std::string_view() : std::string_view(bytes_ + begin, size);
+    }
+
+    template <class Offset>
+    std::string_view allBetween(std::int64_t from, std::int64_t to) const noexcept {
+        bool isAscending = true;
+        for (std::int64_t row = from; row < to; ++row) {
+            isAscending = isAscending & (at<Offset>(row) < at<Offset>(row + 1));
+        }
+        const auto begin = at<Offset>(from);
+        return isAscending && from < to
+                   ? std::string_view(bytes_ + begin,
+                                      static_cast<std::size_t>(at<Offset>(to) - begin))
+                   : std::string_view();
     }
 
     std::string_view viewed(std::int64_t row) const noexcept {

@@ -92,4 +92,15 @@ TextFault checkText(std::string_view text) noexcept {
     return TextFault::none;
 }
 
+/// Without a look at each word's outcome, so that the loop runs on several words at once.
+bool isPlainText(std::string_view text) noexcept {
+    std::uint64_t found = 0;
+    const std::size_t whole = text.size() - text.size() % kWord;
+    for (std::size_t at = 0; at < whole; at += kWord) {
+        const auto eight = loadAt<std::uint64_t>(text.data() + at, 0);
+        found |= eight | (eight - kOnes);
+    }
+    return (found & kHighBits) == 0 && isPlain(padded(text.substr(whole)));
+}
+
 } // namespace qorvel_engine::detail

@@ -12,6 +12,9 @@ enum class TextFault : std::uint8_t { none, notUtf8, hasNul };
 /// not. The fault that comes first is told.
 TextFault checkText(std::string_view text) noexcept;
 
+/// Are all its characters ASCII, and none of them NUL? Faster than to find out what is wrong.
+bool isPlainText(std::string_view text) noexcept;
+
 } // namespace qorvel_engine::detail
 
 #endif
