@@ -5,6 +5,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -201,7 +202,8 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {3, 0, "stays 'PG:host=/nowhere dbname=x'", "PG:host=/nowhere dbname=x"},
         {3, 0, "stays --out 'PG:host=/nowhere dbname=x' -", "database cannot be opened"},
         {2, 0, "stays --replace-table --out PG:dbname=x PG:dbname=x", "name a new --table"},
-        {2, 0, "stays --out x.parquet -", "python -m qorvel"},
+        {2, 0, "stays --out x.parquet -", "no driver for Parquet files here; \"python -m qorvel\""},
+        {2, 0, "stays --format arrow --out x -", "no driver for Arrow files here"},
         {2, 0, "stays --out x.gpkg.gz -", "cannot be written packed"},
         {0, 2, "boxes --entity b --entity a --from 2012-12-18T11:59Z --to 2012-12-18T12:00Z -",
          "3 rows read, 1 processed, 2 left out, 0 rejected"},
@@ -393,7 +395,8 @@ for round in 0 1 2 3; do
     done
 done
 exec 3>&-; cat <&5; wait $!)");
-    for (const auto& [command, results] : {std::pair("stays", 2), {"meet", 1}}) {
+    for (const auto& [command, results] :
+         {std::pair("stays", 2), {"meet", 1}, {"hangouts --final", 2}}) {
         const Outcome told = shell("bash " + talk + " " + scratch(".") + " $Q " + command + " " +
                                    std::to_string(results));
         EXPECT_EQ(told.code, 0) << told.err;
@@ -463,19 +466,22 @@ TEST(Program, EndsWhenOutputCannotBeWritten) {
     EXPECT_EQ(lineCount(shell("ls " + scratch("nothing*")).out), 0) << "was read";
 }
 
-/// What a result is about, in a text of CSV: its first seven columns.
-std::string keysOf(const std::string& csv) {
-    std::string keys;
-    std::int64_t column = 0;
-    for (const char c : csv) {
-        column = c == '\n' ? 0 : column + (c == ',' ? 1 : 0);
-        keys.append(column < 7 ? 1 : 0, c);
+/// What results are about, in a text of CSV: their first seven columns.
+std::multiset<std::string> keysOf(const std::string& csv) {
+    std::multiset<std::string> keys;
+    std::istringstream lines(csv);
+    for (std::string line; std::getline(lines, line);) {
+        std::size_t end = 0;
+        for (int column = 0; column < 7; ++column) {
+            end = line.find(',', end) + 1;
+        }
+        keys.insert(line.substr(0, end));
     }
     return keys;
 }
 
 /// Whether what no row can count is forgotten or not, from a file or a pipe: the same output. And
-/// the last figures are those of the same entities, cells and boxes, in the same order.
+/// the last figures are those of the same entities, cells and boxes.
 void expectSameWhateverIsCollected(const std::string& file) {
     for (const std::string mode : {"hangouts --space-factor 0.5 ", "presence "}) {
         const std::string kept = shell("$Q " + mode + "--late ever " + file).out;
@@ -585,6 +591,29 @@ TEST(Program, OutputDoesNotDependOnThreads) {
             EXPECT_EQ(shell(pipe).out, one.out) << command;
         }
     }
+}
+
+TEST(Program, SortsWhatIsInGreatDisorder) {
+    const std::string town = unorderedTown();
+    const std::string sorted = save("sorted", shell("sort -s -t, -k4,4n " + town).out);
+    std::filesystem::create_directory(scratch("temporary"));
+    const std::string bad = " --threads 2 --sort-beyond 0 --rejects " + scratch("bad") + " - <";
+    for (const std::string command :
+         {"stays --max-speed '9 km/h'", "places", "meet --within 300", "meet --pairs"}) {
+        const std::string found = shell("$Q " + command + " " + sorted).out;
+        EXPECT_GT(lineCount(found), 20) << command;
+        const Outcome one = shell("(cat " + town + "; echo x,y) >" + scratch("x") +
+                                  "; export TMPDIR=" + scratch("temporary") + "; $Q " + command +
+                                  bad + scratch("x"));
+        EXPECT_EQ(one.out, found) << command;
+        EXPECT_TRUE(one.code == 1 && has(one.err, "1 rejected")) << one.err;
+        const auto line = std::to_string(lineCount(slurp(town)) + 1);
+        EXPECT_TRUE(has(slurp(scratch("bad")), line + ",2 fields where the header has 5,"))
+            << slurp(scratch("bad"));
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(scratch("temporary")));
+    const Outcome full = shell("ulimit -f 99; $Q stays --sort-beyond 0 " + town);
+    EXPECT_TRUE(full.code == 3 && has(full.err, "name another folder by TMPDIR")) << full.err;
 }
 
 TEST(Program, FindsTheSameStaysOfManyInTurnAsOfOneAfterTheOther) {

@@ -28,7 +28,7 @@ Command addDetection(CLI::App& command, Question question, const char* ratioMean
         addLate(command, run);
         command.add_flag("--final", run.analysis.lastFigures,
                          "the last figures of each entity, cell and box, not those of its first "
-                         "report");
+                         "report; they come once no row to come can change them");
     }
     return {&command, [detection] {
                 RunOptions& options = detection->run;

@@ -26,6 +26,7 @@ Command addMeet(CLI::App& program) {
     run->analysis.question = Question::encounters;
     addRun(command, *run);
     addLate(command, *run);
+    addSortBeyond(command, *run);
     EncounterOptions& encounters = run->analysis.encounters;
     addValue(command, "--within", encounters.within, "how near two are who are together, metres");
     addLength(command, "--apart", encounters.apart,

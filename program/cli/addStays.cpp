@@ -15,6 +15,7 @@ std::shared_ptr<RunOptions> addStaying(CLI::App& command, Question question) {
     run.analysis.question = question;
     addRun(command, run);
     addLate(command, run);
+    addSortBeyond(command, run);
     command.get_option("--late")->description(
         "how far a row may lie behind the newest one of its entity before it, as in \"2 hours\", "
         "or "

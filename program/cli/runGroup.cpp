@@ -52,6 +52,8 @@ void addRun(CLI::App& command, RunOptions& run) {
                                                          {"geojson", OutputFormat::geojson},
                                                          {"geopackage", OutputFormat::geopackage},
                                                          {"flatgeobuf", OutputFormat::flatgeobuf},
+                                                         {"parquet", OutputFormat::parquet},
+                                                         {"arrow", OutputFormat::arrow},
                                                          {"html", OutputFormat::html}};
     run.threads = std::clamp(std::thread::hardware_concurrency(), 1U, 256U);
     addInput(command, run.input);
@@ -67,7 +69,8 @@ void addRun(CLI::App& command, RunOptions& run) {
                      "a table of that name goes when the new one is complete");
     addChoice(command, "--format", run.output.format, formats,
               "format of the results; by the file's name: .csv .ndjson .geojson .gpkg .fgb, "
-              "and .html for a page with a map that needs nothing but a browser");
+              ".parquet and .arrow where GDAL has their drivers, and .html for a page with a map "
+              "that needs nothing but a browser");
     command.add_option(
         "--tiles", run.output.tiles,
         "for a page: the address of a street map's tiles, with {z}, {x} and {y}. The page gets a "
@@ -117,6 +120,14 @@ void addLate(CLI::App& command, RunOptions& run) {
         "what is older is forgotten, which bounds the memory. Later rows are processed as they "
         "come, and counted. Not said: a file may be in any order (it is read twice to know it), "
         "other input has \"1 days\"");
+}
+
+void addSortBeyond(CLI::App& command, RunOptions& run) {
+    addValue(command, "--sort-beyond", run.sortBeyond,
+             "a file in such disorder that more MiB of its rows would wait in memory for older "
+             "ones is sorted by time first, in the folder for temporary files (TMPDIR). With "
+             "--late, with --state and for other input no file is sorted")
+        ->check(CLI::NonNegativeNumber);
 }
 
 void refuseAmbiguous(const std::string& name) {

@@ -7,6 +7,7 @@
 #include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
 
+#include <limits>
 #include <string>
 
 namespace program {
@@ -15,11 +16,16 @@ namespace {
 
 constexpr std::uint64_t kBatchRows = 4096;
 
+constexpr std::int64_t kFarFuture = std::numeric_limits<std::int64_t>::max();
+
 } // namespace
 
 bool BatchReader::fill(FixBatch& batch) {
-    const std::uint64_t before = rows_;
     isLive_ = false;
+    if (sorter_) {
+        return takeSorted(batch);
+    }
+    const std::uint64_t before = rows_;
     try {
         readRows(batch);
     } catch (const Failure& failure) {
@@ -28,6 +34,17 @@ bool BatchReader::fill(FixBatch& batch) {
     }
     progress_.show(source_.shareRead(), rows_);
     return rows_ > before;
+}
+
+void BatchReader::sort(std::uint64_t memory) {
+    sorter_ = std::make_unique<FixSorter>(memory);
+    for (; readGoodRow(); ++goodRows_) {
+        sorter_->add(fix_);
+        if (goodRows_ % kBatchRows == 0) {
+            progress_.show(source_.shareRead(), rows_);
+        }
+    }
+    sorter_->sort();
 }
 
 void BatchReader::goOn(std::uint64_t rows) {
@@ -40,7 +57,12 @@ void BatchReader::goOn(std::uint64_t rows) {
     }
 }
 
+/// Sorted rows are told of by blocks, too: whoever sorts the file gets the same results in the same
+/// order.
 std::optional<std::int64_t> BatchReader::oldestToCome() const {
+    if (sorter_) {
+        return oldestSorted_;
+    }
     return oldest_.isKnown() ? std::optional(oldest_.from(rows_)) : std::nullopt;
 }
 
@@ -50,28 +72,67 @@ void BatchReader::readRows(FixBatch& batch) {
     while (!hasEnded_ && !isLive_ && rows_ < end) {
         if (interrupted() || !source_.next()) {
             hasEnded_ = true;
-        } else {
-            readRow(batch);
-            isLive_ = source_.isDrained() && isWaitedFor;
+            return;
         }
+        if (readRow()) {
+            append(batch);
+        }
+        isLive_ = source_.isDrained() && isWaitedFor;
     }
 }
 
-void BatchReader::readRow(FixBatch& batch) {
+/// False for a bad one.
+bool BatchReader::readRow() {
     const std::string fault = source_.read(fix_);
     const std::uint64_t row = rows_++;
     if (fault.empty()) {
         if (fix_.time < oldest_.from(row)) {
             throw Failure(ExitCode::broken, "the input changed while it was read");
         }
-        if (filter_.takes(fix_)) {
-            batch.append(fix_);
-        }
-        return;
+        return true;
     }
     progress_.clear();
     rejects_.add(source_, fault);
     expectFewRejects();
+    return false;
+}
+
+/// False at the end.
+bool BatchReader::readGoodRow() {
+    try {
+        while (!interrupted() && source_.next()) {
+            if (readRow()) {
+                return true;
+            }
+        }
+    } catch (const Failure& failure) {
+        trouble_ = failure;
+    }
+    return false;
+}
+
+bool BatchReader::takeSorted(FixBatch& batch) {
+    const std::uint64_t before = sortedRows_;
+    const std::uint64_t end = before + kBatchRows;
+    while (!interrupted() && !sorter_->isEmpty() && sortedRows_ < end) {
+        sorter_->take(fix_);
+        append(batch);
+        if (++sortedRows_ % OldestTimes::kBlock == 0) {
+            oldestSorted_ = sorter_->isEmpty() ? kFarFuture : sorter_->oldest();
+        }
+    }
+    if (sortedRows_ == before) {
+        return false;
+    }
+    progress_.show(static_cast<double>(sortedRows_) / static_cast<double>(goodRows_), sortedRows_);
+    return true;
+}
+
+/// The current one, if it is asked for.
+void BatchReader::append(FixBatch& batch) {
+    if (filter_.takes(fix_)) {
+        batch.append(fix_);
+    }
 }
 
 void BatchReader::expectFewRejects() const {

@@ -4,8 +4,10 @@
 #include "program/Failure.h"
 #include "program/commands/OldestTimes.h"
 #include "program/input/Fix.h"
+#include "program/input/FixSorter.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 namespace program {
@@ -31,6 +33,12 @@ public:
     /// SIGINT. What ends the input early is kept for trouble(), so that the rows before it count.
     bool fill(FixBatch& batch);
 
+    /// Before the first row: reads all, telling the bad ones as they stand in the input, and puts
+    /// them in the order of their times. What ends the input early is kept, as by fill(). Throws
+    /// what FixSorter does.
+    /// @param memory  see FixSorter
+    void sort(std::uint64_t memory);
+
     /// Before the first row: so many were read by an earlier run.
     void goOn(std::uint64_t rows);
 
@@ -50,7 +58,10 @@ public:
 
 private:
     void readRows(FixBatch& batch);
-    void readRow(FixBatch& batch);
+    bool readRow();
+    bool readGoodRow();
+    bool takeSorted(FixBatch& batch);
+    void append(FixBatch& batch);
     void expectFewRejects() const;
 
     FixSource& source_;
@@ -63,7 +74,11 @@ private:
     bool hasEnded_ = false;
     std::optional<Failure> trouble_;
     std::uint64_t rows_ = 0;
-    Fix fix_; ///< the current one, kept for its memory
+    std::unique_ptr<FixSorter> sorter_; ///< null: rows stay in their order
+    std::uint64_t goodRows_ = 0;        ///< that went into it
+    std::uint64_t sortedRows_ = 0;      ///< that came out
+    std::int64_t oldestSorted_ = 0;     ///< see oldestToCome()
+    Fix fix_;                           ///< the current one, kept for its memory
 };
 
 } // namespace program

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <limits>
+#include <numeric>
 #include <string>
 
 namespace program {
@@ -17,53 +18,93 @@ namespace {
 
 constexpr std::int64_t kFarFuture = std::numeric_limits<std::int64_t>::max();
 
-/// Rows share an entry by blocks, so that even 10^9 of them need but a few MB.
-constexpr std::size_t kBlock = 1024;
+constexpr std::int64_t kHour = 3'600'000; ///< ms
 
 } // namespace
 
 OldestTimes::OldestTimes(FixSource& source, Progress& progress, bool entitiesToo)
     : isKnown_(true), lateInEntity_(entitiesToo ? std::optional<std::int64_t>(0) : std::nullopt) {
     progress.begin("reading times");
+    Ways ways;
     try {
-        readTimes(source, progress);
+        readTimes(source, progress, ways);
     } catch (const Failure&) {
         // See above.
     }
     source.rewind();
-    for (std::size_t block = oldest_.size(); block-- > 1;) {
-        oldest_[block - 1] = std::min(oldest_[block - 1], oldest_[block]);
+    for (std::size_t block = blocks_.size(); block-- > 1;) {
+        blocks_[block - 1].oldest = std::min(blocks_[block - 1].oldest, blocks_[block].oldest);
+    }
+    mostWaiting_ = waitingInInput();
+    if (lateInEntity_) {
+        mostWaiting_ = std::min(mostWaiting_, waitingInEntities(ways));
     }
 }
 
-void OldestTimes::readTimes(FixSource& source, Progress& progress) {
-    NewestTimes newest;
+void OldestTimes::readTimes(FixSource& source, Progress& progress, Ways& ways) {
     Fix fix;
     for (std::uint64_t row = 0; source.next(); ++row) {
         if (row % kBlock == 0) {
-            oldest_.push_back(kFarFuture);
+            blocks_.push_back({});
             progress.show(source.shareRead(), row);
         }
         const bool isWhole = lateInEntity_ && source.read(fix).empty();
         if (isWhole) {
-            compare(fix, newest);
+            follow(fix, ways);
         }
-        const std::int64_t time = isWhole ? fix.time : source.readTime().value_or(kFarFuture);
-        oldest_.back() = std::min(oldest_.back(), time);
+        const std::optional<std::int64_t> time = isWhole ? fix.time : source.readTime();
+        Block& block = blocks_.back();
+        block.oldest = std::min(block.oldest, time.value_or(kFarFuture));
+        block.newest = std::max(block.newest, time.value_or(0));
     }
 }
 
-void OldestTimes::compare(const Fix& fix, NewestTimes& newest) {
-    const auto [entry, isNew] = newest.try_emplace(std::hash<std::string>()(fix.entity), fix.time);
-    entry->second = std::max(entry->second, fix.time);
-    lateInEntity_ = std::max(*lateInEntity_, entry->second - fix.time);
+void OldestTimes::follow(const Fix& fix, Ways& ways) {
+    Way& way = ways[std::hash<std::string>()(fix.entity)];
+    way.newest = std::max(way.newest, fix.time);
+    lateInEntity_ = std::max(*lateInEntity_, way.newest - fix.time);
+    if (way.newest / kHour > way.hour) {
+        way.hour = way.newest / kHour;
+        way.sinceHour = 0;
+    }
+    way.mostInHour = std::max(way.mostInHour, ++way.sinceHour);
+}
+
+/// A block waits until the rest of the input is newer.
+std::uint64_t OldestTimes::waitingInInput() const {
+    std::vector<std::uint64_t> endingAt(blocks_.size() + 1);
+    std::uint64_t waiting = 0;
+    std::uint64_t most = 0;
+    for (std::size_t i = 0; i < blocks_.size(); ++i) {
+        waiting -= endingAt[i];
+        most = std::max(most, ++waiting);
+        const auto next = blocks_.begin() + static_cast<std::ptrdiff_t>(i) + 1;
+        const auto newer = std::upper_bound(
+            next, blocks_.end(), blocks_[i].newest,
+            [](std::int64_t time, const Block& block) { return time < block.oldest; });
+        ++endingAt[static_cast<std::size_t>(newer - blocks_.begin())];
+    }
+    return most * kBlock;
+}
+
+/// An hour lies in two that the clock has.
+std::uint64_t OldestTimes::waitingInEntities(const Ways& ways) const {
+    if (*lateInEntity_ == 0) {
+        return 0;
+    }
+    if (*lateInEntity_ > kHour) {
+        return std::numeric_limits<std::uint64_t>::max();
+    }
+    return std::accumulate(
+        ways.begin(), ways.end(), std::uint64_t{0},
+        [](std::uint64_t sum, const auto& way) { return sum + 2 * way.second.mostInHour; });
 }
 
 std::int64_t OldestTimes::from(std::uint64_t row) const {
     if (!isKnown_) {
         return 0; // no time is negative
     }
-    return row / kBlock < oldest_.size() ? oldest_[row / kBlock] : kFarFuture;
+    return row / kBlock < blocks_.size() ? blocks_[row / kBlock].oldest : kFarFuture;
 }
 
 } // namespace program

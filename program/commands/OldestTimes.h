@@ -1,7 +1,9 @@
 #ifndef QORVEL_PROGRAM_COMMANDS_OLDESTTIMES_H
 #define QORVEL_PROGRAM_COMMANDS_OLDESTTIMES_H
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -17,9 +19,12 @@ class Progress;
 ///
 /// Where it is asked for, also how far a row lies behind the newest one of its entity before it: in
 /// a file of one entity after the other the rest of the input tells nothing, but each is in order.
-/// That takes up some 40 bytes an entity.
+/// That takes up some 60 bytes an entity.
 class OldestTimes {
 public:
+    /// Rows share an entry by blocks, so that even 10^9 of them need but a few MB.
+    static constexpr std::size_t kBlock = 1024;
+
     /// Nothing is known: rows may be as old as they like.
     OldestTimes() = default;
 
@@ -38,16 +43,37 @@ public:
     /// was not asked for.
     std::optional<std::int64_t> lateInEntity() const { return lateInEntity_; }
 
-private:
-    /// By a hash of their names: two that share it make rows later, never earlier.
-    using NewestTimes = std::unordered_map<std::size_t, std::int64_t>;
+    /// How many rows there are at most, at some place of the input, than which older ones may still
+    /// come: whoever wants them in order has to hold them. Never too few. Where lateInEntity() was
+    /// asked for, only older ones of the same entity count.
+    std::uint64_t mostWaiting() const { return mostWaiting_; }
 
-    void readTimes(FixSource& source, Progress& progress);
-    void compare(const Fix& fix, NewestTimes& newest);
+private:
+    struct Block {
+        std::int64_t oldest = std::numeric_limits<std::int64_t>::max(); ///< from here to the end
+        std::int64_t newest = 0;                                        ///< of its own rows
+    };
+
+    /// The rows of an entity so far.
+    struct Way {
+        std::int64_t newest = 0;
+        std::int64_t hour = 0;        ///< of the newest
+        std::uint64_t sinceHour = 0;  ///< rows since the first of that hour, late ones too
+        std::uint64_t mostInHour = 0; ///< of sinceHour
+    };
+
+    /// By a hash of their names: two that share it make rows later, never earlier.
+    using Ways = std::unordered_map<std::size_t, Way>;
+
+    void readTimes(FixSource& source, Progress& progress, Ways& ways);
+    void follow(const Fix& fix, Ways& ways);
+    std::uint64_t waitingInInput() const;
+    std::uint64_t waitingInEntities(const Ways& ways) const;
 
     bool isKnown_ = false;
     std::optional<std::int64_t> lateInEntity_;
-    std::vector<std::int64_t> oldest_; ///< from the beginning of each block to the end of the input
+    std::uint64_t mostWaiting_ = 0;
+    std::vector<Block> blocks_;
 };
 
 } // namespace program

@@ -40,6 +40,9 @@ struct RunOptions {
     /// How far a row may lie behind the newest one before it, ms; none: not said. Then a file is
     /// read twice to know it, and other input has what the engine takes for it.
     std::optional<std::int64_t> late;
+
+    /// A file of which more MiB of rows would have to wait for older ones is sorted first.
+    std::uint64_t sortBeyond = 512;
 };
 
 /// Takes the input through a session and writes what it finds. Throws Failure when the input or the

@@ -30,6 +30,20 @@ OgrFormat flatGeobufFormat() {
     return {"FlatGeobuf", RegisterOGRFlatGeobuf, 0};
 }
 
+OgrFormat parquetFormat() {
+    return {"Parquet", GDALAllRegister, 0};
+}
+
+OgrFormat arrowFormat() {
+    return {"Arrow", GDALAllRegister, 0};
+}
+
+bool isAvailable(const OgrFormat& format) {
+    format.registerDriver();
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format.driver);
+    return driver != nullptr && driver->GetMetadataItem(GDAL_DCAP_CREATE) != nullptr;
+}
+
 OgrWriter::OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
                      const ResultSchema& schema)
     : name_(file), format_(format), schema_(schema), file_(file, extension) {
@@ -85,7 +99,7 @@ void OgrWriter::writeRow(const ResultTable& table, std::size_t row) {
     }
 }
 
-/// FlatGeobuf has nothing to commit: it is written when closed.
+/// Only a GeoPackage has something to commit: others are written when closed.
 void OgrWriter::finish() {
     const GdalErrors errors;
     if (!commit()) {

@@ -27,6 +27,11 @@ struct OgrFormat {
 
 OgrFormat geoPackageFormat();
 OgrFormat flatGeobufFormat();
+OgrFormat parquetFormat();
+OgrFormat arrowFormat();
+
+/// Has this machine's GDAL a driver that writes it?
+bool isAvailable(const OgrFormat& format);
 
 /// A file of a GIS: one layer, in WGS 84, with a typed field for each column.
 ///

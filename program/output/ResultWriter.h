@@ -19,7 +19,9 @@ enum class OutputFormat {
     geojson,
     geopackage,
     flatgeobuf,
-    html ///< a page with a map
+    parquet, ///< GeoParquet, where GDAL has the driver
+    arrow,   ///< Arrow's files, likewise
+    html     ///< a page with a map
 };
 
 struct OutputOptions {

@@ -34,10 +34,10 @@ constexpr std::array kExtensions = {
     Extension{".jsonl", OutputFormat::ndjson},   Extension{".geojson", OutputFormat::geojson},
     Extension{".json", OutputFormat::geojson},   Extension{".gpkg", OutputFormat::geopackage},
     Extension{".fgb", OutputFormat::flatgeobuf}, Extension{".html", OutputFormat::html},
-    Extension{".htm", OutputFormat::html},
+    Extension{".htm", OutputFormat::html},       Extension{".parquet", OutputFormat::parquet},
+    Extension{".arrow", OutputFormat::arrow},    Extension{".geoparquet", OutputFormat::parquet},
+    Extension{".feather", OutputFormat::arrow},
 };
-
-constexpr std::string_view kColumnar[] = {".parquet", ".geoparquet", ".arrow", ".feather"};
 
 std::string lowerExtension(const std::string& file) {
     std::string extension = std::filesystem::path(formatName(file)).extension().string();
@@ -66,10 +66,6 @@ OutputFormat formatByName(const std::string& file) {
     if (isWrittenDirectly(file)) {
         return OutputFormat::csv;
     }
-    if (std::find(std::begin(kColumnar), std::end(kColumnar), wanted) != std::end(kColumnar)) {
-        throw Failure(ExitCode::usage, file + ": Parquet and Arrow files are written by Python: "
-                                              "\"python -m qorvel --help\" tells how");
-    }
     throw unknownFormat(file);
 }
 
@@ -89,6 +85,19 @@ std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::
                                            (file == "-" ? "standard output" : file) + " is not");
     }
     return std::make_unique<OgrWriter>(file, extension, format, schema);
+}
+
+/// Debian's GDAL has no drivers for these; those who add them get the files from here, too.
+std::unique_ptr<ResultWriter> openColumnarWriter(const std::string& file,
+                                                 const std::string& extension,
+                                                 const OgrFormat& format,
+                                                 const ResultSchema& schema) {
+    if (!isAvailable(format)) {
+        throw Failure(ExitCode::usage, file + ": GDAL has no driver for " + format.driver +
+                                           " files here; \"python -m qorvel\" writes them, "
+                                           "see its --help");
+    }
+    return openOgrWriter(file, extension, format, schema);
 }
 
 void checkTiles(const std::string& tiles, OutputFormat format) {
@@ -157,6 +166,10 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
         return openOgrWriter(file, extension, geoPackageFormat(), schema);
     case OutputFormat::flatgeobuf:
         return openOgrWriter(file, extension, flatGeobufFormat(), schema);
+    case OutputFormat::parquet:
+        return openColumnarWriter(file, extension, parquetFormat(), schema);
+    case OutputFormat::arrow:
+        return openColumnarWriter(file, extension, arrowFormat(), schema);
     case OutputFormat::html:
         return std::make_unique<HtmlWriter>(file, extension, schema, options.tiles);
     }
