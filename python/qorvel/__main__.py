@@ -16,6 +16,7 @@ from typing import Any
 
 import qorvel
 from qorvel._files import expect_writable, read_tracks, write_table
+from qorvel._geohash_command import add_geohash, run_geohash
 from qorvel._options import Cells, Encounters, Places, Records, Stays
 from qorvel._tables import FIELDS
 
@@ -77,6 +78,7 @@ def make_parser() -> argparse.ArgumentParser:
     check = add("check", "what is wrong with a configuration, or surely not meant")
     check.add_argument("--config", required=True)
     add_input(check, nargs="?")
+    add_geohash(add("geohash", "geohash texts to places and back"))
     synth = add("synth", "a made-up town to try things on")
     for name in ("entities", "days", "seed"):
         synth.add_argument(f"--{name}", type=int, default=argparse.SUPPRESS)
@@ -89,6 +91,8 @@ def run(said: argparse.Namespace) -> int:
     """Do what is asked."""
     asked = vars(said)
     command = asked.pop("command")
+    if command == "geohash":
+        return 0 if run_geohash(asked) else 1
     files = [asked.pop(name, None) for name in ("out", "rejects", "truth")]
     for name in filter(None, files):
         expect_writable(name)

@@ -88,7 +88,8 @@ class Records(Cells, total=False):
         The share that a box must have, 0 to 1: for `presence` of the fixes, 0.5 by default; for
         `hangouts` of `min_count`, 1 by default.
     final : bool
-        The last figures of each entity, cell and box, not those of its first report.
+        The last figures of each entity, cell and box, not those of its first report. They come
+        once no row to come can change them.
     """
 
     window: Span | None

@@ -130,7 +130,7 @@ def open_source(table: Any, columns: Mapping[str, str] | None = None) -> _engine
         return _of_mapping(table)
     if hasattr(table, "to_arrow") and hasattr(table, "active_geometry_name"):  # geopandas
         return _engine.Source(table.to_arrow(index=False).__arrow_c_stream__())
-    if _is_of(table, "pandas", "DataFrame"):
+    if is_of(table, "pandas", "DataFrame"):
         return _of_pandas(table, columns)
     if hasattr(table, "__arrow_c_stream__"):
         return _engine.Source(table.__arrow_c_stream__())
@@ -147,7 +147,7 @@ def open_source(table: Any, columns: Mapping[str, str] | None = None) -> _engine
     )
 
 
-def _is_of(table: object, module: str, name: str) -> bool:
+def is_of(table: object, module: str, name: str) -> bool:
     """Tell whether it is of a class of a module, which is not loaded for that."""
     loaded = sys.modules.get(module)
     return loaded is not None and isinstance(table, getattr(loaded, name, ()))

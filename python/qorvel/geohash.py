@@ -2,8 +2,8 @@
 
 Arrays come as numpy has them, as sequences, or as Arrow arrays (anything with
 ``__arrow_c_array__``, and what has ``__arrow_c_stream__`` and can be put together by pyarrow).
-Results are numpy's where numpy's came in: texts as ``<U``, empty where there is none, numbers as
-float64, NaN where there is none. Arrow arrays give Arrow arrays, with nulls:
+Results are numpy's where numpy's or pandas' came in: texts as ``<U``, empty where there is none,
+numbers as float64, NaN where there is none. Arrow arrays give Arrow arrays, with nulls:
 ``pyarrow.array(result)``.
 """
 
@@ -13,6 +13,7 @@ from typing import TYPE_CHECKING, Any, TypeAlias
 
 from qorvel import _engine
 from qorvel._errors import Code, Error
+from qorvel._tables import is_of
 
 if TYPE_CHECKING:
     import numpy as np
@@ -130,6 +131,9 @@ def to_wkb(cells: object, bits: object = None) -> NDArray[np.object_] | _engine.
 
 
 def _is_arrow(values: object) -> bool:
+    """Tell Arrow's, but for pandas' columns: frames take numpy's arrays in, and not Arrow's."""
+    if is_of(values, "pandas", "Series"):
+        return False
     return hasattr(values, "__arrow_c_array__") or hasattr(values, "__arrow_c_stream__")
 
 
@@ -148,7 +152,9 @@ def _reals(values: Any) -> Any:  # noqa: ANN401
 
     if _is_arrow(values) and not hasattr(values, "to_numpy"):
         values = _one_array(values)
-    if hasattr(values, "to_numpy"):
+    if is_of(values, "pandas", "Series"):
+        values = values.to_numpy(np.float64, na_value=np.nan)
+    elif hasattr(values, "to_numpy"):
         # pyarrow copies, but for columns without nulls, only where it is told that it may
         keywords = {"zero_copy_only": False} if type(values).__module__ == "pyarrow.lib" else {}
         values = values.to_numpy(**keywords)

@@ -1,6 +1,7 @@
 #include "src/CellList.h"
 
 #include "engine/columns/Fault.h"
+#include "src/Attention.h"
 #include "src/faults.h"
 
 #include "qorvel/base/interleave.h"
@@ -149,7 +150,8 @@ void refuseSurelyTooMany(double radius, std::uint32_t depth) {
 
 /// The cells of a row that a circle reaches: from the column of its centre to both sides, as far as
 /// it does.
-void appendRow(const Circle& circle, const Cell& middle, std::vector<Cell>& found) {
+void appendRow(const Circle& circle, const Cell& middle, std::vector<Cell>& found,
+               Attention& attention) {
     const std::size_t columns = std::size_t{1} << columnBits(middle.depth);
     const std::size_t begin = found.size();
     std::size_t west = 0;
@@ -157,6 +159,7 @@ void appendRow(const Circle& circle, const Cell& middle, std::vector<Cell>& foun
     while (west + 1 < columns && circle.reaches(neighbourOf(cell, 0, -1))) {
         cell = neighbourOf(cell, 0, -1);
         ++west;
+        attention();
         if (west > kMostCells) {
             break;
         }
@@ -167,6 +170,7 @@ void appendRow(const Circle& circle, const Cell& middle, std::vector<Cell>& foun
         }
         found.push_back(cell);
         cell = neighbourOf(cell, 0, 1);
+        attention();
     } while (found.size() - begin < columns &&
              (found.size() - begin <= west || circle.reaches(cell)));
 }
@@ -241,15 +245,17 @@ std::vector<Cell> cellsWithin(double latitude, double longitude, double radius,
     refuseSurelyTooMany(radius, own.depth);
     const Circle circle(latitude, longitude, radius, own);
     std::vector<Cell> found;
+    Attention attention;
     Cell row = own;
     for (Cell south = neighbourOf(row, -1, 0); south && circle.reaches(south);
          south = neighbourOf(row, -1, 0)) {
         row = south;
+        attention();
     }
     // A circle around a pole reaches rows beyond it in other columns only, which are rows passed
     // already.
     do {
-        appendRow(circle, row, found);
+        appendRow(circle, row, found, attention);
         row = neighbourOf(row, 1, 0);
     } while (row && circle.reaches(row));
     return found;

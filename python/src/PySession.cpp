@@ -31,13 +31,8 @@ using namespace qorvel_engine; // NOLINT(google-build-using-namespace): whose se
 constexpr std::int64_t kSliceRows = 16384;
 constexpr std::int64_t kRowsPerEntry = 4;
 
-/// How many rows are taken in between two looks: as many as go by fast enough.
-constexpr std::int64_t kFewestRows = 16;
-constexpr std::int64_t kFirstRows = 128;
-constexpr std::chrono::milliseconds kFast{20};
-constexpr std::chrono::milliseconds kSlow{60};
-
-constexpr std::chrono::milliseconds kBetweenLooks{40};
+/// So few are done before the user waits, however large the configuration is.
+constexpr std::int64_t kFewRows = 16;
 
 constexpr AdviceWords kWords{[](std::string_view name) { return std::string(name); },
                              "columns={\"entity\": ...}", "qorvel.explain", "qorvel.check"};
@@ -77,7 +72,7 @@ public:
             refuseCall("Another thread is using this session.");
         }
         session.tell_ = tell;
-        session.nextLook_ = std::chrono::steady_clock::now() + kBetweenLooks;
+        session.attention_ = Attention();
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
@@ -90,8 +85,7 @@ private:
     PySession& session_;
 };
 
-PySession::PySession(const std::string& question, const nb::dict& settings)
-    : process_(getpid()), pace_(kFirstRows) {
+PySession::PySession(const std::string& question, const nb::dict& settings) : process_(getpid()) {
     Settings read = readSettings(question, settings);
     forgets_ = !read.session.late && read.analysis.question != Question::boxes;
     analysis_ = read.analysis;
@@ -146,32 +140,24 @@ void PySession::pushWhole(Source& source) {
 
 void PySession::pushBatch(const ObservationSchema& schema, const Batch& batch,
                           const std::vector<std::int64_t>* oldestToCome, std::size_t& next) {
-    eachSlice(*batch, [&](std::int64_t begin, std::int64_t end) {
-        std::int64_t from = begin;
-        do {
-            const std::int64_t to = std::min(from + pace_, end);
-            const Observations observations = bind(schema, *batch, from, to);
-            std::optional<std::int64_t> oldest;
-            if (oldestToCome != nullptr) {
-                oldest = (*oldestToCome)[to < end ? next : next + 1];
-            }
-            pushAtPace(observations, batch, oldest);
-            from = to;
-        } while (from < end);
+    eachSlice(*batch, [&](std::int64_t from, std::int64_t to) {
         ++next;
+        pushSlice(bind(schema, *batch, from, to), batch,
+                  oldestToCome == nullptr ? std::nullopt : std::optional((*oldestToCome)[next]));
     });
 }
 
-void PySession::pushAtPace(const Observations& observations, const Batch& batch,
-                           std::optional<std::int64_t> oldestToCome) {
-    const auto began = std::chrono::steady_clock::now();
-    session_->push(observations, batch, oldestToCome);
-    takeFinal();
-    const auto took = std::chrono::steady_clock::now() - began;
-    if (took > kSlow) {
-        pace_ = std::max(kFewestRows, pace_ / 4);
-    } else if (took < kFast && observations.size() == pace_) {
-        pace_ *= 2;
+/// A thread for a few rows would cost more than they.
+void PySession::pushSlice(const Observations& observations, const Batch& batch,
+                          std::optional<std::int64_t> oldestToCome) {
+    const auto work = [&] {
+        session_->push(observations, batch, oldestToCome);
+        takeFinal();
+    };
+    if (observations.size() <= kFewRows) {
+        work();
+    } else {
+        watch(work);
     }
     attend();
 }
@@ -262,9 +248,18 @@ void PySession::finish(const nb::object& tell) {
 }
 
 void PySession::takeFinal() {
-    while (std::optional<ResultBatch> results = session_->take()) {
+    while (!isCancelled_) {
+        std::optional<ResultBatch> results = session_->take();
+        if (!results) {
+            return;
+        }
         final_.push_back(std::move(*results));
     }
+}
+
+void PySession::cancel() noexcept {
+    isCancelled_ = true;
+    session_->cancel();
 }
 
 std::unique_ptr<Results> PySession::takeResults() {
@@ -316,20 +311,21 @@ nb::dict PySession::figures() const {
     return result;
 }
 
-/// Lets Python look whether it was interrupted, and tells how far the work is.
+/// Lets Python look whether it was interrupted, and tells how far the work is. What either raises
+/// ends the session.
 void PySession::attend() {
-    const auto now = std::chrono::steady_clock::now();
-    if (now < nextLook_) {
+    if (!attention_.isDue()) {
         return;
     }
-    nextLook_ = now + kBetweenLooks;
     const nb::gil_scoped_acquire lock;
-    if (PyErr_CheckSignals() != 0) {
-        session_->cancel();
-        throw nb::python_error();
-    }
-    if (!tell_.is_none()) {
-        tell_(session_->figures().processed, known_);
+    try {
+        Attention::look();
+        if (!tell_.is_none()) {
+            tell_(session_->figures().processed, known_);
+        }
+    } catch (...) {
+        cancel();
+        throw;
     }
 }
 
@@ -351,13 +347,12 @@ void PySession::watch(const std::function<void()>& work) {
     });
     try {
         std::unique_lock lock(mutex);
-        while (!changed.wait_for(lock, kBetweenLooks, [&] { return isDone; })) {
+        while (!changed.wait_for(lock, Attention::kBetweenLooks, [&] { return isDone; })) {
             lock.unlock();
             attend();
             lock.lock();
         }
     } catch (...) {
-        session_->cancel();
         worker.join();
         throw;
     }

@@ -2,11 +2,11 @@
 #define QORVEL_PYTHON_PYSESSION_H
 
 #include "engine/run/Session.h"
+#include "src/Attention.h"
 #include "src/Results.h"
 #include "src/Source.h"
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -67,7 +67,7 @@ public:
     nanobind::dict figures() const;
 
     /// May be called by any thread.
-    void cancel() noexcept { session_->cancel(); }
+    void cancel() noexcept;
 
 private:
     class Turn;
@@ -75,8 +75,8 @@ private:
 
     void pushBatch(const qorvel_engine::ObservationSchema& schema, const Batch& batch,
                    const std::vector<std::int64_t>* oldestToCome, std::size_t& next);
-    void pushAtPace(const qorvel_engine::Observations& observations, const Batch& batch,
-                    std::optional<std::int64_t> oldestToCome);
+    void pushSlice(const qorvel_engine::Observations& observations, const Batch& batch,
+                   std::optional<std::int64_t> oldestToCome);
     void pushWhole(Source& source);
     void takeFinal();
     void attend();
@@ -88,10 +88,10 @@ private:
     std::unique_ptr<qorvel_engine::Session> session_;
     std::vector<qorvel_engine::ResultBatch> final_;
     std::atomic<bool> isBusy_ = false;
+    std::atomic<bool> isCancelled_ = false;
     pid_t process_;
-    std::int64_t pace_;       ///< rows between two looks
     std::uint64_t known_ = 0; ///< rows of which it is known that they come
-    std::chrono::steady_clock::time_point nextLook_{};
+    Attention attention_;
     nanobind::object tell_;
 };
 

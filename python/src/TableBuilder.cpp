@@ -1,5 +1,6 @@
 #include "src/TableBuilder.h"
 
+#include "src/Attention.h"
 #include "src/capsules.h"
 #include "src/faults.h"
 #include "src/shareArray.h"
@@ -88,7 +89,9 @@ void TableBuilder::addTexts(const std::string& name, const nb::sequence& values)
     validity.resize(size / 8 + 1);
     append(offsets, std::int64_t{0});
     std::size_t row = 0;
+    Attention attention;
     for (const nb::handle value : values) {
+        attention();
         if (row == size) {
             break;
         }

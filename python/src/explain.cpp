@@ -2,6 +2,7 @@
 
 #include "engine/run/Explainer.h"
 #include "engine/run/TrackCheck.h"
+#include "src/Attention.h"
 #include "src/faults.h"
 #include "src/settings.h"
 
@@ -20,16 +21,8 @@ namespace {
 
 using namespace qorvel_engine; // NOLINT(google-build-using-namespace): whose words these are
 
-/// Rows between two looks whether the user wants the end.
-constexpr std::int64_t kRowsPerLook = 4096;
-
-/// Without Python's lock.
-void attend() {
-    const nb::gil_scoped_acquire lock;
-    if (PyErr_CheckSignals() != 0) {
-        throw nb::python_error();
-    }
-}
+/// Rows that are looked through between two glances at the clock.
+constexpr std::int64_t kRowsAtOnce = 256;
 
 EventOptions eventOptions(const Settings& settings) {
     return {settings.session.defaultTolerance, settings.session.timeTolerance};
@@ -41,7 +34,7 @@ public:
     Rows(Source& source, std::int64_t number) {
         std::int64_t first = 0;
         while (const std::shared_ptr<const InputBatch> batch = source.next()) {
-            attend();
+            Attention::look();
             const std::int64_t size = batch->size();
             batches_.push_back({batch, source.observations().bind(batch->slice(0, size)), first});
             if (number < first + size) {
@@ -58,15 +51,17 @@ public:
 
     /// Takes the rows of its entity.
     Explanation explain(Explainer& explainer) const {
+        Attention attention;
         for (const Part& part : batches_) {
             const bool isLast = &part == &batches_.back();
             const std::int64_t size = isLast ? row_ + 1 : part.rows.size();
             for (std::int64_t row = 0; row < size; ++row) {
-                if (row % kRowsPerLook == 0) {
-                    attend();
-                }
+                attention();
                 if (part.rows.check(row) == RowReason::none && isOfEntity(part.rows, row)) {
                     explainer.take(part.rows, row, static_cast<std::uint64_t>(part.first + row));
+                    if (attention.isDue()) { // with many specs each may take long
+                        Attention::look();
+                    }
                 }
             }
         }
@@ -219,11 +214,14 @@ nb::dict checkConfiguration(const nb::dict& settings, Source* source) {
                                           [](const ConfigFault& fault) { return fault.isError; });
         if (source != nullptr && !hasError) {
             TrackCheck check(read.config, eventOptions(read));
+            Attention attention;
             while (const std::shared_ptr<const InputBatch> batch = source->next()) {
-                for (std::int64_t from = 0; from < batch->size(); from += kRowsPerLook) {
-                    const std::int64_t rows = std::min(kRowsPerLook, batch->size() - from);
+                for (std::int64_t from = 0; from < batch->size(); from += kRowsAtOnce) {
+                    const std::int64_t rows = std::min(kRowsAtOnce, batch->size() - from);
                     check.take(source->observations().bind(batch->slice(from, rows)));
-                    attend();
+                    if (attention.isDue()) {
+                        Attention::look();
+                    }
                 }
             }
             figures = check.figures();

@@ -1,6 +1,8 @@
 #include "src/geohash.h"
 
 #include "engine/columns/Values.h"
+#include "engine/setup/cellSize.h"
+#include "src/Attention.h"
 #include "src/BinaryReader.h"
 #include "src/CellList.h"
 #include "src/Column.h"
@@ -15,6 +17,8 @@
 #include <nanobind/ndarray.h>
 #include <nanobind/stl/string.h>
 #include <nanobind/stl/vector.h>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -44,10 +48,28 @@ void expectPairs(const Degrees& latitudes, const Degrees& longitudes) {
     }
 }
 
+/// Asks for large pages, as numpy does for its arrays: to get small ones costs as much as to fill
+/// them. What is no whole page stays as it is, and so does all where there are none.
+void wantLargePages(void* memory, std::size_t size) {
+#ifdef MADV_HUGEPAGE
+    constexpr std::size_t kWorthIt = std::size_t{1} << 22U;
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* begin = memory;
+    if (size >= kWorthIt && std::align(page, page, begin, size) != nullptr) {
+        (void)madvise(begin, size - size % page, MADV_HUGEPAGE);
+    }
+#else
+    (void)memory;
+    (void)size;
+#endif
+}
+
 /// Memory that is not set before it is written.
 template <class Value>
 struct Block {
-    explicit Block(std::size_t count) : values(new Value[count]) {}
+    explicit Block(std::size_t count) : values(new Value[count]) {
+        wantLargePages(values.get(), count * sizeof(Value));
+    }
 
     /// Hands the memory on to numpy.
     nb::capsule handOver() {
@@ -83,7 +105,9 @@ public:
         const std::uint32_t* at = texts.data();
         std::vector<Cell> cells(texts.shape(0));
         const nb::gil_scoped_release unlocked;
+        Attention attention;
         for (Cell& cell : cells) {
+            attention();
             std::size_t size = width;
             while (size > 0 && at[size - 1] == 0) {
                 --size;
@@ -101,7 +125,9 @@ public:
         const qorvel_engine::Validity present{array->buffers[0], array->offset};
         std::vector<Cell> cells(static_cast<std::size_t>(std::max<std::int64_t>(0, array->length)));
         const nb::gil_scoped_release unlocked;
+        Attention attention;
         for (std::size_t row = 0; row < cells.size(); ++row) {
+            attention();
             const auto at = static_cast<std::int64_t>(row);
             if (present.has(at)) {
                 cells[row] = cellOf(reader.at(array->offset + at));
@@ -118,7 +144,9 @@ public:
         const double* const latitude = latitudes.data();
         const double* const longitude = longitudes.data();
         const nb::gil_scoped_release unlocked;
+        Attention attention;
         for (std::size_t row = 0; row < cells.size(); ++row) {
+            attention();
             cells[row] = cellAt(latitude[row], longitude[row], length);
         }
         return Cells(std::move(cells));
@@ -131,6 +159,16 @@ public:
     }
 
     std::size_t size() const { return cells_.size(); }
+
+    /// The bits of each; 0 where there is none.
+    std::vector<std::uint32_t> depths() const {
+        std::vector<std::uint32_t> depths;
+        depths.reserve(cells_.size());
+        for (const Cell& cell : cells_) {
+            depths.push_back(cell.depth);
+        }
+        return depths;
+    }
 
     /// The cells that hold them; none for one that is not longer.
     Cells parents(std::uint32_t length) const {
@@ -166,7 +204,9 @@ public:
         std::vector<Cell> cells;
         cells.reserve(8 * cells_.size());
         const nb::gil_scoped_release unlocked;
+        Attention attention;
         for (const Cell& cell : cells_) {
+            attention();
             for (const auto& [north, east] : kAround) {
                 cells.push_back(!cell ? Cell{} : neighbourOf(cell, north, east));
             }
@@ -184,7 +224,9 @@ public:
         {
             const nb::gil_scoped_release unlocked;
             std::uint32_t* at = block.values.get();
+            Attention attention;
             for (const Cell& cell : cells_) {
+                attention();
                 writeText(cell, at);
                 std::fill(at + cell.length(), at + width, 0U);
                 at += width;
@@ -217,7 +259,9 @@ public:
     nb::list polygonList() const {
         nb::list list;
         std::vector<char> wkb;
+        Attention attention;
         for (const Cell& cell : cells_) {
+            attention();
             wkb.clear();
             if (!cell) {
                 list.append(nb::none());
@@ -245,12 +289,22 @@ public:
         });
     }
 
+    /// Of each the height and the width in its middle, metres.
+    std::vector<std::vector<double>> extents() const {
+        return eachValue<2>([](const Cell& cell) {
+            const auto size = qorvel_engine::cellSize(cell.depth, middleOf(cell).latitude);
+            return std::array{size.heightMetres, size.widthMetres};
+        });
+    }
+
 private:
     template <std::size_t kCount, class ValuesOf>
     std::vector<std::vector<double>> eachValue(const ValuesOf& valuesOf) const {
         std::vector<std::vector<double>> columns(kCount, std::vector<double>(cells_.size()));
         const nb::gil_scoped_release unlocked;
+        Attention attention;
         for (std::size_t row = 0; row < cells_.size(); ++row) {
+            attention();
             std::array<double, kCount> values;
             values.fill(std::numeric_limits<double>::quiet_NaN());
             if (cells_[row]) {
@@ -273,7 +327,9 @@ private:
         std::vector<char>& bytes = column.buffers[2];
         column.buffers[0].resize(cells_.size() / 8 + 1);
         column.buffers[1].resize((cells_.size() + 1) * sizeof(std::int64_t));
+        Attention attention;
         for (std::size_t row = 0; row < cells_.size(); ++row) {
+            attention();
             if (cells_[row]) {
                 char& bits = column.buffers[0][row / 8];
                 bits = static_cast<char>(static_cast<unsigned char>(bits) | 1U << row % 8);
@@ -334,7 +390,9 @@ NumpyTexts encodePoints(const Degrees& latitudes, const Degrees& longitudes, std
         const double* const latitude = latitudes.data();
         const double* const longitude = longitudes.data();
         const nb::gil_scoped_release unlocked;
+        Attention attention;
         for (std::size_t row = 0; row < size; ++row) {
+            attention();
             const Cell cell = cellAt(latitude[row], longitude[row], length);
             std::uint32_t* const text = data + row * length;
             if (cell) {
@@ -413,6 +471,10 @@ void bindGeohash(nb::module_& module) {
         .def("characters", &Cells::characters)
         .def("texts", &Cells::texts, nb::arg("each") = 1)
         .def("polygons", &Cells::polygons)
+        .def(
+            "extents", [](const Cells& cells) { return toNumpy(cells.extents()); },
+            nb::sig("def extents(self) -> tuple[typing.Any, ...]"))
+        .def_prop_ro("depths", &Cells::depths)
         .def("polygon_list", &Cells::polygonList,
              nb::sig("def polygon_list(self) -> list[bytes | None]"))
         .def(

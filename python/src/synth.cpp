@@ -2,6 +2,7 @@
 
 #include "engine/columns/EntityDictionary.h"
 #include "engine/columns/ResultLayout.h"
+#include "src/Attention.h"
 #include "src/faults.h"
 #include "testing/world/World.h"
 
@@ -74,8 +75,10 @@ std::unique_ptr<Results> tableOf(const world::World& world, const std::vector<En
         names->numberOf(std::string_view(name));
     }
     ResultTable table = Row::layout().makeTable(names);
+    Attention attention;
     for (const Entry& entry : entries) {
         table.append(Row(entry));
+        attention();
     }
     auto results = std::make_unique<Results>(
         std::make_shared<const ResultSchema>(Row::layout().schema()), EntityKind::text);
@@ -94,8 +97,14 @@ std::unique_ptr<Results> synth(std::int64_t entities, std::int64_t days, std::ui
         refuseSetting("The number of days has to be from 1 to 3650.");
     }
     const nanobind::gil_scoped_release unlocked;
+    Attention attention;
     const world::World world = world::makeWorld(
-        {static_cast<std::uint32_t>(entities), static_cast<std::uint32_t>(days), seed});
+        {static_cast<std::uint32_t>(entities), static_cast<std::uint32_t>(days), seed},
+        [&attention] {
+            if (attention.isDue()) {
+                Attention::look();
+            }
+        });
     return truth ? tableOf<StayRow>(world, world.stays) : tableOf<FixRow>(world, world.fixes);
 }
 

@@ -5,6 +5,7 @@ import os
 import pathlib
 
 import numpy as np
+import pandas
 import pyarrow as pa
 import pyarrow.compute as pc
 import pytest
@@ -101,6 +102,17 @@ def test_arrow_and_numpy_agree_on_texts_of_any_kind(texts, begin, length):
         around = [cell or None for cell in geohash.neighbours(kept).ravel().tolist()]
         assert pa.array(geohash.neighbours(array)).flatten().to_pylist() == around
         assert pa.array(geohash.to_wkb(array)).to_pylist() == geohash.to_wkb(kept).tolist()
+
+
+def test_frames_of_pandas_take_what_comes_of_their_columns():
+    places = pandas.DataFrame({"lat": [47.3712, None], "lon": [8.5401, 1]}).convert_dtypes()
+    places["cell"] = geohash.encode(places.lat, places.lon, 6)
+    assert places.cell.tolist() == ["u0qj6r", ""]
+    places.loc[1, "cell"] = None
+    places["larger"] = geohash.parent(places.cell, 2)
+    places["north"] = geohash.bounds(places.larger)[3]
+    assert places.north.tolist()[0] == 50.625
+    assert places.north.isna().tolist() == [False, True]
 
 
 @settings(max_examples=40)

@@ -1,6 +1,8 @@
 """The commands on files: python -m qorvel."""
 
+import io
 import json
+import subprocess
 import sys
 
 import geopandas
@@ -75,6 +77,32 @@ def test_what_is_no_table_of_results(files, capsys):
 
 
 @pytest.mark.parametrize(
+    ("question", "lines"),
+    [
+        (["encode", "47.3712", "8.5401"], ""),
+        (["encode", "-33.9", "-70", "--length", "12"], ""),
+        (["encode", "0", "0.00002", "--bits", "33"], ""),
+        (["encode", "-"], "1,2\n1;2\r\n-1\t2\n 3  4\nnorth\n90,0\n\n5,6"),
+        (["decode", "u0qj6r"], ""),
+        (["decode", "-"], "s00000\na\n\nu\nzzzzzzzzzzzz\n"),
+        (["centroid", "7zzzzzzzz"], ""),
+        (["centroid", "-"], "ezs42\n!\nsp3"),
+        (["neighbours", "u0qj6r"], ""),
+        (["neighbours", "z"], ""),
+    ],
+)
+def test_geohashes_are_as_the_program_tells_them(question, lines, program, capsys, monkeypatch):
+    wanted = subprocess.run(
+        [program.path, "geohash", *question], input=lines, capture_output=True, text=True
+    )
+    monkeypatch.setattr(sys, "stdin", io.StringIO(lines, newline=""))
+    code = main(["geohash", *question])
+    told = capsys.readouterr()
+    assert (code, told.out) == (wanted.returncode, wanted.stdout), wanted.stderr
+    assert told.err.count("\n") == wanted.stderr.count("\n")
+
+
+@pytest.mark.parametrize(
     ("arguments", "code", "says"),
     [
         (["stays", "none.csv"], 2, "no file"),
@@ -86,6 +114,10 @@ def test_what_is_no_table_of_results(files, capsys):
         (["stays", "text.csv", "--lat-column", "north"], 2, "north"),
         (["stays", "text.csv", "--min-stay", "soon"], 2, "min_stay"),
         (["hangouts", "text.csv", "--config", "nowhere.toml"], 2, "nowhere.toml"),
+        (["geohash", "decode", "a!"], 2, "a!"),
+        (["geohash", "encode", "91", "0"], 2, "91, 0"),
+        (["geohash", "encode", "1"], 2, "longitude"),
+        (["geohash", "encode", "1", "2", "--length", "13"], 2, "1 to 60 bits"),
     ],
 )
 def test_faults_are_one_sentence(arguments, code, says, files, capsys, monkeypatch):

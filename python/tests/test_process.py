@@ -7,6 +7,7 @@ import signal
 import subprocess
 import sys
 import threading
+from functools import partial
 
 import numpy as np
 import pyarrow as pa
@@ -66,18 +67,45 @@ def test_several_threads_of_python_work_side_by_side():
     assert all(wanted.equals(one) for one in found)
 
 
-@pytest.mark.parametrize("where", ["rows", "pairs"])
-def test_an_interruption_ends_a_call(where):
-    """Of work that would take for ever: rows without end, or, at the end, pairs without number."""
-    if where == "rows":
-        table, options = pa.concat_tables([walk(100_000)] * 1000), {}
-    else:
-        table, options = walk(150_000, 5000).to_reader(), {"within": 1e5, "apart": "1 days"}
-    interrupted = threading.Timer(0.3, lambda: os.kill(os.getpid(), signal.SIGINT))
-    interrupted.start()
-    with pytest.raises(KeyboardInterrupt):
-        qorvel.meet(table, threads=1, **options)
-    interrupted.join()
+def many_specs():
+    """A configuration whose rows take long."""
+    master = '[[master]]\nname = "m"\ncell_length = 7\nbox = "1 days"\n'
+    assignment = '[[assignment]]\nmaster = "m"\n'
+    return master + assignment + '[[hangout]]\nmaster = "m"\nwindow = "1 hours"\n' * 300
+
+
+LONG_CALLS = {
+    "rows": lambda: partial(qorvel.meet, pa.concat_tables([walk(100_000)] * 1000), threads=1),
+    "specs": lambda: partial(qorvel.hangouts, walk(50_000), config=many_specs(), threads=1),
+    "the end": lambda: partial(
+        qorvel.meet, walk(150_000, 5000).to_reader(), threads=1, within=1e5, apart="1 days"
+    ),
+    "check": lambda: partial(qorvel.check, many_specs(), pa.concat_tables([walk(100_000)] * 1000)),
+    "explain": lambda: partial(qorvel.explain, walk(100_000, 1), 99_999, config=many_specs()),
+    "synth": lambda: partial(qorvel.synth, entities=1_000_000, days=10),
+    "within": lambda: partial(qorvel.geohash.within, 47, 8, 6000, 9),
+    "encode": lambda: partial(qorvel.geohash.encode, *np.zeros((2, 10_000_000)), 12),
+}
+
+
+@pytest.mark.parametrize("name", LONG_CALLS)
+def test_an_interruption_ends_a_call(name):
+    """Of work that takes seconds, after a tenth of one: of processor time, of all threads."""
+
+    def interrupt(*_):
+        raise KeyboardInterrupt
+
+    call = LONG_CALLS[name]()
+    gc.disable()  # what is raised while it calls back is lost
+    before = signal.signal(signal.SIGVTALRM, interrupt)
+    signal.setitimer(signal.ITIMER_VIRTUAL, 0.1)
+    try:
+        with pytest.raises(KeyboardInterrupt):
+            call()
+    finally:
+        signal.setitimer(signal.ITIMER_VIRTUAL, 0)
+        signal.signal(signal.SIGVTALRM, before)
+        gc.enable()
 
 
 def test_progress_is_told_and_what_it_raises_ends_the_call():
