@@ -1,6 +1,6 @@
 """Rows a second of a core on Spark, beside the bare engine and Spark's own work, and memory.
 
-python spark.py [MILLIONS OF ROWS...], or --streams ENTITIES...
+python spark.py [--questions NAME,...] [MILLIONS OF ROWS...], or --streams ENTITIES..., or --crowd MILLIONS OF ROWS
 """
 
 import functools
@@ -85,7 +85,7 @@ def work_out(frame: DataFrame) -> Callable[[], None]:
     return lambda: frame.write.format("noop").mode("overwrite").save()
 
 
-def measure(spark: SparkSession, rows: int, folder: str) -> None:
+def measure(spark: SparkSession, rows: int, folder: str, questions: list[str]) -> None:
     """One size."""
     file = f"{folder}/{rows}"
     tracks(spark, rows).write.mode("overwrite").parquet(file)
@@ -95,12 +95,12 @@ def measure(spark: SparkSession, rows: int, folder: str) -> None:
         "entity", "time_ms"
     )
     tell("repartitioned and sorted", rows, work_out(spread))
-    for name in ("stays", "hangouts", "meet"):
+    for name in questions:
         answer = getattr(qorvel.spark, name)(frame, partitions=4 * CORES)
         tell(name, rows, work_out(answer))
     if rows <= 1_000_000:
         table = frame.toArrow()
-        for name in ("stays", "hangouts", "meet"):
+        for name in questions:
             ask = functools.partial(getattr(qorvel, name), table, threads=1)
             tell(f"{name}, the bare engine", rows, ask)
 
@@ -128,6 +128,22 @@ def measure_stream(spark: SparkSession, entities: int, buckets: int | None) -> N
     tell(f"{entities:,} entities, {buckets} buckets", 5 * entities * MICRO_BATCHES, work)
     state = [file for file in (folder / "checkpoint" / "state").rglob("*") if file.is_file()]
     print(f"{sum(file.stat().st_size for file in state) // 1000:>60,} kB of checkpoints")
+
+
+def measure_crowd(spark: SparkSession, rows: int) -> None:
+    """An hour of meetings of those who are all in one town, beside as many far and wide."""
+
+    def place(seed: int, spread: float) -> F.Column:
+        share = F.pmod(F.xxhash64("entity", F.lit(seed)), F.lit(1_000_000)) / 1e6
+        return spread * share + 1e-5 * F.rand(seed)
+
+    hour = spark.range(rows, numPartitions=4 * CORES).select(
+        (F.col("id") / 60).cast("long").alias("entity"),
+        (START + F.col("id") % 60 * MINUTE).alias("time_ms"),
+    )
+    for name, degrees in (("far and wide", 0.6), ("in one town", 0.05)):
+        frame = hour.withColumns({"lat": place(1, degrees), "lon": place(2, degrees)})
+        tell(f"meet, {name}", rows, work_out(qorvel.spark.meet(frame, partitions=4 * CORES)))
 
 
 def tell_peak(entities: int) -> None:
@@ -181,18 +197,26 @@ def main() -> None:
         spark = start()
         for entities in map(int, sys.argv[2:]):
             for buckets in (None, 16, 64, 256):
-                if entities <= 1_000 or buckets:  # by entity, 100,000 take three hours
+                # By entity, 100,000 take three hours; a million, and small buckets, hours likewise.
+                if entities <= 1_000 or (buckets and (entities <= 100_000 or buckets == 64)):
                     measure_stream(spark, entities, buckets)
         return
     if sys.argv[1:2] == ["--peak"]:
         tell_peak(int(sys.argv[2]))
         return
+    questions, sizes = ["stays", "hangouts", "meet"], sys.argv[1:] or ["1"]
+    if sizes[0] == "--questions":
+        questions, sizes = sizes[1].split(","), sizes[2:]
     spark = start()
-    for millions in sys.argv[1:] or ["1"]:
+    if sizes[0] == "--crowd":
+        measure_crowd(spark, int(float(sizes[1]) * 1e6))
+        return
+    for millions in sizes:
         measure(
             spark,
             int(float(millions) * 1e6),
             os.environ.get("SPARK_LOCAL_DIRS", "/tmp"),
+            questions,
         )
     spark.stop()
     for entities in (1_000, 10_000, 50_000):
