@@ -42,7 +42,7 @@ def encode(lat: object, lon: object, length: int) -> Texts:
         The geohashes, in lower case.
     """
     if _is_arrow(lat) or _is_arrow(lon):
-        return _engine.Cells.of_points(_reals(lat), _reals(lon), length).texts()
+        return _engine.encode_column(_reals(lat), _reals(lon), length)
     return _as_texts(_engine.encode(_reals(lat), _reals(lon), length))
 
 

@@ -33,14 +33,6 @@ std::uint32_t columnBits(std::uint32_t depth) {
     return depth - depth / 2;
 }
 
-std::uint64_t spread(std::uint64_t word) {
-    word = (word | word << 16) & 0x0000FFFF0000FFFFU;
-    word = (word | word << 8) & 0x00FF00FF00FF00FFU;
-    word = (word | word << 4) & 0x0F0F0F0F0F0F0F0FU;
-    word = (word | word << 2) & 0x3333333333333333U;
-    return (word | word << 1) & 0x5555555555555555U;
-}
-
 /// The upper half of the library's code of a fraction of at least kTiny: it cuts off toward the
 /// middle, as a conversion does.
 std::uint64_t upperCode(double fraction) {
@@ -68,7 +60,7 @@ Place placeOf(const Cell& cell) {
 Cell cellIn(const Place& place, std::uint32_t depth) {
     const std::uint64_t rows = std::uint64_t{place.row} << (32 - rowBits(depth));
     const std::uint64_t columns = std::uint64_t{place.column} << (32 - columnBits(depth));
-    return {spread(columns) << 1 | spread(rows), depth};
+    return {qorvel_detail::spreadBits(columns) << 1 | qorvel_detail::spreadBits(rows), depth};
 }
 
 /// Counted from the middle, so that a side needs one rounding, by its place alone: neighbours have
@@ -186,8 +178,10 @@ Cell cellAt(double latitude, double longitude, std::uint32_t length) {
     if (std::fabs(north) < kTiny || std::fabs(east) < kTiny) {
         return libraryCellAt(latitude, longitude, length);
     }
-    return Cell{spread(upperCode(east)) << 1 | spread(upperCode(north)), 64}.cutTo(
-        kBitsPerCharacter * length);
+    return Cell{qorvel_detail::spreadBits(upperCode(east)) << 1 |
+                    qorvel_detail::spreadBits(upperCode(north)),
+                64}
+        .cutTo(kBitsPerCharacter * length);
 }
 
 Cell cellOf(std::string_view text) {

@@ -1,6 +1,8 @@
 #ifndef QORVEL_PYTHON_CELLLIST_H
 #define QORVEL_PYTHON_CELLLIST_H
 
+#include "qorvel/base/cellText.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -11,7 +13,7 @@ namespace qorvel_python {
 /// The longest geohash here, in characters: its bits fit a word.
 inline constexpr std::uint32_t kMostCharacters = 12;
 
-inline constexpr std::uint32_t kBitsPerCharacter = 5;
+using qorvel_detail::kBitsPerCharacter;
 
 /// A cell of 1 to 60 bits, or none.
 struct Cell {
@@ -21,7 +23,7 @@ struct Cell {
     explicit operator bool() const { return depth != 0; }
 
     /// Of its geohash, in characters.
-    std::uint32_t length() const { return (depth + kBitsPerCharacter - 1) / kBitsPerCharacter; }
+    std::size_t length() const { return qorvel_detail::cellTextLength(depth); }
 
     /// The cell with the first bits only; none where there are fewer.
     Cell cutTo(std::uint32_t count) const {
@@ -50,14 +52,10 @@ Cell cellAt(double latitude, double longitude, std::uint32_t length);
 /// Of a geohash; none for a text that is none, or longer than 12 characters.
 Cell cellOf(std::string_view text);
 
-/// Writes as many characters as the cell has.
+/// Writes as many characters as the cell has; of an odd number one more.
 template <class Character>
 void writeText(const Cell& cell, Character* out) {
-    constexpr char kAlphabet[] = "0123456789bcdefghjkmnpqrstuvwxyz";
-    constexpr std::uint32_t kFirstCharacterAt = 59;
-    for (std::uint32_t i = 0; i < cell.length(); ++i) {
-        out[i] = static_cast<Character>(kAlphabet[cell.bits >> (kFirstCharacterAt - 5 * i) & 31U]);
-    }
+    qorvel_detail::writeCharacters(cell.bits, cell.length(), out);
 }
 
 /// The sides, and the middle as the library has it in results: a last bit off that of the sides.

@@ -220,7 +220,7 @@ public:
         for (const Cell& cell : cells_) {
             width = std::max<std::size_t>(width, cell.length());
         }
-        Block<std::uint32_t> block(width * cells_.size());
+        Block<std::uint32_t> block(width * cells_.size() + 1);
         {
             const nb::gil_scoped_release unlocked;
             std::uint32_t* at = block.values.get();
@@ -379,31 +379,76 @@ private:
     std::vector<Cell> cells_;
 };
 
+/// Puts the texts of points side by side, each of so many characters, and hands on its number; of
+/// points without a cell it says so to another. Writes one character behind the last text.
+template <class Character, class TakeText, class TakeNone>
+void writePoints(const Degrees& latitudes, const Degrees& longitudes, std::uint32_t length,
+                 Character* to, const TakeText& takeText, const TakeNone& takeNone) {
+    const double* const latitude = latitudes.data();
+    const double* const longitude = longitudes.data();
+    const std::size_t size = latitudes.shape(0);
+    const nb::gil_scoped_release unlocked;
+    Attention attention;
+    for (std::size_t row = 0; row < size; ++row) {
+        attention();
+        if (const Cell cell = cellAt(latitude[row], longitude[row], length)) {
+            writeText(cell, to);
+            to = takeText(row, to);
+        } else {
+            to = takeNone(row, to);
+        }
+    }
+}
+
 /// As Cells::ofPoints and Cells::characters, in one go.
 NumpyTexts encodePoints(const Degrees& latitudes, const Degrees& longitudes, std::uint32_t length) {
     expectLength(length);
     expectPairs(latitudes, longitudes);
     const std::size_t size = latitudes.shape(0);
-    Block<std::uint32_t> block(length * size);
+    Block<std::uint32_t> block(length * size + 1);
     std::uint32_t* const data = block.values.get();
-    {
-        const double* const latitude = latitudes.data();
-        const double* const longitude = longitudes.data();
-        const nb::gil_scoped_release unlocked;
-        Attention attention;
-        for (std::size_t row = 0; row < size; ++row) {
-            attention();
-            const Cell cell = cellAt(latitude[row], longitude[row], length);
-            std::uint32_t* const text = data + row * length;
-            if (cell) {
-                writeText(cell, text);
-            } else {
-                std::fill(text, text + length, 0U);
-            }
-        }
-    }
+    const auto next = [length](std::size_t, std::uint32_t* text) { return text + length; };
+    writePoints(
+        latitudes, longitudes, length, data, next,
+        [length](std::size_t, std::uint32_t* text) { return std::fill_n(text, length, 0U); });
     const std::size_t shape[] = {size, length};
     return NumpyTexts(data, 2, shape, block.handOver());
+}
+
+/// As Cells::ofPoints and Cells::texts, in one go.
+Column encodeColumn(const Degrees& latitudes, const Degrees& longitudes, std::uint32_t length) {
+    expectLength(length);
+    expectPairs(latitudes, longitudes);
+    struct Buffers {
+        Block<std::uint8_t> present;
+        Block<std::int64_t> ends;
+        Block<char> bytes;
+    };
+    const std::size_t size = latitudes.shape(0);
+    const std::size_t presentSize = size / 8 + 1;
+    const auto buffers = std::make_shared<const Buffers>(Buffers{Block<std::uint8_t>(presentSize),
+                                                                 Block<std::int64_t>(size + 1),
+                                                                 Block<char>(length * size + 1)});
+    std::uint8_t* const present = buffers->present.values.get();
+    std::int64_t* const ends = buffers->ends.values.get();
+    char* const bytes = buffers->bytes.values.get();
+    std::fill_n(present, presentSize, std::uint8_t{0xFF});
+    ends[0] = 0;
+    std::int64_t missing = 0;
+    const auto end = [&](std::size_t row, char* text) {
+        ends[row + 1] = text - bytes;
+        return text;
+    };
+    writePoints(
+        latitudes, longitudes, length, bytes,
+        [&](std::size_t row, char* text) { return end(row, text + length); },
+        [&](std::size_t row, char* text) {
+            present[row / 8] = static_cast<std::uint8_t>(present[row / 8] & ~(1U << row % 8));
+            ++missing;
+            return end(row, text);
+        });
+    return Column(
+        "U", makeArray(static_cast<std::int64_t>(size), missing, {present, ends, bytes}, buffers));
 }
 
 /// Columns of numbers for numpy.
@@ -457,6 +502,7 @@ void bindGeohash(nb::module_& module) {
                     "tuple[object, object]"));
 
     module.def("encode", &encodePoints, nb::arg("lat"), nb::arg("lon"), nb::arg("length"));
+    module.def("encode_column", &encodeColumn, nb::arg("lat"), nb::arg("lon"), nb::arg("length"));
     nb::class_<Cells>(module, "Cells", "Cells, side by side.")
         .def_static("of_points", &Cells::ofPoints, nb::arg("lat"), nb::arg("lon"),
                     nb::arg("length"))

@@ -3,8 +3,10 @@
 
 #include "qorvel/base/interleave.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 /// The texts of cells: five bits a character.
@@ -19,53 +21,50 @@ constexpr std::size_t cellTextLength(std::uint32_t depth) {
     return (bits + kBitsPerCharacter - 1) / kBitsPerCharacter;
 }
 
-/// Eight characters of 40 bits, the first one in the highest byte.
-constexpr std::uint64_t eightCharacters(std::uint64_t bits) {
-    // Five bits to a byte,
-    bits = (bits & 0xFFFFFU) | (bits & 0xFFFFF00000U) << 12;
-    bits = (bits & 0x000003FF000003FFU) | (bits & 0x000FFC00000FFC00U) << 6;
-    bits = (bits & 0x001F001F001F001FU) | (bits & 0x03E003E003E003E0U) << 3;
-    // and in each byte, all at once, the steps of the alphabet that its value is above: digits end
-    // before 10, and of the letters a, i, l and o are left out.
-    constexpr std::uint64_t kEach = 0x0101010101010101U;
-    const auto isFrom = [bits](std::uint64_t least) {
-        return (bits + (0x80U - least) * kEach) >> 7 & kEach;
-    };
-    return bits + '0' * kEach + isFrom(10) * ('b' - '0' - 10) + isFrom(17) + isFrom(19) +
-           isFrom(21);
+/// The two characters of any ten bits: half as many looks as by characters.
+template <class Character>
+inline constexpr auto kCellPairs = [] {
+    std::array<std::array<Character, 2>, 1U << 2 * kBitsPerCharacter> pairs{};
+    for (std::size_t bits = 0; bits < pairs.size(); ++bits) {
+        pairs[bits] = {Character(kCellAlphabet[bits / kCellAlphabet.size()]),
+                       Character(kCellAlphabet[bits % kCellAlphabet.size()])};
+    }
+    return pairs;
+}();
+
+/// Writes so many characters, at most 12, of the first bits of a word; of an odd number one more.
+template <class Character>
+void writeCharacters(std::uint64_t bits, std::size_t length, Character* to) {
+    for (std::size_t at = 0; at < length; at += 2) {
+        std::memcpy(to + at, &kCellPairs<Character>[bits >> (64 - 2 * kBitsPerCharacter)],
+                    2 * sizeof(Character));
+        bits <<= 2 * kBitsPerCharacter;
+    }
 }
 
-/// How many characters writeCellText writes: some of them behind the text.
-inline constexpr std::size_t kCellTextRoom = 32;
+/// How many characters writeCellText writes at most: some of them behind the text.
+inline constexpr std::size_t kCellTextRoom = 26;
 
 /// Writes the text of the cell that has the first `depth` of these 128 bits, and something behind
 /// it; the bits of its last character that do not count are 0.
-constexpr void writeCellText(std::uint64_t first, std::uint64_t second, std::uint32_t depth,
-                             char* to) {
+inline void writeCellText(std::uint64_t first, std::uint64_t second, std::uint32_t depth,
+                          char* to) {
     constexpr std::uint64_t ones = ~std::uint64_t{0};
-    constexpr std::uint64_t kBlock = ones >> 24;
-    constexpr std::uint32_t kBlockBits = 40;
-    const auto write = [](std::uint64_t block, char* at) {
-        const std::uint64_t characters = eightCharacters(block);
-        for (std::uint32_t byte = 0; byte < 8; ++byte) {
-            at[byte] = static_cast<char>(characters >> (56 - 8 * byte) & 0xFFU);
-        }
-    };
-    if (depth <= kBlockBits) {
-        write((first & ~(ones >> depth)) >> 24, to);
-        return;
-    }
+    constexpr std::size_t kMost = 12; // characters that a word holds
+    const std::size_t length = cellTextLength(depth);
     if (depth < 64) {
         first &= ~(ones >> depth);
         second = 0;
     } else if (depth < kMaxDepth) {
         second &= ~(ones >> (depth - 64));
     }
-    const std::uint64_t blocks[] = {first >> 24, (first << 16 | second >> 48) & kBlock,
-                                    second >> 8 & kBlock, second << 32 & kBlock};
-    const std::size_t length = cellTextLength(depth);
-    for (std::size_t block = 0; 8 * block < length; ++block) {
-        write(blocks[block], to + 8 * block);
+    writeCharacters(first, length < kMost ? length : kMost, to);
+    if (length > kMost) {
+        const std::size_t rest = length - kMost;
+        writeCharacters(first << 60 | second >> 4, rest < kMost ? rest : kMost, to + kMost);
+        if (rest > kMost) {
+            writeCharacters(second << 56, rest - kMost, to + 2 * kMost);
+        }
     }
 }
 
