@@ -231,9 +231,10 @@ TEST(Rows, AreCheckedInMemoryOfTheHost) {
     EXPECT_EQ(reasonText(static_cast<R>(200)), std::string());
 }
 
-/// A batch of names in one piece of memory is looked at as a whole; the slow way is row by row.
-TEST(Rows, NamesAreFoundBadTogetherAsByThemselves) {
-    const std::string names[] = {"ada",  "a name of many bytes", "\xC3\xA9t\xC3\xA9",
+/// Names in one piece of memory are looked at as a whole, where there are no keys; the slow way is
+/// row by row.
+TEST(Rows, TextsAreFoundBadTogetherAsByThemselves) {
+    const std::string texts[] = {"ada",  "a name of many bytes", "\xC3\xA9t\xC3\xA9",
                                  "",     std::string("a\0b", 3), "\xFF",
                                  "b\xC3"};
     for (int round = 0; round < 3000; ++round) {
@@ -241,14 +242,20 @@ TEST(Rows, NamesAreFoundBadTogetherAsByThemselves) {
         std::vector<std::int64_t> offsets = {1};
         const auto rows = static_cast<std::int64_t>(1 + below(12));
         for (std::int64_t row = 0; row < rows; ++row) {
-            bytes += names[below(10) > 0 ? below(2) : below(std::size(names))];
+            bytes += texts[below(10) > 0 ? below(2) : below(std::size(texts))];
             offsets.push_back(std::ssize(bytes));
         }
+        const std::string letters(offsets.size(), 'x');
+        std::vector<std::int64_t> ones(offsets.size());
+        std::iota(ones.begin(), ones.end(), 0);
         const std::vector<double> degrees(offsets.size());
         const std::vector<std::int64_t> times(offsets.size());
         ObservationColumns columns;
         columns.size = rows;
-        columns.entityText = TextValues(offsets.data(), bytes.data());
+        columns.entityText = TextValues(ones.data(), letters.data());
+        TextColumn* const someColumn[] = {&columns.entityText, &columns.primaryKey,
+                                          &columns.secondaryKey};
+        *someColumn[below(3)] = TextValues(offsets.data(), bytes.data());
         columns.latitude = columns.longitude = RealValues(degrees.data());
         columns.time = TimeValues(times.data());
         const Observations batch(columns);

@@ -106,6 +106,7 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {2, 0, "boxes --time-factor 1.5 -", "ERROR_ASSIGN_7"},
         {2, 0, "boxes --time-tolerance 2 -", "0 or 1"},
         {2, 0, "boxes --default-tolerance inf -", "metres"},
+        {2, 0, "check --config x --default-tolerance -1 -", "metres"},
         {2, 0, "hangouts --min-count 0 -", "at least 1"},
         {2, 0, "hangouts --late '2 months' -", "days or a shorter unit"},
         {2, 0, "synth --truth -", "cannot be the same"},

@@ -26,6 +26,7 @@
 #include <limits>
 #include <new>
 #include <random>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -1039,6 +1040,7 @@ TEST(SessionFromC, LosesNothingWhenMemoryRunsOutAnywhere) {
 }
 
 TEST(SessionFromC, RefusesInWords) {
+    EXPECT_TRUE(std::regex_match(qorvel_engine_version(), std::regex(R"(\d+\.\d+\.\d+)")));
     struct Opening {
         const char* question;
         const char* configuration;
