@@ -136,6 +136,10 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
          kHeader + "a,1,2,1355832060000,9\na,1,2,1355832960000,9\n"},
         {0, 1, "meet --apart 1h -", "--within (50 m)",
          kHeader + "a,1,2,1355832060000,9\nb,1,3,1355832960000,9\n"},
+        {0, 2, "meet --fixes-only --apart 15min -", "a,b,", // a millisecond more is too much
+         kHeader + "a,1,2,0,9\nb,1,2,900000,9\nc,1,2,1800001,9\n"},
+        {0, 1, "meet --fixes-only -", "at fixes within --apart (5 minutes)",
+         kHeader + "a,1,2,0,9\na,1,2,900000,9\nb,1,2,1800000,9\nb,1,2,2700000,9\n"},
         {0, 1, "meet -", "15 minutes apart, and",
          kHeader + "a,1,2,0,9\na,1,2,900000,9\nb,1,2,1800000,9\nb,1,2,2700000,9\n"},
         {0, 1, "stays --max-accuracy 8 -", "3 of 3 fixes are less accurate than --max-accuracy"},
@@ -582,7 +586,7 @@ TEST(Program, OutputDoesNotDependOnThreads) {
          {"boxes", "presence", "presence --final --late '1 hours'", "hangouts",
           "hangouts --late '2 hours'", "stays --late '3 hours'", "stays --format geojson",
           "meet --within 300 --late '1 hours'", "meet --format ndjson",
-          "meet --pairs --format geojson"}) {
+          "meet --pairs --format geojson", "meet --fixes-only"}) {
         const Outcome one = shell("$Q " + command + " --threads 1 " + town);
         EXPECT_EQ(one.code, 0) << one.err;
         EXPECT_GT(lineCount(one.out), 20) << command;

@@ -439,6 +439,11 @@ TEST(Session, RefusesAStateAndGoesOnAsBefore) {
         Way other = way;
         other.late = 2 * kHour;
         EXPECT_EQ(codeOf([&] { open(other, 1)->load(state); }), QORVEL_ENGINE_BAD_STATE);
+        if (way.question == Question::encounters) {
+            other = way;
+            other.fixesOnly = !way.fixesOnly;
+            EXPECT_EQ(codeOf([&] { open(other, 1)->load(state); }), QORVEL_ENGINE_BAD_STATE);
+        }
         EXPECT_EQ(codeOf([&] { source->load(state); }), QORVEL_ENGINE_MISUSE);
         const RowColumns more(makeRowStream(4, 600), EntityKind::text);
         source->push(more.slice(0, 600));
@@ -1052,7 +1057,7 @@ TEST(SessionFromC, RefusesInWords) {
     const Opening openings[] = {
         {"boxes", kConfig, nullptr, 0, 0},
         {"stays", kConfig, "late=ever\nlast_figures=1\nrows=1\n", 0, 0},
-        {"encounters", kConfig, "within=7\npairs=1\naccuracy=", 0, 0},
+        {"encounters", kConfig, "within=7\npairs=1\nfixes_only=1\naccuracy=", 0, 0},
         {"stays", "",
          "radius=1e5\nmin_stay=0\nmax_gap=5\nmax_bridge=5\n"
          "max_away=0\nmax_accuracy=0",

@@ -16,6 +16,12 @@ struct EncounterOptions {
     /// a day. 5 minutes: in a longer silence somebody can go elsewhere and come back.
     std::int64_t apart = 300'000;
 
+    /// Nothing is taken to be known between fixes: a fix of either is a moment at which two are
+    /// together when the other has a fix within `within` of it, up to `apart` before or after. The
+    /// distance then is that to the nearest of these; where it is least, at the first such moment,
+    /// is the encounter's place. `fixes` are these moments, of both.
+    bool fixesOnly = false;
+
     /// Shorter encounters are left out, ms, from 0.
     std::int64_t minDuration = 0;
 

@@ -89,13 +89,16 @@ private:
         if (input_.entities < 2) {
             return "there is one entity only, and two can meet" + whichColumn();
         }
-        if (input_.interval && *input_.interval > encounters.apart) {
+        if (!encounters.fixesOnly && input_.interval && *input_.interval > encounters.apart) {
             return typicalInterval(*input_.interval) +
                    ", and in between it is not known where they were, with " +
                    option("apart", lengthText(encounters.apart)) + ": a longer one would tell";
         }
-        const std::string text =
+        std::string text =
             "no two were within " + option("within", metres(encounters.within)) + " of each other";
+        if (encounters.fixesOnly) {
+            text += " at fixes within " + option("apart", lengthText(encounters.apart));
+        }
         return encounters.minDuration == 0 ? text + ": a wider one would find more"
                                            : text + " for as long as " + name("min_minutes") +
                                                  " asks: a wider one, or fewer, would find more";

@@ -33,6 +33,9 @@ Command addMeet(CLI::App& program) {
               "how far apart in time two fixes may be for what is between them to be known: "
               "where somebody was on the way from one to the next, or that two stayed "
               "together");
+    command.add_flag("--fixes-only", encounters.fixesOnly,
+                     "ask only whether two have fixes within --within and --apart of each other, "
+                     "not where they were in between");
     command
         .add_option_function<double>(
             "--min-minutes",

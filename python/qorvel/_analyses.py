@@ -381,6 +381,7 @@ def meet(table: object, **options: Unpack[Encounters]) -> Table:
     Two are together at a fix of either when the other is then near. Where it is then: on the way
     between its two fixes around that time if they are at most `apart` from each other, else at its
     nearest fix within `apart`. Such moments at most `apart` from each other are one encounter.
+    With `fixes_only` it is at each of its fixes within `apart`.
 
     Parameters
     ----------

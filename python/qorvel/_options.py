@@ -160,6 +160,10 @@ class Encounters(Run, total=False):
     apart : str or timedelta
         How far apart in time two fixes may be for what is between them to be known;
         ``"5 minutes"`` by default.
+    fixes_only : bool
+        Asks only whether two have fixes within `within` and `apart` of each other, not where they
+        were in between. A fix of either is a moment when the other has such a fix, the nearest of
+        which tells the distance.
     min_minutes : float
         Shorter encounters are left out; 0 by default.
     pairs : bool
@@ -172,6 +176,7 @@ class Encounters(Run, total=False):
 
     within: float | None
     apart: Span | None
+    fixes_only: bool
     min_minutes: float | None
     pairs: bool
     first_ms: int

@@ -91,6 +91,8 @@ constexpr Setting kSettings[] = {
     {"within", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.within); }},
     {"apart",
      [](nb::handle v, Reading& r) { readLength(v, r.settings.analysis.encounters.apart); }},
+    {"fixes_only",
+     [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.fixesOnly); }},
     {"min_minutes",
      [](nb::handle v, Reading& r) { readMinutes(v, r.settings.analysis.encounters.minDuration); }},
     {"pairs", [](nb::handle v, Reading& r) { read(v, r.settings.analysis.encounters.pairs); }},

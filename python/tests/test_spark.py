@@ -119,9 +119,11 @@ def test_a_crowd_is_split(tracks, spark, monkeypatch):
 
 
 def test_pairs_and_settings_are_those_of_one_machine(tracks, spark):
-    settings = {"pairs": True, "apart": "20 minutes", "within": 300.0, "min_minutes": 3.5}
-    wanted = qorvel.meet(read(tracks.file), **settings)
-    assert found(ask("meet", tracks.frame(spark), **settings)) == lines_of(csv_text(wanted))
+    settings = {"apart": "20 minutes", "within": 300.0, "min_minutes": 3.5}
+    for more in {"pairs": True}, {"fixes_only": True}:
+        wanted = qorvel.meet(read(tracks.file), **settings, **more)
+        answer = ask("meet", tracks.frame(spark), **settings, **more)
+        assert found(answer) == lines_of(csv_text(wanted))
 
 
 def test_meetings_do_not_depend_on_where_on_earth_or_how_fast(spark):

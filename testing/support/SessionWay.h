@@ -89,6 +89,7 @@ struct Way {
     std::optional<std::int64_t> late = kHour;
     bool isOldestKnown = false;
     bool forgetsReported = false;
+    bool fixesOnly = false; ///< of encounters
 };
 
 /// Stays such that the streams have many.
@@ -98,7 +99,7 @@ inline qorvel_engine::AnalysisOptions askedIn(const Way& way) {
             {.radius = 5000.0,
              .maxAccuracy = 300.0,
              .label = way.lastFigures && way.question == qorvel_engine::Question::stays},
-            {.within = 2000.0, .pairs = way.lastFigures}};
+            {.within = 2000.0, .fixesOnly = way.fixesOnly, .pairs = way.lastFigures}};
 }
 inline qorvel_engine::SessionOptions optionsOf(const Way& way) {
     qorvel_engine::SessionOptions options;
@@ -117,11 +118,17 @@ inline bool tellsRows(const Way& way) {
 /// All questions.
 inline const std::vector<Way>& savedWays() {
     using qorvel_engine::Question;
-    static const std::vector<Way> ways = {
-        {Question::boxes},      {Question::presence},       {Question::presence, true},
-        {Question::hangouts},   {Question::hangouts, true}, {Question::stays},
-        {Question::encounters}, {Question::places},         {Question::encounters, true},
-        {Question::stays, true}};
+    static const std::vector<Way> ways = {{Question::boxes},
+                                          {Question::presence},
+                                          {Question::presence, true},
+                                          {Question::hangouts},
+                                          {Question::hangouts, true},
+                                          {Question::stays},
+                                          {Question::encounters},
+                                          {Question::places},
+                                          {Question::encounters, true},
+                                          {Question::stays, true},
+                                          {.question = Question::encounters, .fixesOnly = true}};
     return ways;
 }
 

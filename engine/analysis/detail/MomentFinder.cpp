@@ -18,6 +18,10 @@ constexpr double kLeastCellSize = 800.0;
 /// Of a cell's size, how far it may be to the other entity: so few cells have to be asked.
 constexpr double kCellsPerDistance = 8.0;
 
+/// The same for fixes that stand still, of which each has few cells around it.
+constexpr double kCellsPerStillDistance = 4.0;
+constexpr double kLeastStillCellSize = 1.0;
+
 /// The cells that a piece of a cell's length asks, about.
 constexpr double kCellsPerStep = 12.0;
 
@@ -34,12 +38,18 @@ std::int64_t later(std::int64_t time, std::int64_t span) {
                : time + span;
 }
 
+double cellSizeFor(const EncounterOptions& options) {
+    return options.fixesOnly
+               ? std::max(kLeastStillCellSize, kCellsPerStillDistance * options.within)
+               : std::max(kLeastCellSize, kCellsPerDistance * options.within);
+}
+
 } // namespace
 
 MomentFinder::MomentFinder(const EncounterOptions& options)
     : squaredWithin_(options.within * options.within), within_(options.within),
-      apart_(options.apart),
-      cellSize_(std::max(kLeastCellSize, kCellsPerDistance * options.within)), grid_(cellSize_) {}
+      apart_(options.apart), fixesOnly_(options.fixesOnly), cellSize_(cellSizeFor(options)),
+      grid_(cellSize_) {}
 
 void MomentFinder::take(std::vector<SeenFix> fixes) {
     fixes_ = std::move(fixes);
@@ -55,17 +65,8 @@ bool MomentFinder::find(std::int64_t from, std::int64_t to, std::vector<Moment>&
     to_ = to;
     found_.clear();
     moments.clear();
-    fillGrid();
-    for (std::size_t i = 0; i < fixes_.size() && !grid_.isEmpty();) {
-        const std::size_t begin = i;
-        while (i < fixes_.size() && fixes_[i].eid == fixes_[begin].eid) {
-            ++i;
-        }
-        expectWanted();
-        follow(begin, i);
-        if (found_.size() > kManyMoments && to > from) {
-            return false;
-        }
+    if (!(fixesOnly_ ? lookAroundAll() : followAll())) {
+        return false;
     }
     sortFound();
     for (const Found& found : found_) {
@@ -80,6 +81,22 @@ void MomentFinder::expectWanted() const {
     if (cancelled_ != nullptr && *cancelled_) {
         throw Fault(FaultCode::cancelled, "The session was cancelled.");
     }
+}
+
+bool MomentFinder::followAll() {
+    fillGrid();
+    for (std::size_t i = 0; i < fixes_.size() && !grid_.isEmpty();) {
+        const std::size_t begin = i;
+        while (i < fixes_.size() && fixes_[i].eid == fixes_[begin].eid) {
+            ++i;
+        }
+        expectWanted();
+        follow(begin, i);
+        if (found_.size() > kManyMoments && to_ > from_) {
+            return false;
+        }
+    }
+    return true;
 }
 
 /// A slice of time is as long as there is between two fixes of an entity, on average: so however
@@ -165,6 +182,68 @@ void MomentFinder::meet(std::uint64_t eid, const TrackPiece& piece, const FixGri
     const double distance = squaredDistance(piece.at(fix.time), fix.point);
     if (distance <= squaredWithin_) {
         found_.push_back({std::min(eid, fix.eid), std::max(eid, fix.eid), fix.index, distance});
+    }
+}
+
+bool MomentFinder::lookAroundAll() {
+    fillGridAround();
+    for (std::size_t i = 0; i < fixes_.size(); ++i) {
+        if (fixes_[i].time >= from_ && fixes_[i].time <= to_) {
+            expectWanted();
+            lookAround(i);
+            if (found_.size() > kManyMoments && to_ > from_) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+/// In one slice of time: each fix asks for about half of it.
+void MomentFinder::fillGridAround() {
+    std::vector<FixGrid::Fix> fixes;
+    eids_.clear();
+    const std::int64_t earliest = from_ - apart_;
+    const std::int64_t latest = later(to_, apart_);
+    for (std::size_t i = 0; i < fixes_.size(); ++i) {
+        if (eids_.empty() || eids_.back() != fixes_[i].eid) {
+            eids_.push_back(fixes_[i].eid);
+        }
+        if (fixes_[i].time >= earliest && fixes_[i].time <= latest) {
+            fixes.push_back({points_[i], fixes_[i].time, eids_.size() - 1, i});
+        }
+    }
+    nearest_.assign(eids_.size(), Nearest());
+    grid_.fill(std::move(fixes), 1);
+}
+
+/// A crowd that stands still is found fix by fix, but kept entity by entity.
+void MomentFinder::lookAround(std::size_t index) {
+    const EarthPoint& point = points_[index];
+    const double margin = within_ + kRoundingMargin;
+    const FixGrid::Box box{{point.x - margin, point.y - margin, point.z - margin},
+                           {point.x + margin, point.y + margin, point.z + margin}};
+    const std::int64_t time = fixes_[index].time;
+    touched_.clear();
+    grid_.visitNear(box, time - apart_, later(time, apart_), [&](const FixGrid::Fix& fix) {
+        const double distance = squaredDistance(point, fix.point);
+        if (distance > squaredWithin_) {
+            return;
+        }
+        Nearest& nearest = nearest_[fix.eid];
+        if (nearest.fix != index + 1) {
+            nearest = {index + 1, distance};
+            touched_.push_back(fix.eid);
+        } else if (distance < nearest.squaredDistance) {
+            nearest.squaredDistance = distance;
+        }
+    });
+    const std::uint64_t eid = fixes_[index].eid;
+    for (const std::size_t number : touched_) {
+        if (eids_[number] != eid) {
+            found_.push_back({std::min(eid, eids_[number]), std::max(eid, eids_[number]), index,
+                              nearest_[number].squaredDistance});
+        }
     }
 }
 

@@ -19,8 +19,10 @@ namespace qorvel_engine::detail {
 /// within the distance. Where it is then: on the way between two fixes that are at most `apart`
 /// apart, else at the nearest fix in time within `apart` (at the earlier of two as near).
 ///
+/// With `fixesOnly` it is at all its fixes within `apart` before and after, and the nearest counts.
+///
 /// To look at each pair of entities would take the square of their number. So fixes are put into a
-/// grid, and each entity asks the cells that it comes by on its way.
+/// grid, and each entity asks the cells that it comes by on its way, or those around its fixes.
 class MomentFinder {
 public:
     explicit MomentFinder(const EncounterOptions& options);
@@ -46,17 +48,28 @@ private:
         double squaredDistance;
     };
 
+    /// Of an entity, one that a fix has been found to be near to.
+    struct Nearest {
+        std::size_t fix = 0; ///< its place and one
+        double squaredDistance = 0.0;
+    };
+
     void expectWanted() const;
+    bool followAll();
     void fillGrid();
     void follow(std::size_t begin, std::size_t end);
     void ask(std::uint64_t eid, const TrackPiece& piece);
     void askCells(std::uint64_t eid, const TrackPiece& piece, std::int64_t from, std::int64_t to);
     void meet(std::uint64_t eid, const TrackPiece& piece, const FixGrid::Fix& fix);
+    bool lookAroundAll();
+    void fillGridAround();
+    void lookAround(std::size_t index);
     void sortFound();
 
     const double squaredWithin_;
     const double within_;
     const std::int64_t apart_;
+    const bool fixesOnly_;
     const double cellSize_;
     const std::atomic<bool>* cancelled_ = nullptr;
     FixGrid grid_;
@@ -65,6 +78,9 @@ private:
     std::int64_t from_ = 0;
     std::int64_t to_ = 0;
     std::vector<Found> found_;
+    std::vector<std::uint64_t> eids_;  ///< of the entities, numbered again: ascending
+    std::vector<Nearest> nearest_;     ///< of each of these
+    std::vector<std::size_t> touched_; ///< those of them that the last fix is near to
 };
 
 } // namespace qorvel_engine::detail

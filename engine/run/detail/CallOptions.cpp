@@ -70,6 +70,8 @@ constexpr Option kOptions[] = {
      [](CallOptions& o, std::string_view v) { return read(v, o.analysis.encounters.within); }},
     {"apart",
      [](CallOptions& o, std::string_view v) { return read(v, o.analysis.encounters.apart); }},
+    {"fixes_only",
+     [](CallOptions& o, std::string_view v) { return read(v, o.analysis.encounters.fixesOnly); }},
     {"min_duration",
      [](CallOptions& o, std::string_view v) { return read(v, o.analysis.encounters.minDuration); }},
     {"pairs",

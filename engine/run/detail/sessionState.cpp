@@ -90,6 +90,9 @@ void add(const EncounterOptions& options, StateWriter& out) {
     out.u8(options.pairs ? 1 : 0);
     out.i64(options.first);
     out.i64(options.last);
+    if (options.fixesOnly) { // and nothing otherwise, as for rows of stays
+        out.u8(1);
+    }
 }
 
 // ---- Entities ----

@@ -34,6 +34,8 @@ from qorvel.spark._task import Batches, Question, in_schema
 MOST_TOGETHER = 400_000
 
 HALF_A_MINUTE = 30_000
+# Settings that say when two are near.
+TOLD = ("within", "apart", "fixes_only")
 PLACE = ("cube", "span", "part")
 PAIR = ("entity_a", "entity_b")
 
@@ -79,7 +81,7 @@ def meet(
     )
     question = dataclasses.replace(
         asked,
-        settings={name: settings[name] for name in ("within", "apart") if name in settings},
+        settings={name: settings[name] for name in TOLD if name in settings},
         columns={field: field if field in NEEDED else "" for field in FIELDS},
     )
     entities = found.empty.schema.field("entity").type
