@@ -15,8 +15,8 @@ namespace qorvel_engine::detail {
 /// Who was with whom: encounters, or the sums of each pair.
 ///
 /// Two entities are near at a fix of either when the other is then within the distance; see
-/// MomentFinder for where it is, also with `fixesOnly`. Such moments at most `apart` apart are one encounter. Pairs that
-/// were together longest come first, then the earliest.
+/// MomentFinder for where it is, also with `fixesOnly`. Such moments at most `apart` apart are one
+/// encounter. Pairs that were together longest come first, then the earliest.
 ///
 /// Memory: fixes until no row to come lies in their time; encounters under way; with `pairs`, the
 /// pairs. A fix that comes later all the same meets nobody, and is told.

@@ -181,7 +181,8 @@ void MomentFinder::meet(std::uint64_t eid, const TrackPiece& piece, const FixGri
     }
     const double distance = squaredDistance(piece.at(fix.time), fix.point);
     if (distance <= squaredWithin_) {
-        found_.push_back({std::min(eid, fix.eid), std::max(eid, fix.eid), fix.index, distance});
+        found_.push_back(
+            {std::min(eid, fix.eid), std::max(eid, fix.eid), fix.time, fix.index, distance});
     }
 }
 
@@ -241,8 +242,8 @@ void MomentFinder::lookAround(std::size_t index) {
     const std::uint64_t eid = fixes_[index].eid;
     for (const std::size_t number : touched_) {
         if (eids_[number] != eid) {
-            found_.push_back({std::min(eid, eids_[number]), std::max(eid, eids_[number]), index,
-                              nearest_[number].squaredDistance});
+            found_.push_back({std::min(eid, eids_[number]), std::max(eid, eids_[number]), time,
+                              index, nearest_[number].squaredDistance});
         }
     }
 }
@@ -250,13 +251,16 @@ void MomentFinder::lookAround(std::size_t index) {
 /// By pair and time, fixes of the same time by their place: the numbers of entities hang on the
 /// order of the input. A fix at which two pieces meet, or that was found in two cells, counts once.
 void MomentFinder::sortFound() {
-    const auto key = [this](const Found& found) {
+    const auto rest = [this](const Found& found) {
         const SeenFix& fix = fixes_[found.fix];
-        return std::tuple(found.a, found.b, fix.time, fix.latitude, fix.longitude, found.fix,
-                          found.squaredDistance);
+        return std::tuple(fix.latitude, fix.longitude, found.fix, found.squaredDistance);
     };
-    std::sort(found_.begin(), found_.end(),
-              [&key](const Found& left, const Found& right) { return key(left) < key(right); });
+    std::sort(found_.begin(), found_.end(), [&rest](const Found& left, const Found& right) {
+        return left.a != right.a         ? left.a < right.a
+               : left.b != right.b       ? left.b < right.b
+               : left.time != right.time ? left.time < right.time
+                                         : rest(left) < rest(right);
+    });
     const auto isSame = [](const Found& left, const Found& right) {
         return left.a == right.a && left.b == right.b && left.fix == right.fix;
     };

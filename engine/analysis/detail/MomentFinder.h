@@ -44,6 +44,7 @@ private:
     struct Found {
         std::uint64_t a;
         std::uint64_t b;
+        std::int64_t time; ///< of the fix, at hand to sort by
         std::size_t fix;
         double squaredDistance;
     };
