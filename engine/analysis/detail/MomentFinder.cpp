@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <tuple>
 #include <utility>
 
@@ -68,7 +69,7 @@ bool MomentFinder::find(std::int64_t from, std::int64_t to, std::vector<Moment>&
     if (!(fixesOnly_ ? lookAroundAll() : followAll())) {
         return false;
     }
-    sortFound();
+    fixesOnly_ ? sortFoundAround() : sortFound();
     for (const Found& found : found_) {
         const SeenFix& fix = fixes_[found.fix];
         moments.push_back(
@@ -181,17 +182,20 @@ void MomentFinder::meet(std::uint64_t eid, const TrackPiece& piece, const FixGri
     }
     const double distance = squaredDistance(piece.at(fix.time), fix.point);
     if (distance <= squaredWithin_) {
-        found_.push_back(
-            {std::min(eid, fix.eid), std::max(eid, fix.eid), fix.time, fix.index, distance});
+        found_.push_back({std::min(eid, fix.eid), std::max(eid, fix.eid), fix.index, distance});
     }
 }
 
 bool MomentFinder::lookAroundAll() {
     fillGridAround();
+    std::size_t own = 0;
     for (std::size_t i = 0; i < fixes_.size(); ++i) {
+        if (eids_[own] != fixes_[i].eid) {
+            ++own;
+        }
         if (fixes_[i].time >= from_ && fixes_[i].time <= to_) {
             expectWanted();
-            lookAround(i);
+            lookAround(own, i);
             if (found_.size() > kManyMoments && to_ > from_) {
                 return false;
             }
@@ -219,7 +223,7 @@ void MomentFinder::fillGridAround() {
 }
 
 /// A crowd that stands still is found fix by fix, but kept entity by entity.
-void MomentFinder::lookAround(std::size_t index) {
+void MomentFinder::lookAround(std::size_t own, std::size_t index) {
     const EarthPoint& point = points_[index];
     const double margin = within_ + kRoundingMargin;
     const FixGrid::Box box{{point.x - margin, point.y - margin, point.z - margin},
@@ -239,28 +243,71 @@ void MomentFinder::lookAround(std::size_t index) {
             nearest.squaredDistance = distance;
         }
     });
-    const std::uint64_t eid = fixes_[index].eid;
-    for (const std::size_t number : touched_) {
-        if (eids_[number] != eid) {
-            found_.push_back({std::min(eid, eids_[number]), std::max(eid, eids_[number]), time,
-                              index, nearest_[number].squaredDistance});
+    for (const std::size_t other : touched_) {
+        if (other != own) {
+            found_.push_back({std::min(own, other), std::max(own, other), index,
+                              nearest_[other].squaredDistance});
         }
+    }
+}
+
+/// Of the fixes that were looked around, which comes how late, those of the same time by their
+/// place; of the others nothing.
+std::vector<std::size_t> MomentFinder::ranksInTime() const {
+    std::vector<std::size_t> order;
+    for (std::size_t i = 0; i < fixes_.size(); ++i) {
+        if (fixes_[i].time >= from_ && fixes_[i].time <= to_) {
+            order.push_back(i);
+        }
+    }
+    const auto key = [this](std::size_t index) {
+        const SeenFix& fix = fixes_[index];
+        return std::tuple(fix.time, fix.latitude, fix.longitude, index);
+    };
+    std::sort(order.begin(), order.end(),
+              [&key](std::size_t left, std::size_t right) { return key(left) < key(right); });
+    std::vector<std::size_t> ranks(fixes_.size());
+    for (std::size_t rank = 0; rank < order.size(); ++rank) {
+        ranks[order[rank]] = rank;
+    }
+    return ranks;
+}
+
+/// In the order of sortFound. There are so many that they are counted, not compared: the last key
+/// first, each time keeping the order of those with the same key.
+void MomentFinder::sortFoundAround() {
+    std::vector<Found> sorted(found_.size());
+    const auto sortBy = [&](std::size_t keys, auto key) {
+        std::vector<std::size_t> starts(keys + 1, 0);
+        for (const Found& found : found_) {
+            ++starts[key(found) + 1];
+        }
+        std::partial_sum(starts.begin(), starts.end(), starts.begin());
+        for (const Found& found : found_) {
+            sorted[starts[key(found)]++] = found;
+        }
+        found_.swap(sorted);
+    };
+    const std::vector<std::size_t> ranks = ranksInTime();
+    sortBy(ranks.size(), [&ranks](const Found& found) { return ranks[found.fix]; });
+    sortBy(eids_.size(), [](const Found& found) { return found.b; });
+    sortBy(eids_.size(), [](const Found& found) { return found.a; });
+    for (Found& found : found_) {
+        found.a = eids_[found.a];
+        found.b = eids_[found.b];
     }
 }
 
 /// By pair and time, fixes of the same time by their place: the numbers of entities hang on the
 /// order of the input. A fix at which two pieces meet, or that was found in two cells, counts once.
 void MomentFinder::sortFound() {
-    const auto rest = [this](const Found& found) {
+    const auto key = [this](const Found& found) {
         const SeenFix& fix = fixes_[found.fix];
-        return std::tuple(fix.latitude, fix.longitude, found.fix, found.squaredDistance);
+        return std::tuple(found.a, found.b, fix.time, fix.latitude, fix.longitude, found.fix,
+                          found.squaredDistance);
     };
-    std::sort(found_.begin(), found_.end(), [&rest](const Found& left, const Found& right) {
-        return left.a != right.a         ? left.a < right.a
-               : left.b != right.b       ? left.b < right.b
-               : left.time != right.time ? left.time < right.time
-                                         : rest(left) < rest(right);
-    });
+    std::sort(found_.begin(), found_.end(),
+              [&key](const Found& left, const Found& right) { return key(left) < key(right); });
     const auto isSame = [](const Found& left, const Found& right) {
         return left.a == right.a && left.b == right.b && left.fix == right.fix;
     };

@@ -40,11 +40,10 @@ public:
     bool find(std::int64_t from, std::int64_t to, std::vector<Moment>& moments);
 
 private:
-    /// A moment, and the fix that makes it.
+    /// A moment, and the fix that makes it. With `fixesOnly` of the numbers in eids_, first.
     struct Found {
         std::uint64_t a;
         std::uint64_t b;
-        std::int64_t time; ///< of the fix, at hand to sort by
         std::size_t fix;
         double squaredDistance;
     };
@@ -64,7 +63,9 @@ private:
     void meet(std::uint64_t eid, const TrackPiece& piece, const FixGrid::Fix& fix);
     bool lookAroundAll();
     void fillGridAround();
-    void lookAround(std::size_t index);
+    void lookAround(std::size_t own, std::size_t index);
+    std::vector<std::size_t> ranksInTime() const;
+    void sortFoundAround();
     void sortFound();
 
     const double squaredWithin_;
