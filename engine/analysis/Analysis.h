@@ -61,6 +61,16 @@ public:
     virtual bool save(std::uint64_t eid, detail::StateWriter& out) const = 0;
 };
 
+/// The work of a shard that keeps nothing from row to row, see Analysis::lookBack.
+class TableFinder {
+public:
+    virtual ~TableFinder() = default;
+
+    /// Finds in the rows from..to of a table, in each by itself.
+    virtual void find(const detail::EventTable& table, std::size_t from, std::size_t to,
+                      Found& found) = 0;
+};
+
 /// The work on the entities of one shard: all rows of an entity come to the same shard, in the
 /// order of the input. Used by one thread at a time.
 ///
@@ -71,11 +81,11 @@ class Shard {
 public:
     virtual ~Shard() = default;
 
-    /// Where something is kept from row to row, see Analysis::lookBack.
+    /// Where something is kept from row to row.
     virtual void take(const Observation&, Found&) {}
 
-    /// Where nothing is: the rows from..to of a table at once, each by itself.
-    virtual void takeAll(const detail::EventTable&, std::size_t, std::size_t, Found&) {}
+    /// What takes the rows in its place where nothing is, else null.
+    virtual TableFinder* byTables() { return nullptr; }
 
     /// Rows of these entities come soon, of the last one first: what is kept of them may be fetched
     /// ahead from memory. What tells where the next thing is has come from one call to the next.

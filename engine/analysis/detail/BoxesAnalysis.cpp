@@ -12,12 +12,12 @@ namespace qorvel_engine::detail {
 
 namespace {
 
-class BoxesShard : public Shard {
+class BoxesShard : public Shard, public TableFinder {
 public:
     explicit BoxesShard(const qorvel_port::FigureProcessor& like) : processor_(like.another()) {}
 
     /// Column by column, in the order of BoxResult::layout().
-    void takeAll(const EventTable& table, std::size_t from, std::size_t to, Found& found) override {
+    void find(const EventTable& table, std::size_t from, std::size_t to, Found& found) override {
         boxes_.clear();
         processor_.boxes(table.events(from, to), boxes_);
         const std::uint64_t* const entities = table.entities().data() + from;
@@ -35,6 +35,7 @@ public:
         rows.finish();
     }
 
+    TableFinder* byTables() override { return this; }
     void collect(std::int64_t, LastResults&) override {}
 
 private:

@@ -45,9 +45,9 @@ std::size_t mostInFlight(unsigned threads) {
 
 Pipeline::Pipeline(Analysis& analysis, const SessionOptions& options, Counters& counters)
     : analysis_(analysis), renderer_(options.renderer), maker_(analysis, renderer_.get()),
-      keepsEntities_(analysis.lookBack() >= 0), defaultTolerance_(options.defaultTolerance),
-      timeTolerance_(options.timeTolerance), mostInFlight_(mostInFlight(options.threads)),
-      counters_(counters), lanes_(laneCount(options.threads)) {
+      defaultTolerance_(options.defaultTolerance), timeTolerance_(options.timeTolerance),
+      mostInFlight_(mostInFlight(options.threads)), counters_(counters),
+      lanes_(laneCount(options.threads)) {
     for (Lane& lane : lanes_) {
         lane.shard = analysis.makeShard();
     }
@@ -266,11 +266,12 @@ Pipeline::Lane* Pipeline::laneToAdvance() {
 
 /// False if it was cancelled before the last row.
 bool Pipeline::process(Batch& batch, std::size_t lane) {
-    return keepsEntities_ ? processEntries(batch, lane) : processTable(batch, lane);
+    TableFinder* const finder = lanes_[lane].shard->byTables();
+    return finder != nullptr ? processTable(batch, lane, *finder) : processEntries(batch, lane);
 }
 
 /// In pieces: with many rows of configuration a batch may take long.
-bool Pipeline::processTable(Batch& batch, std::size_t lane) {
+bool Pipeline::processTable(Batch& batch, std::size_t lane, TableFinder& finder) {
     Findings& findings = batch.shares[lane].findings;
     batch.table.readFixes(batch.columns, defaultTolerance_, timeTolerance_);
     for (std::size_t from = 0; from < batch.table.size(); from += kRowsAtOnce) {
@@ -278,7 +279,7 @@ bool Pipeline::processTable(Batch& batch, std::size_t lane) {
             return false;
         }
         const std::size_t to = std::min(from + kRowsAtOnce, batch.table.size());
-        lanes_[lane].shard->takeAll(batch.table, from, to, findings);
+        finder.find(batch.table, from, to, findings);
     }
     findings.endTable();
     return true;

@@ -101,7 +101,7 @@ private:
     bool advanceLane(Lock& lock);
     Lane* laneToAdvance();
     bool process(Batch& batch, std::size_t lane);
-    bool processTable(Batch& batch, std::size_t lane);
+    bool processTable(Batch& batch, std::size_t lane, TableFinder& finder);
     bool processEntries(Batch& batch, std::size_t lane);
     void handOver(Batch& batch);
     ResultBatch resultsOf(Batch& batch) const;
@@ -112,7 +112,6 @@ private:
     Analysis& analysis_;
     const std::shared_ptr<const Renderer> renderer_;
     ResultMaker maker_;
-    const bool keepsEntities_; ///< else batches are tables
     const double defaultTolerance_;
     const std::uint32_t timeTolerance_;
     const std::size_t mostInFlight_;
