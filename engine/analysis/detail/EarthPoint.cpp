@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace qorvel_engine::detail {
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
+constexpr double kPi = std::numbers::pi;
 constexpr double kA = qorvel_detail::kWgs84SemiMajorAxis;
 constexpr double kB = qorvel_detail::kWgs84SemiMinorAxis;
 constexpr double kFirstEccentricity2 = (kA * kA - kB * kB) / (kA * kA);
