@@ -74,6 +74,7 @@ std::vector<Kind> kinds() {
             {"Repeating", kRepeating, kMinute, 1e-4, {35, 36}, fixed},
             {"Calendar", kLate, 7200 * kMinute, 1e-4, {30, 35}, calendar},
             {"EndsOfTime", kExtreme, 1000, 1e-4, {35}, any},
+            {"FewCells", kEdges, kMinute, 2.0, {1, 2, 3, 129}, fixed},
             {"AnyDepth", kEdges | kRepeating, kMinute, 5e-4, all, fixed},
             {"Wild", kExtreme | kRepeating | kWild, kMinute, 5e-4, all, any}};
 }

@@ -43,7 +43,7 @@ constexpr std::array<Step, 8> kSteps = {
 enum Edge : unsigned { kEast = 1, kNorth = 2, kWest = 4, kSouth = 8, kAllEdges = 15 };
 
 /// Those that a step crosses.
-constexpr unsigned crossedBy(const Step& step) {
+consteval unsigned crossedBy(const Step& step) {
     return (step.east > 0 ? kEast : 0U) | (step.north > 0 ? kNorth : 0U) |
            (step.east < 0 ? kWest : 0U) | (step.north < 0 ? kSouth : 0U);
 }
