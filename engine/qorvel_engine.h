@@ -100,6 +100,7 @@ QORVEL_ENGINE_EXPORT const char* qorvel_engine_version(void);
 /// | rows=0 | stays: 1: the rows of the input that belong to each, in place of the stays |
 /// | within=50 | encounters: how near two are who are together, metres |
 /// | apart=300000 | encounters: how far apart fixes may be for the way between to be known, ms |
+/// | fixes_only=0 | encounters: 1: fixes near each other count, and no way between fixes |
 /// | min_duration=0 | encounters: shorter encounters are left out, ms |
 /// | pairs=0 | encounters: 1: the sums of each pair in place of its encounters |
 /// | time_zone=UTC | places: whose clocks tell nights and days of the week |

@@ -4,6 +4,7 @@
 #include "program/cli/inputGroup.h"
 #include "program/cli/options.h"
 #include "program/input/inputFiles.h"
+#include "program/output/PartialFile.h"
 #include "program/shownName.h"
 #include "program/tell.h"
 
@@ -137,6 +138,15 @@ void refuseAmbiguous(const std::string& name) {
     }
 }
 
+/// Is the file a state, or one of those that a state has beside it, see StateFile?
+bool isOfState(const std::string& state, const std::string& file) {
+    const auto isBeside = [&](const char* ending) {
+        return isSameFile(targetOf(state).string() + ending, file);
+    };
+    return isSameFile(state, file) ||
+           (!state.empty() && (isBeside(".new") || isBeside(".previous")));
+}
+
 void settle(RunOptions& run) {
     run.output.zone = run.input.zone;
     refuseSenseless(run.events);
@@ -147,9 +157,9 @@ void settle(RunOptions& run) {
         throw usageFailure("--rejects cannot be the file of the results");
     }
     refuseAmbiguous(run.output.file);
-    if (isSameFile(run.state.file, run.output.file) ||
-        isSameFile(run.state.file, run.rejectsFile)) {
-        throw usageFailure("--state cannot be a file that rows are written to");
+    if (isOfState(run.state.file, run.output.file) || isOfState(run.state.file, run.rejectsFile)) {
+        throw usageFailure("--state cannot be a file that rows are written to, and neither can "
+                           "what it has beside it, as in s.state.new and s.state.previous");
     }
     for (const std::string& file : inputFiles(run.input).names) {
         refuseAmbiguous(file);
@@ -157,8 +167,9 @@ void settle(RunOptions& run) {
         if (isSameFile(run.rejectsFile, input)) {
             throw usageFailure("--rejects cannot be the file of the tracks");
         }
-        if (isSameFile(run.state.file, input)) {
-            throw usageFailure("--state cannot be the file of the tracks");
+        if (isOfState(run.state.file, input)) {
+            throw usageFailure("--state cannot be the file of the tracks, and neither can what it "
+                               "has beside it, as in s.state.new and s.state.previous");
         }
         if (isSameFile(run.output.file, input) && !isPostgres(input)) { // which has many tables
             throw usageFailure("--out cannot be the file of the tracks");
