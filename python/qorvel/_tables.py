@@ -176,12 +176,27 @@ def _of_mapping(table: Mapping[Any, Any]) -> _engine.Source:
     return builder.build()
 
 
+def unmasked(values: Any, what: str) -> Any:  # noqa: ANN401
+    """Give a masked array's values, NaN where they are masked: the mask would be lost."""
+    if values.dtype.kind == "f":
+        return values.filled(float("nan"))
+    if values.mask.any():
+        raise Error(
+            f"{what} is masked, and values of the type {values.dtype} cannot be missing; leave the "
+            "rows out, or give a column of Arrow.",
+            Code.BAD_COLUMN,
+        )
+    return values.data
+
+
 def _add_column(builder: _engine.TableBuilder, name: str, column: Any) -> None:  # noqa: ANN401
     if hasattr(column, "__arrow_c_array__"):
         builder.add_arrow(name, *column.__arrow_c_array__())
         return
     import numpy as np
 
+    if is_of(column, "numpy.ma", "MaskedArray"):
+        column = unmasked(column, f'The column "{name}"')
     values = column.to_numpy() if hasattr(column, "to_numpy") else np.asarray(column)
     if values.ndim != 1:
         raise Error(f'The column "{name}" has {values.ndim} dimensions; want one.', Code.BAD_COLUMN)

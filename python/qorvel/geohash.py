@@ -13,7 +13,7 @@ from typing import TYPE_CHECKING, Any, TypeAlias
 
 from qorvel import _engine
 from qorvel._errors import Code, Error
-from qorvel._tables import is_of
+from qorvel._tables import is_of, unmasked
 
 if TYPE_CHECKING:
     import numpy as np
@@ -152,7 +152,9 @@ def _reals(values: Any) -> Any:  # noqa: ANN401
 
     if _is_arrow(values) and not hasattr(values, "to_numpy"):
         values = _one_array(values)
-    if is_of(values, "pandas", "Series"):
+    if is_of(values, "numpy.ma", "MaskedArray"):
+        values = unmasked(values, "The array")
+    elif is_of(values, "pandas", "Series"):
         values = values.to_numpy(np.float64, na_value=np.nan)
     elif hasattr(values, "to_numpy"):
         # pyarrow copies, but for columns without nulls, only where it is told that it may

@@ -194,6 +194,9 @@ def test_arrays_of_any_kind_are_read():
     gaps = np.where(np.arange(60) % 7, times, np.datetime64("NaT"))
     assert len(qorvel.stays(fixes(time=gaps)).rejects()) == 9
     assert rows_of(qorvel.stays(fixes(entity=np.full(60, 7, np.uint8))))[0]["entity"] == 7
+    masked = np.ma.masked_array(np.full(60, 47.0), np.arange(60) % 6 == 0)
+    assert len(qorvel.stays(fixes(lat=masked)).rejects()) == 10
+    assert (qorvel.geohash.encode(masked, masked.data, 5) == "").sum() == 10
 
 
 class Strange:
@@ -210,6 +213,7 @@ REFUSED = [
     (lambda: qorvel.stays(fixes(lat=np.zeros(3))), "BAD_COLUMN", "3 rows"),
     (lambda: qorvel.stays(fixes(lat=np.zeros((60, 2)))), "BAD_COLUMN", "dimensions"),
     (lambda: qorvel.stays(fixes(lat=np.zeros(60, complex))), "BAD_COLUMN", "complex"),
+    (lambda: qorvel.stays(fixes(time=np.ma.masked_all(60, int))), "BAD_COLUMN", "masked"),
     (lambda: qorvel.stays(fixes(entity=[b"ada"] * 60)), "BAD_COLUMN", "entity"),
     (lambda: qorvel.stays(fixes(), columns={"point": "lat"}), "BAD_COLUMN", "no points"),
     (lambda: qorvel.stays(fixes(), min_stay="soon"), "BAD_CONFIGURATION", "min_stay"),
