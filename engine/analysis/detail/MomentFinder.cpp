@@ -84,6 +84,11 @@ void MomentFinder::expectWanted() const {
     }
 }
 
+/// A single millisecond is not split further.
+bool MomentFinder::hasTooMany() const {
+    return found_.size() > kManyMoments && to_ > from_;
+}
+
 bool MomentFinder::followAll() {
     fillGrid();
     for (std::size_t i = 0; i < fixes_.size() && !grid_.isEmpty();) {
@@ -93,7 +98,7 @@ bool MomentFinder::followAll() {
         }
         expectWanted();
         follow(begin, i);
-        if (found_.size() > kManyMoments && to_ > from_) {
+        if (hasTooMany()) {
             return false;
         }
     }
@@ -196,7 +201,7 @@ bool MomentFinder::lookAroundAll() {
         if (fixes_[i].time >= from_ && fixes_[i].time <= to_) {
             expectWanted();
             lookAround(own, i);
-            if (found_.size() > kManyMoments && to_ > from_) {
+            if (hasTooMany()) {
                 return false;
             }
         }

@@ -55,6 +55,7 @@ private:
     };
 
     void expectWanted() const;
+    bool hasTooMany() const;
     bool followAll();
     void fillGrid();
     void follow(std::size_t begin, std::size_t end);
