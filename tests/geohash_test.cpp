@@ -1,3 +1,4 @@
+#include "qorvel/base/decode.h"
 #include "qorvel/geohash/detail/Cell.h"
 #include "qorvel/geohash/detail/Parallel.h"
 #include "qorvel/qorvel.h"
@@ -109,6 +110,27 @@ TEST(FixedPoint, DecodingTruncatesTowardZero) {
         const Long exact = std::ldexp(static_cast<Long>(distance), -63);
         ASSERT_TRUE(east == -west && static_cast<Long>(east) <= exact) << distance;
         ASSERT_GT(static_cast<Long>(std::nextafter(east, 2)), exact) << distance;
+    }
+}
+
+/// Near the middle of the world and far from it, for cells of every size.
+TEST(FixedPoint, EndsOfCellsAreThoseOfTheirCodes) {
+    const auto check = [](std::uint32_t counted, std::uint64_t code) {
+        const qorvel_detail::CellSide side(counted);
+        const qorvel_detail::CellSide::Ends ends = side.ends(code);
+        ASSERT_EQ(ends.first, qorvel_detail::codeToFraction(code & ~side.rest)) << code;
+        ASSERT_EQ(ends.last, qorvel_detail::codeToFraction(code | side.rest)) << code;
+    };
+    for (std::uint32_t counted = 0; counted <= 64; ++counted) {
+        for (std::uint32_t bit = 0; bit < 64; ++bit) {
+            const std::uint64_t away = std::uint64_t{1} << bit;
+            for (const std::uint64_t code : {away - 1, away, away + 1, away * 3, random64()}) {
+                check(counted, qorvel_detail::kZeroCode + code);
+                check(counted, qorvel_detail::kZeroCode - code);
+                check(counted, code);
+                check(counted, ~code);
+            }
+        }
     }
 }
 

@@ -6,8 +6,6 @@
 #include "qorvel/base/decode.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <utility>
 
 namespace qorvel_engine {
@@ -22,6 +20,19 @@ ResultTable::ResultTable(std::shared_ptr<const ResultSchema> schema,
 ResultTable::ResultTable(ResultTable&&) noexcept = default;
 ResultTable& ResultTable::operator=(ResultTable&&) noexcept = default;
 ResultTable::~ResultTable() = default;
+
+void ResultTable::reserve(std::size_t rows) {
+    for (std::size_t column = 0; column < columns_.size(); ++column) {
+        const ResultKind kind = schema_->columns[column].kind;
+        if (kind == ResultKind::degrees || kind == ResultKind::metres ||
+            kind == ResultKind::hours) {
+            columns_[column].reals.reserve(rows);
+        } else {
+            columns_[column].wholes.reserve(rows);
+        }
+    }
+    cells_.reserve(rows);
+}
 
 void ResultTable::clear() noexcept {
     size_ = 0;
@@ -47,15 +58,6 @@ void ResultTable::truncate() noexcept {
 void ResultTable::refuse(const char* why) {
     throw Fault(FaultCode::misuse, why);
 }
-
-namespace {
-
-qorvel_detail::Degrees centreOf(const qorvel::SpaceBox& cell) {
-    return qorvel_detail::centreOf(cell.getFirst64Bits(), cell.getSecond64Bits(),
-                                   cell.getGeoHashBitDepth());
-}
-
-} // namespace
 
 RowAppender::RowAppender(ResultTable& table, const ResultSchema& schema) : table_(table) {
     ResultTable::expect(&schema == table.schema_.get(), "The table is for other results.");
@@ -98,13 +100,15 @@ void RowAppender::text(std::string_view value) {
 void RowAppender::cell(const qorvel::SpaceBox& cell) {
     text(cell.toASCIIString());
     whole(cell.getGeoHashBitDepth());
-    const qorvel_detail::Degrees centre = centreOf(cell);
+    const qorvel_detail::Degrees centre = qorvel_detail::centreOf(
+        cell.getFirst64Bits(), cell.getSecond64Bits(), cell.getGeoHashBitDepth());
     real(centre.latitude);
     real(centre.longitude);
 }
 
 void RowAppender::shape(const qorvel::SpaceBox& cell) {
-    table_.cells_.push_back(cell);
+    table_.cells_.push_back(
+        {cell.getFirst64Bits(), cell.getSecond64Bits(), cell.getGeoHashBitDepth()});
 }
 
 void RowAppender::finish() {
@@ -125,55 +129,19 @@ RowsAppender::~RowsAppender() {
 
 namespace {
 
-/// The middles of cells that were asked for lately, from one side to the other: many cells have the
-/// same parallels and the same meridians.
-class Middles {
-public:
-    /// Cells of another depth come next.
-    void turnTo(const qorvel_detail::CellSide& side) {
-        rest_ = side.rest;
-        shift_ = static_cast<std::uint32_t>(std::bit_width(rest_)) % 64;
-    }
-
-    template <class Find>
-    double of(std::uint64_t code, const Find& find) {
-        const std::uint64_t key = code | rest_;
-        // Those side by side have places side by side.
-        Known& known = known_[static_cast<std::size_t>(key >> shift_) % kKnown];
-        if (known.key != key || known.rest != rest_) {
-            known = {key, rest_, find(code)};
-        }
-        return known.middle;
-    }
-
-private:
-    static constexpr std::size_t kKnown = 512;
-
-    struct Known {
-        std::uint64_t key = 0;
-        std::uint64_t rest = 1; ///< none is
-        double middle = 0.0;
-    };
-    std::array<Known, kKnown> known_;
-    std::uint64_t rest_ = 0;
-    std::uint32_t shift_ = 0;
-};
-
 /// The middles of all cells, of which mostly one after the other has the same depth.
 template <class SideAt, class CodeOf, class MiddleOf>
 void appendMiddles(const std::vector<CellBits>& cells, AlignedVector<double>& to,
                    const SideAt& sideAt, const CodeOf& codeOf, const MiddleOf& middleOf) {
     const std::size_t first = to.size();
     to.resize(first + cells.size());
-    Middles middles;
+    double* const middles = to.data() + first;
     for (std::size_t row = 0; row < cells.size();) {
         const std::uint32_t depth = cells[row].depth;
         const qorvel_detail::CellSide side = sideAt(depth);
-        middles.turnTo(side);
         for (; row < cells.size() && cells[row].depth == depth; ++row) {
             const std::uint64_t second = depth > 64 ? cells[row].second : 0; // else none counts
-            to[first + row] = middles.of(codeOf(cells[row].first, second),
-                                         [&](std::uint64_t code) { return middleOf(side, code); });
+            middles[row] = middleOf(side, codeOf(cells[row].first, second));
         }
     }
 }
@@ -181,10 +149,7 @@ void appendMiddles(const std::vector<CellBits>& cells, AlignedVector<double>& to
 } // namespace
 
 void RowsAppender::tellCells(const std::vector<CellBits>& cells) {
-    table_.cells_.reserve(table_.cells_.size() + count_);
-    for (const CellBits& cell : cells) {
-        table_.cells_.emplace_back(cell.first, cell.second, cell.depth);
-    }
+    table_.cells_.insert(table_.cells_.end(), cells.begin(), cells.end());
     appendTexts(cells);
     wholes([&](std::size_t row) { return static_cast<std::int64_t>(cells[row].depth); });
     using qorvel_detail::CellSide;

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -20,6 +21,13 @@ namespace qorvel_engine {
 namespace detail {
 class TableExporter;
 }
+
+/// A cell as the numbers that a SpaceBox has.
+struct CellBits {
+    std::uint64_t first;  ///< bits 1 to 64, those beyond the depth included
+    std::uint64_t second; ///< bits 65 to 128
+    std::uint32_t depth;
+};
 
 /// Results, column by column; beside each row the cell that is its shape on a map, if it has one.
 /// Rows are appended by a ResultLayout, which also says what the columns are.
@@ -51,6 +59,9 @@ public:
     void append(const Result& result) {
         Result::layout().append(result, *this);
     }
+
+    /// Asks for memory for so many rows at once, but for that of texts. Throws std::bad_alloc.
+    void reserve(std::size_t rows);
 
     /// Takes all rows out; memory is kept for the next.
     void clear() noexcept;
@@ -84,10 +95,14 @@ public:
         return columnOf(row, column, ResultKind::degrees, ResultKind::hours).reals[row];
     }
 
-    /// The cell of a row, until the table is changed; null for results that have none.
-    const qorvel::SpaceBox* cell(std::size_t row) const {
+    /// The cell of a row; nothing for results that have none.
+    std::optional<qorvel::SpaceBox> cell(std::size_t row) const {
         expect(row < size_, kNoSuch);
-        return cells_.empty() ? nullptr : &cells_[row];
+        if (cells_.empty()) {
+            return std::nullopt;
+        }
+        const CellBits& bits = cells_[row];
+        return qorvel::SpaceBox(bits.first, bits.second, bits.depth);
     }
 
 private:
@@ -125,7 +140,7 @@ private:
     std::shared_ptr<const ResultSchema> schema_;
     std::shared_ptr<const EntityNames> names_;
     std::vector<Column> columns_;
-    std::vector<qorvel::SpaceBox> cells_; ///< one a row, or none at all
+    std::vector<CellBits> cells_; ///< one a row, or none at all
     std::size_t size_ = 0;
 };
 
@@ -158,13 +173,6 @@ private:
     ResultTable& table_;
     std::size_t next_ = 0; ///< column
     bool isFinished_ = false;
-};
-
-/// A cell as the numbers that a SpaceBox has.
-struct CellBits {
-    std::uint64_t first;  ///< bits 1 to 64, those beyond the depth included
-    std::uint64_t second; ///< bits 65 to 128
-    std::uint32_t depth;
 };
 
 /// The same for many rows at once: each call appends the values of a column for all of them. For

@@ -3,6 +3,7 @@
 #include "program/output/CellBounds.h"
 
 #include <charconv>
+#include <optional>
 
 namespace program {
 
@@ -42,8 +43,8 @@ void appendCell(std::string& text, const SpaceBox& cell) {
     text += "]]";
 }
 
-void appendGeometry(std::string& text, const SpaceBox* cell) {
-    if (cell == nullptr) {
+void appendGeometry(std::string& text, const std::optional<SpaceBox>& cell) {
+    if (!cell) {
         text += "null";
         return;
     }

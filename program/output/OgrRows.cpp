@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <ogrsf_frmts.h>
+#include <optional>
 
 namespace program {
 
@@ -52,8 +53,8 @@ std::unique_ptr<OGRPolygon> polygonOf(const SpaceBox& cell) {
 }
 
 std::unique_ptr<OGRGeometry> shapeOf(const ResultTable& table, std::size_t row) {
-    const SpaceBox* const cell = table.cell(row);
-    return cell == nullptr ? nullptr : polygonOf(*cell);
+    const std::optional<SpaceBox> cell = table.cell(row);
+    return cell ? polygonOf(*cell) : nullptr;
 }
 
 /// A text field ends at a NUL.

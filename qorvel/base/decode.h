@@ -32,21 +32,25 @@ constexpr double codeToFraction(std::uint64_t code) {
                                  (afterLeadingOne >> 12));
 }
 
+/// The double next to a positive one, towards zero.
+constexpr double justBelow(double value) {
+    return std::bit_cast<double>(std::bit_cast<std::uint64_t>(value) - 1);
+}
+
 struct Degrees {
     double latitude;
     double longitude;
 };
 
-// Codes, scaled to degrees. The two expressions differ in form: adding 1 first rounds away the last
-// bits of a longitude, and so the eastern end of the world comes out as exactly 180, whereas
-// latitude stays below 90.
-constexpr double latitudeOf(std::uint64_t code) {
-    return codeToFraction(code) * (kMaxLatitude - kMinLatitude) / 2 +
-           (kMaxLatitude + kMinLatitude) / 2;
+// Fractions of codes, scaled to degrees. The two expressions differ in form: adding 1 first rounds
+// away the last bits of a longitude, and so the eastern end of the world comes out as exactly 180,
+// whereas latitude stays below 90.
+constexpr double latitudeAt(double fraction) {
+    return fraction * (kMaxLatitude - kMinLatitude) / 2 + (kMaxLatitude + kMinLatitude) / 2;
 }
-constexpr double longitudeOf(std::uint64_t code) {
+constexpr double longitudeAt(double fraction) {
     constexpr double span = kMaxLongitude - kMinLongitude;
-    return kMinLongitude + (codeToFraction(code) + 1) * span / 2;
+    return kMinLongitude + (fraction + 1) * span / 2;
 }
 
 /// Takes apart 128 interleaved bits, a longitude bit before a latitude bit.
@@ -60,7 +64,8 @@ constexpr std::uint64_t longitudeCode(std::uint64_t first, std::uint64_t second)
 
 /// The point of 128 interleaved bits.
 constexpr Degrees decodeInterleaved(std::uint64_t first, std::uint64_t second) {
-    return {latitudeOf(latitudeCode(first, second)), longitudeOf(longitudeCode(first, second))};
+    return {latitudeAt(codeToFraction(latitudeCode(first, second))),
+            longitudeAt(codeToFraction(longitudeCode(first, second)))};
 }
 
 /// From the west to the east of the cells of one depth, or from the south to the north: the codes
@@ -77,11 +82,38 @@ struct CellSide {
         return CellSide(depth - depth / 2);
     }
 
+    struct Ends {
+        double first;
+        double last;
+    };
+
+    /// The fractions of the first and the last code beside one of them.
+    constexpr Ends ends(std::uint64_t code) const {
+        constexpr std::uint64_t kDropped = (1U << 11) - 1; // of a fraction next to 1
+        constexpr double kUnit = 0x1p-63;
+        constexpr double kSome = 0x1p53; // beyond it two codes side by side may be one double
+        if (rest >= kDropped && rest < kZeroCode / 2) {
+            // Exact, as is the code behind the last one; of that one less, the lowest bits drop.
+            const auto first =
+                static_cast<double>(static_cast<std::int64_t>((code & ~rest) - kZeroCode));
+            const double behind = first + static_cast<double>(static_cast<std::int64_t>(rest + 1));
+            if (behind > kSome) {
+                return {first * kUnit, justBelow(behind) * kUnit};
+            }
+            if (behind <= -kSome) {
+                return {first * kUnit, behind * kUnit};
+            }
+        }
+        return {codeToFraction(code & ~rest), codeToFraction(code | rest)};
+    }
+
     constexpr double middleLatitude(std::uint64_t code) const {
-        return (latitudeOf(code & ~rest) + latitudeOf(code | rest)) / 2.0;
+        const Ends fractions = ends(code);
+        return (latitudeAt(fractions.first) + latitudeAt(fractions.last)) / 2.0;
     }
     constexpr double middleLongitude(std::uint64_t code) const {
-        return (longitudeOf(code & ~rest) + longitudeOf(code | rest)) / 2;
+        const Ends fractions = ends(code);
+        return (longitudeAt(fractions.first) + longitudeAt(fractions.last)) / 2;
     }
 };
 

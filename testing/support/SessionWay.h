@@ -74,7 +74,7 @@ public:
             }
             out += ' ';
         }
-        out += std::to_string(table.cell(row) != nullptr ? 1 : 0) + '\n';
+        out += std::to_string(table.cell(row) ? 1 : 0) + '\n';
     }
 };
 

@@ -19,6 +19,9 @@ public:
     /// Column by column, in the order of BoxResult::layout().
     void find(const EventTable& table, std::size_t from, std::size_t to, Found& found) override {
         boxes_.clear();
+        if (from == 0) {
+            found.results().reserve(found_);
+        }
         processor_.boxes(table.events(from, to), boxes_);
         const std::uint64_t* const entities = table.entities().data() + from;
         const std::int64_t* const times = table.times().data() + from;
@@ -33,6 +36,7 @@ public:
         rows.wholes([&](std::size_t row) { return boxes_[row].end; });
         rows.wholes([&](std::size_t row) { return times[boxes_[row].event]; });
         rows.finish();
+        found_ = found.results().size();
     }
 
     TableFinder* byTables() override { return this; }
@@ -41,6 +45,7 @@ public:
 private:
     qorvel_port::FigureProcessor processor_;
     std::vector<qorvel_port::BoxFigures> boxes_; ///< kept for its memory
+    std::size_t found_ = 0;                      ///< in a table: the next has about as many
 };
 
 } // namespace

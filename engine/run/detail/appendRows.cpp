@@ -1,5 +1,7 @@
 #include "engine/run/detail/appendRows.h"
 
+#include <optional>
+
 namespace qorvel_engine::detail {
 
 namespace {
@@ -36,7 +38,7 @@ void appendRows(const ResultTable& from, std::size_t begin, std::size_t end, Res
             }
             appendValue(from, row, column, appender);
         }
-        if (const qorvel::SpaceBox* const cell = from.cell(row)) {
+        if (const std::optional<qorvel::SpaceBox> cell = from.cell(row)) {
             appender.shape(*cell);
         }
         appender.finish();
