@@ -1,6 +1,6 @@
 """Rows a second of a core on Spark, beside the bare engine and Spark's own work, and memory.
 
-python spark.py [--questions NAME,...] [MILLIONS OF ROWS...], or --streams ENTITIES..., or --crowd MILLIONS OF ROWS
+python spark.py [--questions NAME,...] [MILLIONS OF ROWS...], or --streams ENTITIES..., or --crowd MILLIONS OF ROWS...
 """
 
 import functools
@@ -141,7 +141,7 @@ def measure_crowd(spark: SparkSession, rows: int) -> None:
         (F.col("id") / 60).cast("long").alias("entity"),
         (START + F.col("id") % 60 * MINUTE).alias("time_ms"),
     )
-    for name, degrees in (("far and wide", 0.6), ("in one town", 0.05)):
+    for name, degrees in (("to warm up", 0.6), ("far and wide", 0.6), ("in one town", 0.05)):
         frame = hour.withColumns({"lat": place(1, degrees), "lon": place(2, degrees)})
         tell(f"meet, {name}", rows, work_out(qorvel.spark.meet(frame, partitions=4 * CORES)))
 
@@ -200,6 +200,7 @@ def main() -> None:
                 # By entity, 100,000 take three hours; a million, and small buckets, hours likewise.
                 if entities <= 1_000 or (buckets and (entities <= 100_000 or buckets == 64)):
                     measure_stream(spark, entities, buckets)
+        spark.stop()
         return
     if sys.argv[1:2] == ["--peak"]:
         tell_peak(int(sys.argv[2]))
@@ -209,7 +210,9 @@ def main() -> None:
         questions, sizes = sizes[1].split(","), sizes[2:]
     spark = start()
     if sizes[0] == "--crowd":
-        measure_crowd(spark, int(float(sizes[1]) * 1e6))
+        for millions in sizes[1:]:
+            measure_crowd(spark, int(float(millions) * 1e6))
+        spark.stop()
         return
     for millions in sizes:
         measure(
