@@ -346,9 +346,17 @@ std::vector<Value> valuesOf(const std::vector<ReasonRow>& rows, Value Row::*memb
     return values;
 }
 
-ColumnPointer anyTimes(const std::vector<ReasonRow>& rows) {
+/// Of numbers without a unit some are microseconds of 1973, or milliseconds of 5138.
+ColumnPointer anyTimes(std::vector<ReasonRow>& rows) {
     const auto [format, factor] = oneOf<std::pair<const char*, std::int64_t>>(
         {{"l", 1}, {"tsm:", 1}, {"tsm:Europe/Vienna", 1}, {"tsu:UTC", 1000}, {"tsn:", 1000000}});
+    for (ReasonRow& row : rows) {
+        if (format == std::string_view("l") && row.reason == R::none && below(4) == 0) {
+            const bool isDoubtful = below(2) == 0;
+            row.row.time = isDoubtful ? 100'000'000'000'000 : 99'999'999'999'999;
+            row.reason = isDoubtful ? R::timeDoubtful : R::none;
+        }
+    }
     auto values = valuesOf(rows, &Row::time);
     for (auto& value : values) {
         if (value) { // anywhere within the millisecond

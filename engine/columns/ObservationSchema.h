@@ -19,7 +19,7 @@ struct ColumnNames {
     std::string entity = "entity";              ///< texts or integers
     std::string latitude = "lat";               ///< degrees
     std::string longitude = "lon";              ///< degrees
-    std::string time = "time";                  ///< a timestamp, or milliseconds since 1970 UTC
+    std::string time = "time";                  ///< a timestamp, or ms since 1970 UTC up to 5138
     std::string accuracy = "accuracy";          ///< metres
     std::string primaryKey = "primary_key";     ///< texts
     std::string secondaryKey = "secondary_key"; ///< texts

@@ -62,7 +62,10 @@ RowReason checkTime(const TimeValues& values, std::int64_t row) {
     if (values.milliseconds(row) < 0) {
         return RowReason::timeNegative;
     }
-    return values.isOutOfRange(row) ? RowReason::timeOutOfRange : RowReason::none;
+    if (values.isOutOfRange(row)) {
+        return RowReason::timeOutOfRange;
+    }
+    return values.isDoubtful(row) ? RowReason::timeDoubtful : RowReason::none;
 }
 
 RowReason checkAccuracy(const RealValues& values, std::int64_t row) {

@@ -38,6 +38,9 @@ const char* reasonText(RowReason reason) noexcept {
         return "the secondary key is not UTF-8";
     case RowReason::secondaryKeyHasNul:
         return "the secondary key has a NUL character";
+    case RowReason::timeDoubtful:
+        return "the time lies beyond the year 5138 if it counts milliseconds; give one in another "
+               "unit as a timestamp";
     }
     return "";
 }

@@ -25,7 +25,8 @@ enum class RowReason : std::uint8_t {
     primaryKeyNotUtf8 = 13,   ///< bytes that are no UTF-8
     primaryKeyHasNul = 14,    ///< a NUL byte
     secondaryKeyNotUtf8 = 15, ///< bytes that are no UTF-8
-    secondaryKeyHasNul = 16   ///< a NUL byte
+    secondaryKeyHasNul = 16,  ///< a NUL byte
+    timeDoubtful = 17         ///< a number without a unit, beyond the year 5138 in milliseconds
 };
 
 /// A sentence without a full stop, such as "the latitude is missing"; an empty text for `none` and

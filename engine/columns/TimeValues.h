@@ -8,7 +8,13 @@
 namespace qorvel_engine {
 
 /// What a column of times counts, since 1970-01-01 00:00 UTC.
-enum class TimeUnit : std::uint8_t { seconds, milliseconds, microseconds, nanoseconds };
+enum class TimeUnit : std::uint8_t {
+    seconds,
+    milliseconds,
+    microseconds,
+    nanoseconds,
+    unsaid ///< whole numbers that say nothing: milliseconds up to the year 5138, see isDoubtful
+};
 
 /// A column of times, read in place.
 class TimeValues : public Values {
@@ -24,6 +30,12 @@ public:
     /// Does the time of a row that is not null have no millisecond in 64 bits?
     bool isOutOfRange(std::int64_t row) const noexcept {
         return unit_ == TimeUnit::seconds && !isWithinSeconds(at<std::int64_t>(row));
+    }
+
+    /// Would the time of a row that is not null, of numbers without a unit, lie beyond the year
+    /// 5138? Then it is most likely one of today, in microseconds or nanoseconds.
+    bool isDoubtful(std::int64_t row) const noexcept {
+        return unit_ == TimeUnit::unsaid && at<std::int64_t>(row) >= kYear5138;
     }
 
     /// Milliseconds since 1970-01-01 00:00 UTC of a row that is not null: the one that the time
@@ -47,6 +59,7 @@ public:
 private:
     using Limits = std::numeric_limits<std::int64_t>;
     static constexpr std::int64_t kPerSecond = 1000;
+    static constexpr std::int64_t kYear5138 = 100'000'000'000'000; ///< ms
 
     static bool isWithinSeconds(std::int64_t seconds) noexcept {
         return Limits::min() / kPerSecond <= seconds && seconds <= Limits::max() / kPerSecond;

@@ -68,8 +68,10 @@ TimeUnit unitOf(ArrowType type) {
         return TimeUnit::microseconds;
     case ArrowType::nanoseconds:
         return TimeUnit::nanoseconds;
-    default:
+    case ArrowType::milliseconds:
         return TimeUnit::milliseconds;
+    default:
+        return TimeUnit::unsaid;
     }
 }
 
