@@ -21,7 +21,7 @@ struct Ending {
     InputFormat format;
 };
 constexpr Ending kEndings[] = {
-    {".csv", InputFormat::csv}, {".txt", InputFormat::csv},       {".tsv", InputFormat::tsv},
+    {".csv", InputFormat::csv}, {".txt", InputFormat::byName},    {".tsv", InputFormat::tsv},
     {".tab", InputFormat::tsv}, {".ndjson", InputFormat::ndjson}, {".jsonl", InputFormat::ndjson},
 };
 
