@@ -3,7 +3,9 @@
 #include "program/Failure.h"
 #include "program/commands/Progress.h"
 #include "program/output/CellBounds.h"
+#include "program/output/OgrRows.h"
 #include "program/output/ResultWriter.h"
+#include "program/output/SpatialIndex.h"
 
 #include <algorithm>
 #include <csignal>
@@ -16,6 +18,7 @@
 #include <optional>
 #include <random>
 #include <simdjson.h>
+#include <sqlite3.h>
 #include <string>
 #include <string_view>
 #include <sys/resource.h>
@@ -175,6 +178,28 @@ std::vector<Texts> readMap(const fs::path& file) {
     EXPECT_EQ(data->GetLayerByName("found")->GetFeatureCount(), static_cast<GIntBig>(rows.size()));
     std::sort(rows.begin(), rows.end());
     return rows;
+}
+
+/// What a query gives, value by value with its type.
+Texts valuesOf(const fs::path& file, const std::string& query) {
+    Texts values;
+    sqlite3* database = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    EXPECT_EQ(sqlite3_open_v2(file.c_str(), &database, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_prepare_v2(database, query.c_str(), -1, &statement, nullptr), SQLITE_OK)
+        << query;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+        for (int i = 0; i < sqlite3_column_count(statement); ++i) {
+            values.push_back(std::to_string(sqlite3_column_type(statement, i)) + ' ');
+            if (const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, i))) {
+                values.back().append(bytes,
+                                     static_cast<std::size_t>(sqlite3_column_bytes(statement, i)));
+            }
+        }
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    return values;
 }
 
 struct Output : testing::Test {
@@ -361,6 +386,128 @@ TEST_F(Output, OldFileStaysUntilTheNewOneIsComplete) {
     }
 }
 
+TEST_F(Output, GeoPackageHoldsWhatGdalWouldWrite) {
+    CPLSetConfigOption("OGR_CURRENT_DATE", "2012-12-18T11:53:30.250Z");
+    std::mt19937_64 random(1);
+    std::vector<Sample> samples(std::begin(kSamples), std::end(kSamples));
+    for (int i = 0; i < 12345; ++i) {
+        const auto time = static_cast<std::int64_t>(random() % 320000000000000) - 63000000000000;
+        const SpaceBox cell(random(), random(), static_cast<std::uint32_t>(random() % 129));
+        samples.push_back({std::to_string(i), time, 1.0 / i, i / 3.0, time, -time, cell, {}});
+    }
+    const ResultTable table = tableOf(kLayout, samples.data(), samples.data() + samples.size());
+    const fs::path wanted = file(".wanted.gpkg");
+    GDALAllRegister();
+    GDALDatasetUniquePtr data(GetGDALDriverManager()->GetDriverByName("GPKG")->Create(
+        wanted.c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+    OGRLayer* layer = addLayer(*data, "found", kLayout.schema(), nullptr);
+    EXPECT_EQ(layer->StartTransaction(), OGRERR_NONE);
+    {
+        OgrRows rows(*layer, kLayout.schema());
+        for (std::size_t row = 0; row < table.size(); ++row) {
+            ASSERT_TRUE(rows.write(table, row));
+        }
+    }
+    EXPECT_EQ(layer->CommitTransaction(), OGRERR_NONE);
+    data.reset();
+    const auto writer = openResultWriter({file(".gpkg")}, kLayout.schema());
+    for (std::size_t next = 0; next < samples.size();) {
+        const std::size_t from = next; // batches end anywhere
+        next = std::min(samples.size(), next + 1 + random() % 999);
+        writer->write(
+            batchOf(*writer, tableOf(kLayout, samples.data() + from, samples.data() + next)));
+    }
+    writer->finish();
+    CPLSetConfigOption("OGR_CURRENT_DATE", nullptr);
+
+    const Texts names = valuesOf(wanted, "SELECT name FROM sqlite_schema WHERE type = 'table' AND "
+                                         "name NOT GLOB 'rtree_*_*_*'");
+    EXPECT_EQ(names.size(), 10U);
+    Texts queries{"SELECT type, name, sql FROM sqlite_schema ORDER BY name"};
+    for (const std::string& name : names) {
+        queries.push_back("SELECT * FROM \"" + name.substr(2) + "\" ORDER BY 1");
+    }
+    for (const std::string& query : queries) {
+        EXPECT_TRUE(valuesOf(file(".gpkg"), query) == valuesOf(wanted, query)) << query;
+    }
+
+    data.reset(GDALDataset::Open(file(".gpkg").c_str(), GDAL_OF_VECTOR));
+    layer = data->GetLayer(0);
+    std::vector<OGREnvelope> shapes;
+    for (const auto& feature : *layer) {
+        shapes.emplace_back();
+        feature->GetGeometryRef()->getEnvelope(&shapes.back());
+    }
+    for (unsigned i = 0; i < 99; ++i) {
+        OGREnvelope window;
+        const auto [west, south, east, north] = cellBounds(SpaceBox(random(), 0, i % 20));
+        layer->SetSpatialFilterRect(west, south, east, north);
+        layer->GetSpatialFilter()->getEnvelope(&window);
+        std::vector<GIntBig> found;
+        for (const auto& feature : *layer) {
+            found.push_back(feature->GetFID());
+        }
+        std::sort(found.begin(), found.end());
+        std::vector<GIntBig> expected;
+        for (std::size_t row = 0; row < shapes.size(); ++row) {
+            if (shapes[row].Intersects(window)) {
+                expected.push_back(static_cast<GIntBig>(row) + 1);
+            }
+        }
+        EXPECT_EQ(found, expected) << west << ' ' << south << ' ' << east << ' ' << north;
+    }
+}
+
+/// Numbers that floats can hold, so that nothing is found by rounding.
+TEST_F(Output, SpatialIndexFindsWhatLookingAtAllFinds) {
+    struct Item {
+        std::int64_t id;
+        CellBounds bounds;
+    };
+    std::mt19937 random(1);
+    const auto number = [&](unsigned most) { return static_cast<double>(random() % most) / 8.0; };
+    for (const std::size_t count : {0U, 1U, 51U, 52U, 2601U, 2602U, 2700U, 20000U}) {
+        for (const std::size_t mostEntries : {60U, 2650U, 30000U}) {
+            std::vector<Item> items(count);
+            std::ofstream(file(".db")).close();
+            SqliteDatabase database(file(".db"));
+            database.run("CREATE VIRTUAL TABLE r USING rtree(id, minx, maxx, miny, maxy);"
+                         "BEGIN");
+            SpatialIndex index(database, "r", mostEntries);
+            for (std::size_t i = 0; i < count; ++i) {
+                const double west = number(2880) - 180.0;
+                const double south = number(1440) - 90.0;
+                items[i] = {static_cast<std::int64_t>(i * 3) - 5000,
+                            {west, south, west + number(50), south + number(20)}};
+                index.add(items[i].id, items[i].bounds);
+            }
+            index.finish();
+            database.run("COMMIT");
+            EXPECT_EQ(valuesOf(file(".db"), "SELECT rtreecheck('r')"), Texts{"3 ok"});
+            for (int i = 0; i < 9; ++i) {
+                const double x = number(2880) - 180.0;
+                const double y = number(1440) - 90.0;
+                Texts expected;
+                for (const auto& [id, bounds] : items) {
+                    if (bounds.west <= x + 9.0 && bounds.east >= x && bounds.south <= y + 9.0 &&
+                        bounds.north >= y) {
+                        expected.push_back("1 " + std::to_string(id));
+                    }
+                }
+                const std::string window =
+                    CPLSPrintf("minx <= %f AND maxx >= %f AND miny <= %f AND maxy >= %f", x + 9.0,
+                               x, y + 9.0, y);
+                EXPECT_EQ(
+                    valuesOf(file(".db"), "SELECT id FROM r WHERE " + window + " ORDER BY id"),
+                    expected)
+                    << count << ' ' << mostEntries << ' ' << window;
+            }
+            EXPECT_EQ(valuesOf(file(".db"), "SELECT count(*) FROM r"),
+                      Texts{"1 " + std::to_string(count)});
+        }
+    }
+}
+
 /// The largest file that a process may write stands in for the room on a disk. What is kept is
 /// whole: pieces of text, or transactions.
 TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
@@ -393,12 +540,20 @@ TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {
             setrlimit(RLIMIT_FSIZE, &before);
             EXPECT_EQ(fileCount(), kept.empty() ? 0 : 1) << ending << ' ' << room;
             EXPECT_EQ(kept.empty(), room == 1000 || ending == ".fgb" || ending == ".html" ||
-                                        (ending == ".gpkg" && room == half))
+                                        (ending == ".gpkg" && (room == half || i == 5)))
                 << ending << ' ' << room;
             if (!kept.empty()) {
                 EXPECT_TRUE(isMap ? readMap(kept).size() >= kRows / 4
                                   : whole.starts_with(contents(kept)))
                     << ending << ' ' << room;
+                if (ending == ".gpkg") {
+                    EXPECT_EQ(valuesOf(kept, "PRAGMA integrity_check"), Texts{"3 ok"}) << room;
+                    EXPECT_EQ(valuesOf(kept, "SELECT name FROM sqlite_schema WHERE name GLOB "
+                                             "'rtree*' UNION SELECT column_name FROM "
+                                             "gpkg_extensions"),
+                              Texts())
+                        << room;
+                }
                 if (i == 4) { // next, room for its pieces, but not for the end behind them
                     rooms.push_back(fs::file_size(kept) - 1);
                 }

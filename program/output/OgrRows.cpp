@@ -1,5 +1,6 @@
 #include "program/output/OgrRows.h"
 
+#include "program/GdalErrors.h"
 #include "program/output/CellBounds.h"
 #include "program/output/jsonText.h"
 #include "program/output/valueText.h"
@@ -57,15 +58,6 @@ std::unique_ptr<OGRGeometry> shapeOf(const ResultTable& table, std::size_t row) 
     return cell ? polygonOf(*cell) : nullptr;
 }
 
-/// A text field ends at a NUL.
-std::string fieldText(std::string_view text) {
-    std::string field = asUtf8(text);
-    for (std::size_t at = field.find('\0'); at != std::string::npos; at = field.find('\0', at)) {
-        field.replace(at, 1, "\xEF\xBF\xBD");
-    }
-    return field;
-}
-
 } // namespace
 
 OGRLayer* addLayer(GDALDataset& dataset, const std::string& name, const ResultSchema& schema,
@@ -79,6 +71,23 @@ OGRLayer* addLayer(GDALDataset& dataset, const std::string& name, const ResultSc
     const bool isMade =
         layer != nullptr && std::all_of(schema.columns.begin(), schema.columns.end(), add);
     return isMade ? layer : nullptr;
+}
+
+bool isReadable(const std::string& file, std::int64_t count, std::int64_t lastId) {
+    const GdalErrors quiet;
+    const GDALDatasetUniquePtr dataset(
+        GDALDataset::Open(file.c_str(), GDAL_OF_VECTOR | GDAL_OF_READONLY));
+    OGRLayer* layer = dataset ? dataset->GetLayer(0) : nullptr;
+    return layer != nullptr && layer->GetFeatureCount() == count &&
+           (count == 0 || OGRFeatureUniquePtr(layer->GetFeature(lastId)) != nullptr);
+}
+
+std::string fieldText(std::string_view text) {
+    std::string field = asUtf8(text);
+    for (std::size_t at = field.find('\0'); at != std::string::npos; at = field.find('\0', at)) {
+        field.replace(at, 1, "\xEF\xBF\xBD");
+    }
+    return field;
 }
 
 OgrRows::OgrRows(OGRLayer& layer, const ResultSchema& schema)

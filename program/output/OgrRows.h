@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 class GDALDataset;
 class OGRFeature;
@@ -19,6 +20,14 @@ namespace program {
 /// errors tell. The options are GDAL's, null for none.
 OGRLayer* addLayer(GDALDataset& dataset, const std::string& name, const ResultSchema& schema,
                    char** options);
+
+/// Can GDAL read the file's first layer, with that many features and the last of them? A disk that
+/// fills up with the very last piece goes unnoticed when the file is closed.
+/// @param lastId  asked for unless there is none
+bool isReadable(const std::string& file, std::int64_t count, std::int64_t lastId);
+
+/// A text as fields take it: UTF-8, see asUtf8, and without a NUL, at which it would end.
+std::string fieldText(std::string_view text);
 
 /// Writes rows of results as features of a layer that addLayer made.
 class OgrRows {

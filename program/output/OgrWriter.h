@@ -22,10 +22,8 @@ class GdalErrors;
 struct OgrFormat {
     const char* driver; ///< GDAL's name
     void (*registerDriver)();
-    std::int64_t firstId; ///< of a feature
 };
 
-OgrFormat geoPackageFormat();
 OgrFormat flatGeobufFormat();
 OgrFormat parquetFormat();
 OgrFormat arrowFormat();
@@ -38,9 +36,6 @@ bool isAvailable(const OgrFormat& format);
 /// A time outside the years 0 to 9999, and with it the far end of a box, is null: such files have
 /// no way to say it; a missing value is null, too. Text is made UTF-8, see asUtf8, and a NUL in it
 /// becomes U+FFFD.
-///
-/// A GeoPackage has the time of its making inside, and so is never the same twice, unless GDAL's
-/// variable OGR_CURRENT_DATE sets that time.
 class OgrWriter : public ResultWriter {
 public:
     OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
@@ -55,11 +50,8 @@ public:
 
 private:
     void create();
-    bool commit();
     void close();
-    void correctCount() const;
-    bool isReadable() const;
-    void writeRow(const ResultTable& table, std::size_t row);
+    bool isWhole() const;
     [[noreturn]] void fail(const GdalErrors& errors) const;
 
     std::string name_;
@@ -70,7 +62,6 @@ private:
     OGRLayer* layer_ = nullptr;
     std::optional<OgrRows> rows_;
     std::int64_t count_ = 0;
-    std::int64_t committed_ = 0;
 };
 
 } // namespace program

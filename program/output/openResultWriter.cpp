@@ -2,6 +2,7 @@
 #include "program/fileName.h"
 #include "program/output/CsvFormat.h"
 #include "program/output/GeoJsonFormat.h"
+#include "program/output/GeoPackageWriter.h"
 #include "program/output/HtmlWriter.h"
 #include "program/output/NdjsonFormat.h"
 #include "program/output/OgrWriter.h"
@@ -75,8 +76,8 @@ std::string extensionOf(OutputFormat format) {
         ->text;
 }
 
-std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::string& extension,
-                                            const OgrFormat& format, const ResultSchema& schema) {
+/// GIS's files need a name of their own.
+void checkRealFile(const std::string& file, const std::string& extension) {
     if (isPacked(file)) {
         throw Failure(ExitCode::usage, "a " + extension + " file cannot be written packed");
     }
@@ -84,6 +85,11 @@ std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::
         throw Failure(ExitCode::usage, "a " + extension + " file must be a real file, which " +
                                            (file == "-" ? "standard output" : file) + " is not");
     }
+}
+
+std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::string& extension,
+                                            const OgrFormat& format, const ResultSchema& schema) {
+    checkRealFile(file, extension);
     return std::make_unique<OgrWriter>(file, extension, format, schema);
 }
 
@@ -163,7 +169,8 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
     case OutputFormat::geojson:
         return text(std::make_shared<GeoJsonFormat>(schema, options.zone));
     case OutputFormat::geopackage:
-        return openOgrWriter(file, extension, geoPackageFormat(), schema);
+        checkRealFile(file, extension);
+        return std::make_unique<GeoPackageWriter>(file, extension, schema);
     case OutputFormat::flatgeobuf:
         return openOgrWriter(file, extension, flatGeobufFormat(), schema);
     case OutputFormat::parquet:
