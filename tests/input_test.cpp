@@ -3,6 +3,8 @@
 #include "program/input/CsvReader.h"
 #include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
+#include "program/input/LineBuffer.h"
+#include "program/input/PlainObject.h"
 #include "program/input/number.h"
 #include "program/isoTime.h"
 
@@ -17,6 +19,7 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <random>
+#include <simdjson.h>
 #include <sqlite3.h>
 #include <string>
 #include <sys/socket.h>
@@ -833,6 +836,100 @@ std::string withoutBlanks(std::string text) {
         text.erase(std::remove(text.begin(), text.end(), blank), text.end());
     }
     return text;
+}
+
+/// What PlainObject takes of a row that stands in the midst of others.
+std::vector<std::string> plainOf(const std::string& row, bool& isPlain) {
+    const std::string held = row + std::string(LineBuffer::kPadding, '"');
+    PlainObject object;
+    isPlain = object.read(std::string_view(held).substr(0, row.size()));
+    std::vector<std::string> found;
+    for (const auto& [key, value] : object.members()) {
+        found.insert(found.end(), {std::string(key), std::string(value)});
+    }
+    return found;
+}
+
+/// The same, of an object of numbers and texts, by the JSON library; nothing else has more than one
+/// word.
+std::vector<std::string> jsonOf(const std::string& row) {
+    namespace ondemand = simdjson::ondemand;
+    ondemand::parser parser;
+    const simdjson::padded_string held(row);
+    ondemand::document document;
+    ondemand::object object;
+    std::vector<std::string> found;
+    if (parser.iterate(held).get(document) != 0U || document.get_object().get(object) != 0U) {
+        return {"no object"};
+    }
+    for (auto member : object) {
+        std::string_view key;
+        ondemand::value value;
+        std::string_view text;
+        if (member.unescaped_key().get(key) != 0U || member.value().get(value) != 0U) {
+            return {"no member"};
+        }
+        found.emplace_back(key);
+        if (value.get_string().get(text) != 0U) {
+            text = value.raw_json_token();
+            text = text.substr(0, text.find_last_not_of(" \t") + 1);
+            if (value.get_double().error() != 0U) {
+                return {"no number"};
+            }
+        }
+        found.emplace_back(text);
+    }
+    return document.current_location().error() == simdjson::OUT_OF_BOUNDS
+               ? found
+               : std::vector<std::string>{"more"};
+}
+
+TEST(PlainObject, TakesRowsAsTheJsonLibraryDoes) {
+    const std::string usual =
+        R"({"entity": "a cab", "lat": -37.70, "t":0 ,"more" : "0123456789ab"})";
+    const std::string others[] = {R"({"a":1e3})",  R"({"a":"\n"})", "{\"a\":\"\xc3\xab\"}",
+                                  R"({"a":null})", R"({"a":[1]})",  "{}"};
+    const std::string wrong[] = {"",
+                                 "{",
+                                 R"({"a"})",
+                                 R"({"a":1,})",
+                                 R"({"a":01})",
+                                 R"({"a":-})",
+                                 R"({"a":1.})",
+                                 R"({"a":.5})",
+                                 R"({"a":"b})",
+                                 R"({"a":1}})",
+                                 R"({"a":1}{})",
+                                 R"({"a":1 "b":2})",
+                                 "{\"a\":\"\t\"}",
+                                 "{\"a\":\"\xff\"}"};
+    bool isPlain = false;
+    for (const std::string& row : others) {
+        EXPECT_TRUE((plainOf(row, isPlain), !isPlain)) << row;
+    }
+    for (const std::string& row : wrong) {
+        EXPECT_TRUE((plainOf(row, isPlain), !isPlain)) << row;
+    }
+    EXPECT_EQ(plainOf(usual, isPlain),
+              (std::vector<std::string>{"entity", "a cab", "lat", "-37.70", "t", "0", "more",
+                                        "0123456789ab"}));
+    EXPECT_TRUE(isPlain);
+    std::mt19937 random(1);
+    constexpr std::string_view kBytes = "{}[]\":, \t\\.-+eE01x\x7f\xc3\xab";
+    int taken = 0;
+    for (int i = 0; i < 100000; ++i) {
+        std::string row = usual;
+        for (auto changes = random() % 3; changes < 3; ++changes) {
+            const std::size_t place = 1 + random() % (row.size() - 2);
+            row.replace(place, random() % 2, random() % 2, kBytes[random() % kBytes.size()]);
+        }
+        const std::vector<std::string> plain = plainOf(row, isPlain);
+        if (isPlain) {
+            ASSERT_EQ(plain, jsonOf(row)) << row;
+            ++taken;
+        }
+    }
+    EXPECT_GT(taken, 20000);
 }
 
 TEST(Input, LosesNothingOfRandomBytes) {

@@ -116,10 +116,13 @@ void LineBuffer::endRow() {
 }
 
 bool LineBuffer::hasLine() const {
-    const std::string_view rest = text(at_, end_);
-    const std::size_t row = rest.find_first_not_of(" \t\r\n");
-    return row != std::string_view::npos &&
-           rest.find_first_of("\r\n", row) != std::string_view::npos;
+    const std::size_t skipped = text(at_, end_).find_first_not_of(" \t\r\n");
+    const auto isThere = [&](char c, std::size_t from) {
+        from = std::max(from, at_ + skipped);
+        return from < end_ && std::memchr(bytes_.data() + from, c, end_ - from) != nullptr;
+    };
+    return skipped != std::string_view::npos &&
+           (isThere('\n', lineFeed_) || isThere('\r', carriageReturn_));
 }
 
 void LineBuffer::fail(const std::string& what) const {

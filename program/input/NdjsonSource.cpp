@@ -1,6 +1,7 @@
 #include "program/input/NdjsonSource.h"
 
 #include "program/Interrupt.h"
+#include "program/input/PlainObject.h"
 
 #include <simdjson.h>
 
@@ -46,13 +47,16 @@ private:
 
     template <typename Visit>
     error_code visit(std::string_view row, Visit visit);
+    void takePlain();
     void note(error_code result);
     FixField fieldOf(std::size_t position, std::string_view key);
     FixField find(std::string_view key);
+    void see(FixField field);
     error_code take(FixField field, ondemand::value value);
     static error_code takeNumber(ondemand::value& value, std::string_view& text);
 
     FixColumns& columns;
+    PlainObject plain;
     ondemand::parser parser;
     std::vector<Known> known;
     std::array<bool, kFixFields> seen{};
@@ -98,10 +102,26 @@ void NdjsonSource::Parser::parse(std::string_view row) {
     texts.fill({});
     seen.fill(false);
     fault.clear();
+    if (plain.read(row)) {
+        takePlain();
+        return;
+    }
     note(visit(row, [this](std::size_t position, std::string_view key, ondemand::value& value) {
         const FixField field = fieldOf(position, key);
         return field == FixField::count ? simdjson::SUCCESS : take(field, value);
     }));
+}
+
+void NdjsonSource::Parser::takePlain() {
+    broken = simdjson::SUCCESS;
+    std::size_t position = 0;
+    for (const auto& [key, value] : plain.members()) {
+        const FixField field = fieldOf(position++, key);
+        if (field != FixField::count) {
+            see(field);
+            texts[indexOf(field)] = value;
+        }
+    }
 }
 
 void NdjsonSource::Parser::note(error_code result) {
@@ -135,12 +155,17 @@ FixField NdjsonSource::Parser::find(std::string_view key) {
     return columns.adopt(key);
 }
 
-error_code NdjsonSource::Parser::take(FixField field, ondemand::value value) {
+void NdjsonSource::Parser::see(FixField field) {
     const auto at = indexOf(field);
     if (seen[at]) {
         fault = columns.name(field) + " stands there twice";
     }
     seen[at] = true;
+}
+
+error_code NdjsonSource::Parser::take(FixField field, ondemand::value value) {
+    const auto at = indexOf(field);
+    see(field);
     ondemand::json_type type{};
     if (auto error = value.type().get(type)) {
         return error;
