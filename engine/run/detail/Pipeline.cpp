@@ -20,6 +20,9 @@ constexpr std::size_t kLanesPerThread = 4;
 /// A row's work takes about as long as memory that is far takes to come.
 constexpr std::size_t kRowsAhead = 12;
 
+/// The calling thread among those at work.
+constexpr std::size_t kCaller = 0;
+
 /// Rows of a table between two looks whether to go on.
 constexpr std::size_t kRowsAtOnce = 128;
 
@@ -62,7 +65,7 @@ Pipeline::~Pipeline() {
 void Pipeline::startThreads(unsigned threads) {
     try {
         for (unsigned thread = 1; thread < threads; ++thread) {
-            threads_.emplace_back(&Pipeline::runThread, this);
+            threads_.emplace_back(&Pipeline::runThread, this, std::size_t{thread});
         }
     } catch (const std::system_error&) {
         endThreads();
@@ -86,11 +89,11 @@ void Pipeline::endThreads() noexcept {
     threads_.clear();
 }
 
-void Pipeline::runThread() {
+void Pipeline::runThread(std::size_t worker) {
     try {
         Lock lock(mutex_);
         while (!hasEnded_ && !isOver()) {
-            if (!doTask(lock)) {
+            if (!doTask(lock, worker)) {
                 changed_.wait(lock);
             }
         }
@@ -199,7 +202,7 @@ void Pipeline::enqueue(std::unique_ptr<Batch> batch) {
 /// Helps, and waits only while others do all that there is to do.
 bool Pipeline::workUntil(Lock& lock, std::size_t mostInFlight) {
     while (!isOver() && inFlight_.size() > mostInFlight) {
-        if (!doTask(lock)) {
+        if (!doTask(lock, kCaller)) {
             changed_.wait(lock);
         }
     }
@@ -210,8 +213,8 @@ bool Pipeline::workUntil(Lock& lock, std::size_t mostInFlight) {
 }
 
 /// The lock is given up while the task is done. False if there is none at the moment.
-bool Pipeline::doTask(Lock& lock) {
-    return handOverOldest(lock) || advanceLane(lock);
+bool Pipeline::doTask(Lock& lock, std::size_t worker) {
+    return handOverOldest(lock) || advanceLane(lock, worker);
 }
 
 bool Pipeline::handOverOldest(Lock& lock) {
@@ -230,13 +233,14 @@ bool Pipeline::handOverOldest(Lock& lock) {
     return true;
 }
 
-bool Pipeline::advanceLane(Lock& lock) {
-    Lane* const lane = laneToAdvance();
+bool Pipeline::advanceLane(Lock& lock, std::size_t worker) {
+    Lane* const lane = laneToAdvance(worker);
     if (lane == nullptr) {
         return false;
     }
     Batch& batch = *lane->batches.front();
     lane->isBusy = true;
+    lane->worker = worker;
     lock.unlock();
     const bool isDone = process(batch, static_cast<std::size_t>(lane - lanes_.data()));
     lock.lock();
@@ -251,13 +255,16 @@ bool Pipeline::advanceLane(Lock& lock) {
     return true;
 }
 
-/// The one that is farthest behind.
-Pipeline::Lane* Pipeline::laneToAdvance() {
+/// The one that is farthest behind, of its own first: what another worker's lane keeps would have
+/// to move from cache to cache.
+Pipeline::Lane* Pipeline::laneToAdvance(std::size_t worker) {
+    const auto rank = [worker](const Lane& lane) {
+        return std::pair(lane.worker != worker, lane.batches.front()->number);
+    };
     Lane* found = nullptr;
     for (Lane& lane : lanes_) {
         const bool hasWork = !lane.isBusy && !lane.batches.empty();
-        if (hasWork &&
-            (found == nullptr || lane.batches.front()->number < found->batches.front()->number)) {
+        if (hasWork && (found == nullptr || rank(lane) < rank(*found))) {
             found = &lane;
         }
     }

@@ -87,19 +87,21 @@ private:
         qorvel::Event event;        ///< the current one
         std::deque<Batch*> batches; ///< in which it has something to do, the oldest first
         bool isBusy = false;
+        std::size_t worker =
+            0; ///< who was at work on it last: what it keeps is in that one's caches
     };
     using Lock = std::unique_lock<std::mutex>;
 
     void startThreads(unsigned threads);
     void endThreads() noexcept;
-    void runThread();
+    void runThread(std::size_t worker);
     bool isOver() const { return trouble_ != nullptr || isCancelled_; }
     void enqueue(std::unique_ptr<Batch> batch);
     bool workUntil(Lock& lock, std::size_t mostInFlight);
-    bool doTask(Lock& lock);
+    bool doTask(Lock& lock, std::size_t worker);
     bool handOverOldest(Lock& lock);
-    bool advanceLane(Lock& lock);
-    Lane* laneToAdvance();
+    bool advanceLane(Lock& lock, std::size_t worker);
+    Lane* laneToAdvance(std::size_t worker);
     bool process(Batch& batch, std::size_t lane);
     bool processTable(Batch& batch, std::size_t lane, TableFinder& finder);
     bool processEntries(Batch& batch, std::size_t lane);
