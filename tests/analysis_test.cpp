@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -505,6 +506,43 @@ TEST(Encounters, AreAllOfTheVesselsOfAPort) {
     const std::vector<Texts> found = ask(options, {}, fixes);
     EXPECT_GT(found.size(), 100);
     expectAllTimes(options, fixes, found);
+}
+
+/// Some moments, and so many that they are looked for bit by bit.
+TEST(Encounters, AreTheSameFromAnyNumberOfThreads) {
+    for (const std::uint64_t entities : {30U, 150U}) {
+        std::vector<SeenFix> fixes;
+        for (std::uint64_t i = 0; i < 50 * entities; ++i) {
+            const double reach = entities < 100 ? 1e-2 : 1e-5; // degrees
+            const auto off = [reach] {
+                return reach * static_cast<double>(random_() % 1000) / 1e3;
+            };
+            fixes.push_back(
+                {i % entities, static_cast<std::int64_t>(random_() % 600'000), off(), off()});
+        }
+        const auto names = std::make_shared<EntityDictionary>(EntityKind::uint64);
+        for (std::uint64_t entity = 0; entity < entities; ++entity) {
+            names->numberOf(entity);
+        }
+        const auto find = [&](unsigned threads, const std::atomic<bool>& isCancelled) {
+            const auto analysis = makeAnalysis({Question::encounters}, nullptr);
+            analysis->useThreads(threads);
+            analysis->watch(isCancelled);
+            std::for_each(fixes.begin(), fixes.end(),
+                          [&](const SeenFix& fix) { analysis->see(fix); });
+            LastResults last(analysis->makeTable(names));
+            analysis->finish(*names, last);
+            std::vector<Texts> rows;
+            for (std::size_t row = 0; row < last.table().size(); ++row) {
+                rows.push_back(valuesOf(last.table(), row));
+            }
+            return rows;
+        };
+        const std::vector<Texts> found = find(1, false);
+        EXPECT_GT(found.size(), entities);
+        EXPECT_EQ(find(3, false), found);
+        EXPECT_THROW(find(3, true), Fault);
+    }
 }
 
 TEST(Encounters, AreSortedByTheNamesOfEntities) {

@@ -123,6 +123,9 @@ public:
     /// and throw the Fault `cancelled`.
     virtual void watch(const std::atomic<bool>&) {}
 
+    /// How many threads its calls may take, the calling one included, from 1; before the first row.
+    virtual void useThreads(unsigned) {}
+
     /// How far before an event's time it may lean on earlier events, ms; none of it if negative:
     /// then nothing need be collected, ever, and rows come to any shards, many at once.
     virtual std::int64_t lookBack() const = 0;

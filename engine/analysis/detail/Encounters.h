@@ -45,6 +45,9 @@ public:
     /// As Analysis::watch.
     void watch(const std::atomic<bool>& cancelled) { finder_.watch(cancelled); }
 
+    /// As Analysis::useThreads.
+    void useThreads(unsigned threads) { finder_.useThreads(threads); }
+
     /// Takes a fix; one that comes after its slot was looked through is counted and left out.
     void add(const SeenFix& fix);
 

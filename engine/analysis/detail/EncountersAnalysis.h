@@ -30,6 +30,7 @@ public:
     std::int64_t lookBack() const override { return options_.apart; }
     bool dependsOnOrder() const override { return false; }
     void watch(const std::atomic<bool>& cancelled) override { encounters_.watch(cancelled); }
+    void useThreads(unsigned threads) override { encounters_.useThreads(threads); }
     void see(const SeenFix& fix) override;
     void collect(std::int64_t time, const EntityNames& names, LastResults& results) override;
     void finish(const EntityNames& names, LastResults& results) override;

@@ -1,5 +1,6 @@
 #include "engine/analysis/detail/MomentFinder.h"
 
+#include "engine/analysis/detail/ThreadGroup.h"
 #include "engine/columns/Fault.h"
 
 #include <algorithm>
@@ -31,6 +32,9 @@ constexpr double kRoundingMargin = 0.001;
 
 /// A million moments are some tens of megabytes. More at a time are not worth the memory.
 constexpr std::size_t kManyMoments = 1'000'000;
+
+/// Fewer are looked through sooner than a thread begins.
+constexpr std::size_t kFixesForThreads = 250;
 
 /// Times are not negative.
 std::int64_t later(std::int64_t time, std::int64_t span) {
@@ -69,7 +73,7 @@ bool MomentFinder::find(std::int64_t from, std::int64_t to, std::vector<Moment>&
     if (!(fixesOnly_ ? lookAroundAll() : followAll())) {
         return false;
     }
-    fixesOnly_ ? sortFoundAround() : sortFound();
+    fixesOnly_ ? sortFoundAround() : makeUnique();
     for (const Found& found : found_) {
         const SeenFix& fix = fixes_[found.fix];
         moments.push_back(
@@ -89,20 +93,52 @@ bool MomentFinder::hasTooMany() const {
     return found_.size() > kManyMoments && to_ > from_;
 }
 
+/// Entity by entity, each by any thread: what is found is put in order, whoever finds it.
 bool MomentFinder::followAll() {
     fillGrid();
-    for (std::size_t i = 0; i < fixes_.size() && !grid_.isEmpty();) {
-        const std::size_t begin = i;
-        while (i < fixes_.size() && fixes_[i].eid == fixes_[begin].eid) {
-            ++i;
-        }
-        expectWanted();
-        follow(begin, i);
-        if (hasTooMany()) {
-            return false;
+    if (grid_.isEmpty()) {
+        return true;
+    }
+    std::vector<std::size_t> begins; // of the entities
+    for (std::size_t i = 0; i < fixes_.size(); ++i) {
+        if (i == 0 || fixes_[i].eid != fixes_[i - 1].eid) {
+            begins.push_back(i);
         }
     }
-    return true;
+    begins.push_back(fixes_.size());
+
+    std::atomic<std::size_t> next = 0;
+    std::atomic<std::size_t> count = 0;
+    std::atomic<bool> isOver = false;
+    const auto search = [&](std::vector<Found>& found) {
+        for (std::size_t at = 0; !isOver && (at = next++) + 1 < begins.size();) {
+            expectWanted();
+            const std::size_t before = found.size();
+            follow(begins[at], begins[at + 1], found);
+            count += found.size() - before;
+            isOver = isOver || (count > kManyMoments && to_ > from_); // of a ms nothing is split
+        }
+        std::sort(found.begin(), found.end(),
+                  [this](const Found& left, const Found& right) { return isBefore(left, right); });
+    };
+    const bool isWorthIt = fixes_.size() >= kFixesForThreads;
+    parts_.resize(isWorthIt ? threads_ - 1 : 0);
+    for (std::vector<Found>& part : parts_) {
+        part.clear();
+    }
+    ThreadGroup group(isOver);
+    for (std::vector<Found>& part : parts_) {
+        group.add([&] { search(part); });
+    }
+    group.finish([&] { search(found_); });
+    for (const std::vector<Found>& part : parts_) {
+        const auto size = static_cast<std::ptrdiff_t>(found_.size());
+        found_.insert(found_.end(), part.begin(), part.end());
+        std::inplace_merge(
+            found_.begin(), found_.begin() + size, found_.end(),
+            [this](const Found& left, const Found& right) { return isBefore(left, right); });
+    }
+    return !isOver;
 }
 
 /// A slice of time is as long as there is between two fixes of an entity, on average: so however
@@ -123,25 +159,26 @@ void MomentFinder::fillGrid() {
 }
 
 /// The way of one entity, piece by piece.
-void MomentFinder::follow(std::size_t begin, std::size_t end) {
+void MomentFinder::follow(std::size_t begin, std::size_t end, std::vector<Found>& found) const {
     const std::uint64_t eid = fixes_[begin].eid;
     const auto time = [this](std::size_t at) { return fixes_[at].time; };
-    ask(eid, {std::max<std::int64_t>(time(begin) - apart_, 0), time(begin), points_[begin]});
+    ask(eid, {std::max<std::int64_t>(time(begin) - apart_, 0), time(begin), points_[begin]}, found);
     for (std::size_t next = begin + 1; next < end; ++next) {
         const std::size_t last = next - 1;
         const std::int64_t gap = time(next) - time(last);
         if (gap <= apart_) {
-            ask(eid, {time(last), time(next), points_[last], points_[next]});
+            ask(eid, {time(last), time(next), points_[last], points_[next]}, found);
         } else {
             const std::int64_t middle = time(last) + gap / 2;
-            ask(eid, {time(last), std::min(time(last) + apart_, middle), points_[last]});
-            ask(eid, {std::max(time(next) - apart_, middle + 1), time(next), points_[next]});
+            ask(eid, {time(last), std::min(time(last) + apart_, middle), points_[last]}, found);
+            ask(eid, {std::max(time(next) - apart_, middle + 1), time(next), points_[next]}, found);
         }
     }
-    ask(eid, {time(end - 1), later(time(end - 1), apart_), points_[end - 1]});
+    ask(eid, {time(end - 1), later(time(end - 1), apart_), points_[end - 1]}, found);
 }
 
-void MomentFinder::ask(std::uint64_t eid, const TrackPiece& piece) {
+void MomentFinder::ask(std::uint64_t eid, const TrackPiece& piece,
+                       std::vector<Found>& found) const {
     const std::int64_t from = std::max(piece.from(), from_);
     const std::int64_t to = std::min(piece.to(), to_);
     if (from > to) {
@@ -153,16 +190,16 @@ void MomentFinder::ask(std::uint64_t eid, const TrackPiece& piece) {
     const std::size_t fixes = // exactly where a long way would ask many cells
         steps < 1.0 ? extent.fixes : grid_.countIn(from, to);
     if (static_cast<double>(fixes) <= cells || piece.length() > TrackPiece::kLongestBounded) {
-        grid_.visitIn(from, to, [&](const FixGrid::Fix& fix) { meet(eid, piece, fix); });
+        grid_.visitIn(from, to, [&](const FixGrid::Fix& fix) { meet(eid, piece, fix, found); });
     } else {
-        askCells(eid, piece, from, to);
+        askCells(eid, piece, from, to, found);
     }
 }
 
 /// In steps so short that the cells around each are few. No place of a step is outside of its box:
 /// a fix that is near one of them is in it.
 void MomentFinder::askCells(std::uint64_t eid, const TrackPiece& piece, std::int64_t from,
-                            std::int64_t to) {
+                            std::int64_t to, std::vector<Found>& found) const {
     const auto steps =
         static_cast<std::int64_t>(piece.length() * piece.shareOf(to - from) / cellSize_ + 1.0);
     for (std::int64_t step = 0; step < steps; ++step) {
@@ -177,17 +214,19 @@ void MomentFinder::askCells(std::uint64_t eid, const TrackPiece& piece, std::int
              std::min(one.z, other.z) - margin},
             {std::max(one.x, other.x) + margin, std::max(one.y, other.y) + margin,
              std::max(one.z, other.z) + margin}};
-        grid_.visitNear(box, begin, end, [&](const FixGrid::Fix& fix) { meet(eid, piece, fix); });
+        grid_.visitNear(box, begin, end,
+                        [&](const FixGrid::Fix& fix) { meet(eid, piece, fix, found); });
     }
 }
 
-void MomentFinder::meet(std::uint64_t eid, const TrackPiece& piece, const FixGrid::Fix& fix) {
+void MomentFinder::meet(std::uint64_t eid, const TrackPiece& piece, const FixGrid::Fix& fix,
+                        std::vector<Found>& found) const {
     if (fix.eid == eid) {
         return;
     }
     const double distance = squaredDistance(piece.at(fix.time), fix.point);
     if (distance <= squaredWithin_) {
-        found_.push_back({std::min(eid, fix.eid), std::max(eid, fix.eid), fix.index, distance});
+        found.push_back({std::min(eid, fix.eid), std::max(eid, fix.eid), fix.index, distance});
     }
 }
 
@@ -278,7 +317,7 @@ std::vector<std::size_t> MomentFinder::ranksInTime() const {
     return ranks;
 }
 
-/// In the order of sortFound. There are so many that they are counted, not compared: the last key
+/// In the order of isBefore(). There are so many that they are counted, not compared: the last key
 /// first, each time keeping the order of those with the same key.
 void MomentFinder::sortFoundAround() {
     std::vector<Found> sorted(found_.size());
@@ -304,15 +343,18 @@ void MomentFinder::sortFoundAround() {
 }
 
 /// By pair and time, fixes of the same time by their place: the numbers of entities hang on the
-/// order of the input. A fix at which two pieces meet, or that was found in two cells, counts once.
-void MomentFinder::sortFound() {
+/// order of the input.
+bool MomentFinder::isBefore(const Found& left, const Found& right) const {
     const auto key = [this](const Found& found) {
         const SeenFix& fix = fixes_[found.fix];
         return std::tuple(found.a, found.b, fix.time, fix.latitude, fix.longitude, found.fix,
                           found.squaredDistance);
     };
-    std::sort(found_.begin(), found_.end(),
-              [&key](const Found& left, const Found& right) { return key(left) < key(right); });
+    return key(left) < key(right);
+}
+
+/// A fix at which two pieces meet, or that was found in two cells, counts once.
+void MomentFinder::makeUnique() {
     const auto isSame = [](const Found& left, const Found& right) {
         return left.a == right.a && left.b == right.b && left.fix == right.fix;
     };

@@ -30,6 +30,9 @@ public:
     /// As Analysis::watch.
     void watch(const std::atomic<bool>& cancelled) { cancelled_ = &cancelled; }
 
+    /// As Analysis::useThreads.
+    void useThreads(unsigned threads) { threads_ = threads; }
+
     /// Takes the fixes of some time: from `apart` before the first moment that is asked for to
     /// `apart` after the last, in ascending order, none twice.
     void take(std::vector<SeenFix> fixes);
@@ -58,16 +61,19 @@ private:
     bool hasTooMany() const;
     bool followAll();
     void fillGrid();
-    void follow(std::size_t begin, std::size_t end);
-    void ask(std::uint64_t eid, const TrackPiece& piece);
-    void askCells(std::uint64_t eid, const TrackPiece& piece, std::int64_t from, std::int64_t to);
-    void meet(std::uint64_t eid, const TrackPiece& piece, const FixGrid::Fix& fix);
+    void follow(std::size_t begin, std::size_t end, std::vector<Found>& found) const;
+    void ask(std::uint64_t eid, const TrackPiece& piece, std::vector<Found>& found) const;
+    void askCells(std::uint64_t eid, const TrackPiece& piece, std::int64_t from, std::int64_t to,
+                  std::vector<Found>& found) const;
+    void meet(std::uint64_t eid, const TrackPiece& piece, const FixGrid::Fix& fix,
+              std::vector<Found>& found) const;
     bool lookAroundAll();
     void fillGridAround();
     void lookAround(std::size_t own, std::size_t index);
     std::vector<std::size_t> ranksInTime() const;
     void sortFoundAround();
-    void sortFound();
+    bool isBefore(const Found& left, const Found& right) const;
+    void makeUnique();
 
     const double squaredWithin_;
     const double within_;
@@ -75,15 +81,17 @@ private:
     const bool fixesOnly_;
     const double cellSize_;
     const std::atomic<bool>* cancelled_ = nullptr;
+    unsigned threads_ = 1;
     FixGrid grid_;
     std::vector<SeenFix> fixes_;
     std::vector<EarthPoint> points_;
     std::int64_t from_ = 0;
     std::int64_t to_ = 0;
     std::vector<Found> found_;
-    std::vector<std::uint64_t> eids_;  ///< of the entities, numbered again: ascending
-    std::vector<Nearest> nearest_;     ///< of each of these
-    std::vector<std::size_t> touched_; ///< those of them that the last fix is near to
+    std::vector<std::vector<Found>> parts_; ///< of the threads, kept for their memory
+    std::vector<std::uint64_t> eids_;       ///< of the entities, numbered again: ascending
+    std::vector<Nearest> nearest_;          ///< of each of these
+    std::vector<std::size_t> touched_;      ///< those of them that the last fix is near to
 };
 
 } // namespace qorvel_engine::detail

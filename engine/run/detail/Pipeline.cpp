@@ -55,6 +55,7 @@ Pipeline::Pipeline(Analysis& analysis, const SessionOptions& options, Counters& 
         lane.shard = analysis.makeShard();
     }
     analysis.watch(isCancelled_);
+    analysis.useThreads(options.threads);
     startThreads(options.threads);
 }
 
