@@ -33,8 +33,8 @@ constexpr double kRoundingMargin = 0.001;
 /// A million moments are some tens of megabytes. More at a time are not worth the memory.
 constexpr std::size_t kManyMoments = 1'000'000;
 
-/// Fewer are looked through sooner than a thread begins.
-constexpr std::size_t kFixesForThreads = 250;
+/// Fewer are looked through in hardly more time than it takes to begin a thread.
+constexpr std::size_t kFixesOfThread = 500;
 
 /// Times are not negative.
 std::int64_t later(std::int64_t time, std::int64_t span) {
@@ -121,8 +121,8 @@ bool MomentFinder::followAll() {
         std::sort(found.begin(), found.end(),
                   [this](const Found& left, const Found& right) { return isBefore(left, right); });
     };
-    const bool isWorthIt = fixes_.size() >= kFixesForThreads;
-    parts_.resize(isWorthIt ? threads_ - 1 : 0);
+    const auto threads = std::clamp<std::size_t>(fixes_.size() / kFixesOfThread, 1, threads_);
+    parts_.resize(threads - 1);
     for (std::vector<Found>& part : parts_) {
         part.clear();
     }
