@@ -3,6 +3,7 @@
 #include "program/input/CsvReader.h"
 #include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
+#include "program/input/KeptFixes.h"
 #include "program/input/LineBuffer.h"
 #include "program/input/PlainObject.h"
 #include "program/input/number.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -18,11 +20,13 @@
 #include <gdal_utils.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <optional>
 #include <random>
 #include <simdjson.h>
 #include <sqlite3.h>
 #include <string>
 #include <sys/socket.h>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 #include <zlib.h>
@@ -958,6 +962,57 @@ TEST(Input, LosesNothingOfRandomBytes) {
         EXPECT_EQ(again.rows, all.rows) << seed;
         EXPECT_EQ(again.verbatim, all.verbatim) << seed;
     }
+}
+
+// ---- What is kept ----
+
+TEST(KeptFixes, AreAllOfThemBitForBitOrNone) {
+    std::mt19937_64 random(5);
+    const auto text = [&random](std::size_t most) {
+        return std::string(random() % most, static_cast<char>('a' + random() % 26));
+    };
+    KeptFixes kept(std::size_t{2} << 20);
+    kept.add({"a", 1.0, 2.0, 3, {}, "", ""});
+    EXPECT_FALSE(kept.holdsAll()); // not asked to
+    kept.begin();
+    std::vector<Fix> fixes;
+    for (std::size_t bytes = 0; bytes < 1'500'000;) { // more than one piece
+        const std::size_t most = fixes.size() % 100 == 0 ? 50'000 : 12;
+        const auto accuracy =
+            random() % 2 == 0 ? std::optional(1.0 / double(random())) : std::nullopt;
+        fixes.push_back({"e" + text(most), random() % 3 == 0 ? -0.0 : 90.0 / double(random()),
+                         -180.0 / double(random()), std::int64_t(random() >> 1), accuracy, text(3),
+                         text(most)});
+        kept.add(fixes.back());
+        bytes += 50 + fixes.back().entity.size() + fixes.back().secondaryKey.size();
+    }
+    kept.foresee(0.51);
+    ASSERT_TRUE(kept.holdsAll());
+    EXPECT_EQ(kept.count(), fixes.size());
+    Fix taken{"old", 1.0, 1.0, 1, 1.0, "old", "old"};
+    for (const Fix& fix : fixes) {
+        ASSERT_TRUE(kept.take(taken));
+        ASSERT_EQ(std::tie(taken.entity, taken.latitude, taken.longitude, taken.time,
+                           taken.accuracyM, taken.primaryKey, taken.secondaryKey),
+                  std::tie(fix.entity, fix.latitude, fix.longitude, fix.time, fix.accuracyM,
+                           fix.primaryKey, fix.secondaryKey));
+        ASSERT_EQ(std::signbit(taken.latitude), std::signbit(fix.latitude));
+    }
+    EXPECT_FALSE(kept.take(taken));
+
+    KeptFixes tooMany(std::size_t{2} << 20);
+    tooMany.begin();
+    std::for_each(fixes.begin(), fixes.end(), [&](const Fix& fix) { tooMany.add(fix); });
+    tooMany.foresee(0.49);
+    EXPECT_FALSE(tooMany.holdsAll() || tooMany.take(taken));
+
+    KeptFixes small(std::size_t{1} << 20);
+    small.begin();
+    for (const Fix& fix : fixes) {
+        small.add(fix);
+    }
+    EXPECT_FALSE(small.holdsAll());
+    EXPECT_FALSE(small.take(taken));
 }
 
 } // namespace

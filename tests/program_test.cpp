@@ -583,6 +583,7 @@ std::string unorderedTown() {
 
 TEST(Program, OutputDoesNotDependOnThreads) {
     const std::string town = unorderedTown();
+    const std::string bad = save("bad", slurp(town) + "x,y\n");
     for (const std::string command :
          {"boxes", "presence", "presence --final --late '1 hours'", "hangouts",
           "hangouts --late '2 hours'", "stays --late '3 hours'", "stays --format geojson",
@@ -592,6 +593,8 @@ TEST(Program, OutputDoesNotDependOnThreads) {
         EXPECT_EQ(one.code, 0) << one.err;
         EXPECT_GT(lineCount(one.out), 20) << command;
         EXPECT_EQ(shell("$Q " + command + " --threads 5 " + town).out, one.out) << command;
+        // With a bad row the file is read again, where its rows were kept.
+        EXPECT_EQ(shell("$Q " + command + " --threads 1 " + bad).out, one.out) << command;
         if (has(command, "late")) { // with which a pipe gives what a file does
             const std::string pipe = "cat " + town + " | $Q " + command + " --threads 2 -";
             EXPECT_EQ(shell(pipe).out, one.out) << command;

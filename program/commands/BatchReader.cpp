@@ -6,6 +6,7 @@
 #include "program/input/FixBatch.h"
 #include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
+#include "program/input/KeptFixes.h"
 
 #include <limits>
 #include <string>
@@ -32,7 +33,7 @@ bool BatchReader::fill(FixBatch& batch) {
         trouble_ = failure;
         hasEnded_ = true;
     }
-    progress_.show(source_.shareRead(), rows_);
+    progress_.show(shareRead(), rows_);
     return rows_ > before;
 }
 
@@ -41,7 +42,7 @@ void BatchReader::sort(std::uint64_t memory) {
     for (; readGoodRow(); ++goodRows_) {
         sorter_->add(fix_);
         if (goodRows_ % kBatchRows == 0) {
-            progress_.show(source_.shareRead(), rows_);
+            progress_.show(shareRead(), rows_);
         }
     }
     sorter_->sort();
@@ -70,19 +71,27 @@ void BatchReader::readRows(FixBatch& batch) {
     const std::uint64_t end = rows_ + kBatchRows;
     const bool isWaitedFor = !source_.isRepeatable();
     while (!hasEnded_ && !isLive_ && rows_ < end) {
-        if (interrupted() || !source_.next()) {
+        if (interrupted() || !next()) {
             hasEnded_ = true;
             return;
         }
         if (readRow()) {
             append(batch);
         }
-        isLive_ = source_.isDrained() && isWaitedFor;
+        isLive_ = isWaitedFor && source_.isDrained();
     }
+}
+
+bool BatchReader::next() {
+    return kept_.holdsAll() ? kept_.take(fix_) : source_.next();
 }
 
 /// False for a bad one.
 bool BatchReader::readRow() {
+    if (kept_.holdsAll()) {
+        ++rows_;
+        return true;
+    }
     const std::string fault = source_.read(fix_);
     const std::uint64_t row = rows_++;
     if (fault.empty()) {
@@ -133,6 +142,13 @@ void BatchReader::append(FixBatch& batch) {
     if (filter_.takes(fix_)) {
         batch.append(fix_);
     }
+}
+
+/// As FixSource::shareRead().
+std::optional<double> BatchReader::shareRead() const {
+    return kept_.holdsAll() && kept_.count() > 0
+               ? static_cast<double>(rows_) / static_cast<double>(kept_.count())
+               : source_.shareRead();
 }
 
 void BatchReader::expectFewRejects() const {

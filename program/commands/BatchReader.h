@@ -15,6 +15,7 @@ namespace program {
 class FixBatch;
 class FixFilter;
 class FixSource;
+class KeptFixes;
 class Progress;
 class Rejects;
 
@@ -23,19 +24,20 @@ class Rejects;
 class BatchReader {
 public:
     /// All must outlive the reader.
+    /// @param kept         if it holds all rows they are taken from there, and none is bad
     /// @param mostRejects  a bad row more ends the input; none: any number is skipped
-    BatchReader(FixSource& source, const OldestTimes& oldest, FixFilter& filter, Rejects& rejects,
-                Progress& progress, std::optional<std::uint64_t> mostRejects)
-        : source_(source), oldest_(oldest), filter_(filter), rejects_(rejects), progress_(progress),
-          mostRejects_(mostRejects) {}
+    BatchReader(FixSource& source, KeptFixes& kept, const OldestTimes& oldest, FixFilter& filter,
+                Rejects& rejects, Progress& progress, std::optional<std::uint64_t> mostRejects)
+        : source_(source), kept_(kept), oldest_(oldest), filter_(filter), rejects_(rejects),
+          progress_(progress), mostRejects_(mostRejects) {}
 
     /// Reads the next rows into a batch that is empty; false when there are none, also after a
     /// SIGINT. What ends the input early is kept for trouble(), so that the rows before it count.
     bool fill(FixBatch& batch);
 
-    /// Before the first row: reads all, telling the bad ones as they stand in the input, and puts
-    /// them in the order of their times. What ends the input early is kept, as by fill(). Throws
-    /// what FixSorter does.
+    /// Before the first row, and if none are kept: reads all, telling the bad ones as they stand in
+    /// the input, and puts them in the order of their times. What ends the input early is kept, as
+    /// by fill(). Throws what FixSorter does.
     /// @param memory  see FixSorter
     void sort(std::uint64_t memory);
 
@@ -58,13 +60,16 @@ public:
 
 private:
     void readRows(FixBatch& batch);
+    bool next();
     bool readRow();
     bool readGoodRow();
     bool takeSorted(FixBatch& batch);
     void append(FixBatch& batch);
     void expectFewRejects() const;
+    std::optional<double> shareRead() const;
 
     FixSource& source_;
+    KeptFixes& kept_;
     const OldestTimes& oldest_;
     FixFilter& filter_;
     Rejects& rejects_;

@@ -4,6 +4,7 @@
 #include "program/commands/Progress.h"
 #include "program/input/Fix.h"
 #include "program/input/FixSource.h"
+#include "program/input/KeptFixes.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -22,16 +23,18 @@ constexpr std::int64_t kHour = 3'600'000; ///< ms
 
 } // namespace
 
-OldestTimes::OldestTimes(FixSource& source, Progress& progress, bool entitiesToo)
+OldestTimes::OldestTimes(FixSource& source, Progress& progress, bool entitiesToo, KeptFixes& kept)
     : isKnown_(true), lateInEntity_(entitiesToo ? std::optional<std::int64_t>(0) : std::nullopt) {
     progress.begin("reading times");
     Ways ways;
     try {
-        readTimes(source, progress, ways);
-    } catch (const Failure&) {
-        // See above.
+        readTimes(source, progress, kept, ways);
+    } catch (const Failure&) { // see above
+        kept.drop();
     }
-    source.rewind();
+    if (!kept.holdsAll()) {
+        source.rewind();
+    }
     for (std::size_t block = blocks_.size(); block-- > 1;) {
         blocks_[block - 1].oldest = std::min(blocks_[block - 1].oldest, blocks_[block].oldest);
     }
@@ -41,15 +44,22 @@ OldestTimes::OldestTimes(FixSource& source, Progress& progress, bool entitiesToo
     }
 }
 
-void OldestTimes::readTimes(FixSource& source, Progress& progress, Ways& ways) {
+void OldestTimes::readTimes(FixSource& source, Progress& progress, KeptFixes& kept, Ways& ways) {
+    kept.begin();
     Fix fix;
     for (std::uint64_t row = 0; source.next(); ++row) {
         if (row % kBlock == 0) {
             blocks_.push_back({});
             progress.show(source.shareRead(), row);
+            kept.foresee(source.shareRead().value_or(1.0));
         }
-        const bool isWhole = lateInEntity_ && source.read(fix).empty();
+        const bool isWhole = (lateInEntity_ || kept.holdsAll()) && source.read(fix).empty();
         if (isWhole) {
+            kept.add(fix);
+        } else if (kept.holdsAll()) {
+            kept.drop();
+        }
+        if (isWhole && lateInEntity_) {
             follow(fix, ways);
         }
         const std::optional<std::int64_t> time = isWhole ? fix.time : source.readTime();

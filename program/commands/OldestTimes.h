@@ -12,6 +12,7 @@ namespace program {
 
 class FixSource;
 struct Fix;
+class KeptFixes;
 class Progress;
 
 /// How old the rows of an input are from a row to the end, known from a first reading. With it rows
@@ -28,10 +29,12 @@ public:
     /// Nothing is known: rows may be as old as they like.
     OldestTimes() = default;
 
-    /// Reads the input through and rewinds it. Where it cannot be read on, it ends: the second
-    /// reading will say so, after the rows before are processed.
+    /// Reads the input through and rewinds it, unless all of it is kept. Where it cannot be read
+    /// on, it ends: the second reading will say so, after the rows before are processed.
     /// @param entitiesToo  is lateInEntity() wanted?
-    OldestTimes(FixSource& source, Progress& progress, bool entitiesToo);
+    /// @param kept         takes all rows if they are few enough and not one of them is bad: then
+    ///                     nothing is left that only a second reading would tell
+    OldestTimes(FixSource& source, Progress& progress, bool entitiesToo, KeptFixes& kept);
 
     bool isKnown() const { return isKnown_; }
 
@@ -65,7 +68,7 @@ private:
     /// By a hash of their names: two that share it make rows later, never earlier.
     using Ways = std::unordered_map<std::size_t, Way>;
 
-    void readTimes(FixSource& source, Progress& progress, Ways& ways);
+    void readTimes(FixSource& source, Progress& progress, KeptFixes& kept, Ways& ways);
     void follow(const Fix& fix, Ways& ways);
     std::uint64_t waitingInInput() const;
     std::uint64_t waitingInEntities(const Ways& ways) const;

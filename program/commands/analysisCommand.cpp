@@ -12,6 +12,7 @@
 #include "program/input/FixBatch.h"
 #include "program/input/FixFilter.h"
 #include "program/input/FixSource.h"
+#include "program/input/KeptFixes.h"
 #include "program/output/TextFile.h"
 #include "program/tell.h"
 
@@ -82,6 +83,12 @@ bool holdsRows(Question question) {
 /// A row that waits takes 48 bytes for stays and 85 for encounters.
 constexpr std::uint64_t kWaitingInMiB = 1024 * 1024 / 85;
 
+/// Bytes: 64 MiB, unless rows are to take less.
+std::size_t mostKept(const RunOptions& options) {
+    constexpr std::uint64_t kMostMiB = 64;
+    return static_cast<std::size_t>(std::min(options.sortBeyond, kMostMiB)) << 20;
+}
+
 /// Batches of fixes for a session, which may hold several at once.
 class BatchPool {
 public:
@@ -123,8 +130,8 @@ public:
                                             : std::make_unique<RunState>(options, *source_)),
           filter_(options.filter), writer_(openWriter()),
           rejects_(openRejects(), options.output.isCsvSafe, source_->isSeveral()),
-          session_(openSession(options.late)), oldest_(readTimes()),
-          reader_(*source_, oldest_, filter_, rejects_, progress_, options.mostRejects) {
+          session_(openSession(options.late)), kept_(mostKept(options)), oldest_(readTimes()),
+          reader_(*source_, kept_, oldest_, filter_, rejects_, progress_, options.mostRejects) {
         if (state_) {
             state_->begin(*session_, filter_, rejects_, reader_);
         } else {
@@ -185,9 +192,13 @@ private:
         if (!isWanted) {
             return {};
         }
-        OldestTimes times(*source_, progress_, session_->ordersEntities());
+        OldestTimes times(*source_, progress_, session_->ordersEntities(), kept_);
         isSorting_ = holdsRows(options_.analysis.question) &&
                      times.mostWaiting() / kWaitingInMiB >= options_.sortBeyond;
+        if (isSorting_ && kept_.holdsAll()) { // the memory is for the sorting
+            kept_.drop();
+            source_->rewind();
+        }
         if (times.lateInEntity()) { // the first session has found the options right
             session_ = openSession(isSorting_ ? 0 : times.lateInEntity());
         }
@@ -348,6 +359,7 @@ private:
     Rejects rejects_;
     std::unique_ptr<Session> session_; ///< none after a fault of it
     bool isSorting_ = false;           ///< set by readTimes()
+    KeptFixes kept_;                   ///< filled by readTimes()
     const OldestTimes oldest_;
     BatchReader reader_;
     bool isEnding_ = false; ///< what is read now belongs to no state
