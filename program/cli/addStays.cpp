@@ -20,8 +20,8 @@ std::shared_ptr<RunOptions> addStaying(CLI::App& command, Question question) {
         "how far a row may lie behind the newest one of its entity before it, as in \"2 hours\", "
         "or "
         "\"ever\": rows are put in order as far as that, which takes memory for so many, and later "
-        "ones are left out and counted. Not said: a file may be in any order (it is read twice to "
-        "know it), other input has \"1 hours\"");
+        "ones are left out and counted. Not said: a file may be in any order (it is looked "
+        "through first), other input has \"1 hours\"");
     StayOptions& stays = run.analysis.stays;
     addValue(command, "--radius", stays.radius,
              "how far from the middle of a stay its fixes may lie, metres");

@@ -119,7 +119,7 @@ void addLate(CLI::App& command, RunOptions& run) {
         "--late", [&run](const std::string& text) { run.late = readLate(text); },
         "how far a row may lie behind the newest one before it, as in \"2 hours\", or \"ever\": "
         "what is older is forgotten, which bounds the memory. Later rows are processed as they "
-        "come, and counted. Not said: a file may be in any order (it is read twice to know it), "
+        "come, and counted. Not said: a file may be in any order (it is looked through first), "
         "other input has \"1 days\"");
 }
 
