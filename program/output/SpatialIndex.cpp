@@ -18,7 +18,7 @@ constexpr std::size_t kEntrySize = 24; ///< an id and four floats
 float roundedDown(double value) {
     constexpr double kStep = 1.0 / 8388608.0;
     const auto rounded = static_cast<float>(value);
-    return double{rounded} > value
+    return static_cast<double>(rounded) > value
                ? static_cast<float>(value * (value < 0 ? 1.0 + kStep : 1.0 - kStep))
                : rounded;
 }
