@@ -45,7 +45,9 @@ OldestTimes::OldestTimes(FixSource& source, Progress& progress, bool entitiesToo
 }
 
 void OldestTimes::readTimes(FixSource& source, Progress& progress, KeptFixes& kept, Ways& ways) {
-    kept.begin();
+    if (lateInEntity_) { // else times alone are read, which costs less than to keep all
+        kept.begin();
+    }
     Fix fix;
     for (std::uint64_t row = 0; source.next(); ++row) {
         if (row % kBlock == 0) {
@@ -53,14 +55,12 @@ void OldestTimes::readTimes(FixSource& source, Progress& progress, KeptFixes& ke
             progress.show(source.shareRead(), row);
             kept.foresee(source.shareRead().value_or(1.0));
         }
-        const bool isWhole = (lateInEntity_ || kept.holdsAll()) && source.read(fix).empty();
+        const bool isWhole = lateInEntity_ && source.read(fix).empty();
         if (isWhole) {
             kept.add(fix);
+            follow(fix, ways);
         } else if (kept.holdsAll()) {
             kept.drop();
-        }
-        if (isWhole && lateInEntity_) {
-            follow(fix, ways);
         }
         const std::optional<std::int64_t> time = isWhole ? fix.time : source.readTime();
         Block& block = blocks_.back();

@@ -32,8 +32,9 @@ public:
     /// Reads the input through and rewinds it, unless all of it is kept. Where it cannot be read
     /// on, it ends: the second reading will say so, after the rows before are processed.
     /// @param entitiesToo  is lateInEntity() wanted?
-    /// @param kept         takes all rows if they are few enough and not one of them is bad: then
-    ///                     nothing is left that only a second reading would tell
+    /// @param kept         with entitiesToo, for which rows are read whole, takes all of them if
+    ///                     they are few enough and not one is bad: then nothing is left that only
+    ///                     a second reading would tell
     OldestTimes(FixSource& source, Progress& progress, bool entitiesToo, KeptFixes& kept);
 
     bool isKnown() const { return isKnown_; }
