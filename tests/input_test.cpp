@@ -278,6 +278,7 @@ TEST(Input, IsTheSameInEveryFormat) {
         piped(packed("\xEF\xBB\xBF\n" + lines)),
         save("tabs.csv", tsv),
         save("points.txt", points),
+        save("lines.txt", lines),
         piped(packed("\xEF\xBB\xBF" + csv)),
         save("a.ndjson",
              R"({"t":1355831880.251,"lat":47.371200001,"user":"\u0041nna","lng":"8.5401",)"
