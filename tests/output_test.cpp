@@ -508,6 +508,30 @@ TEST_F(Output, SpatialIndexFindsWhatLookingAtAllFinds) {
     }
 }
 
+TEST_F(Output, DatabasesTellWhatIsWrong) {
+    const auto wordsOf = [](const auto& work) -> std::string {
+        try {
+            work();
+            return "";
+        } catch (const SqliteError& error) {
+            return error.what();
+        }
+    };
+    EXPECT_EQ(wordsOf([&] { SqliteDatabase(file(".db")); }), "unable to open database file");
+    std::ofstream(file(".db")).flush();
+    SqliteDatabase database(file(".db"));
+    database.run("CREATE TABLE t (x UNIQUE)");
+    EXPECT_EQ(wordsOf([&] { SqliteStatement(database, "SELECT * FROM " + sqlName("a\"b")); }),
+              "no such table: a\"b");
+    SqliteStatement insert(database, "INSERT INTO t VALUES (?), (7) RETURNING x");
+    insert.bind(1, std::int64_t{3});
+    insert.run();
+    EXPECT_EQ(wordsOf([&] { insert.run(); }), "UNIQUE constraint failed: t.x");
+    EXPECT_EQ(wordsOf([&] { insert.bind(2, 1.0); }), "column index out of range");
+    EXPECT_EQ(SqliteStatement(database, "SELECT sum(x) FROM t").number(), 10);
+    EXPECT_EQ(SqliteStatement(database, "SELECT x FROM t WHERE x > 9").number(), 0);
+}
+
 /// The largest file that a process may write stands in for the room on a disk. What is kept is
 /// whole: pieces of text, or transactions.
 TEST_F(Output, FullDiskLeavesNothingThatLooksWhole) {

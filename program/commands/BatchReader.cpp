@@ -78,7 +78,7 @@ void BatchReader::readRows(FixBatch& batch) {
         if (readRow()) {
             append(batch);
         }
-        isLive_ = isWaitedFor && source_.isDrained();
+        isLive_ = source_.isDrained() && isWaitedFor;
     }
 }
 

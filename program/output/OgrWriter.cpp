@@ -9,22 +9,32 @@
 
 namespace program {
 
+namespace {
+
+constexpr char kByPython[] = "\"python -m qorvel\" writes them, see its --help";
+
+/// Null where there is none.
+GDALDriver* driverOf(const OgrFormat& format) {
+    format.registerDriver();
+    return GetGDALDriverManager()->GetDriverByName(format.driver);
+}
+
+} // namespace
+
 OgrFormat flatGeobufFormat() {
-    return {"FlatGeobuf", RegisterOGRFlatGeobuf};
+    return {"FlatGeobuf", RegisterOGRFlatGeobuf, "name another format"};
 }
 
 OgrFormat parquetFormat() {
-    return {"Parquet", GDALAllRegister};
+    return {"Parquet", GDALAllRegister, kByPython};
 }
 
 OgrFormat arrowFormat() {
-    return {"Arrow", GDALAllRegister};
+    return {"Arrow", GDALAllRegister, kByPython};
 }
 
 bool isAvailable(const OgrFormat& format) {
-    format.registerDriver();
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format.driver);
-    return driver != nullptr && driver->GetMetadataItem(GDAL_DCAP_CREATE) != nullptr;
+    return driverOf(format) != nullptr;
 }
 
 OgrWriter::OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
@@ -32,10 +42,7 @@ OgrWriter::OgrWriter(const std::string& file, const std::string& extension, cons
     : name_(file), format_(format), schema_(schema), file_(file, extension) {
     const GdalErrors errors;
     create();
-    if (layer_ == nullptr || !errors.first().empty()) {
-        close();
-        fail(errors);
-    }
+    expect(layer_ != nullptr && errors.first().empty(), errors);
     rows_.emplace(*layer_, schema_);
 }
 
@@ -46,13 +53,8 @@ OgrWriter::~OgrWriter() {
 
 /// GDAL takes no file that is there already, not even an empty one.
 void OgrWriter::create() {
-    format_.registerDriver();
     unlink(file_.path().c_str());
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format_.driver);
-    if (driver == nullptr) {
-        return;
-    }
-    dataset_.reset(driver->Create(file_.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
+    dataset_.reset(driverOf(format_)->Create(file_.path().c_str(), 0, 0, 0, GDT_Unknown, nullptr));
     if (dataset_) {
         layer_ = addLayer(*dataset_, schema_.name, schema_, nullptr);
     }
@@ -61,9 +63,7 @@ void OgrWriter::create() {
 void OgrWriter::write(const ResultBatch& results) {
     const GdalErrors errors;
     for (std::size_t row = 0; row < results.table.size(); ++row) {
-        if (!rows_->write(results.table, row)) {
-            fail(errors);
-        }
+        expect(rows_->write(results.table, row), errors);
         ++count_;
     }
 }
@@ -72,9 +72,7 @@ void OgrWriter::write(const ResultBatch& results) {
 void OgrWriter::finish() {
     const GdalErrors errors;
     close();
-    if (!errors.first().empty() || !isWhole()) {
-        fail(errors);
-    }
+    expect(errors.first().empty() && isWhole(), errors);
     file_.complete();
 }
 
@@ -100,8 +98,11 @@ bool OgrWriter::isWhole() const {
     return isReadable(file_.path(), count_, count_ - 1);
 }
 
-void OgrWriter::fail(const GdalErrors& errors) const {
-    throw libraryFailure(name_, errors.first());
+void OgrWriter::expect(bool holds, const GdalErrors& errors) {
+    if (!holds) {
+        close();
+        throw libraryFailure(name_, errors.first());
+    }
 }
 
 } // namespace program

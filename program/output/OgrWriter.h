@@ -22,13 +22,14 @@ class GdalErrors;
 struct OgrFormat {
     const char* driver; ///< GDAL's name
     void (*registerDriver)();
+    const char* otherwise; ///< what to do where there is none
 };
 
 OgrFormat flatGeobufFormat();
 OgrFormat parquetFormat();
 OgrFormat arrowFormat();
 
-/// Has this machine's GDAL a driver that writes it?
+/// Has this machine's GDAL the driver?
 bool isAvailable(const OgrFormat& format);
 
 /// A file of a GIS: one layer, in WGS 84, with a typed field for each column.
@@ -38,6 +39,7 @@ bool isAvailable(const OgrFormat& format);
 /// becomes U+FFFD.
 class OgrWriter : public ResultWriter {
 public:
+    /// Of a format that isAvailable.
     OgrWriter(const std::string& file, const std::string& extension, const OgrFormat& format,
               const ResultSchema& schema);
     ~OgrWriter() override;
@@ -52,7 +54,7 @@ private:
     void create();
     void close();
     bool isWhole() const;
-    [[noreturn]] void fail(const GdalErrors& errors) const;
+    void expect(bool holds, const GdalErrors& errors);
 
     std::string name_;
     OgrFormat format_;

@@ -87,23 +87,15 @@ void checkRealFile(const std::string& file, const std::string& extension) {
     }
 }
 
+/// Debian's GDAL has no drivers for some; those who add them get the files from here, too.
 std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::string& extension,
                                             const OgrFormat& format, const ResultSchema& schema) {
     checkRealFile(file, extension);
-    return std::make_unique<OgrWriter>(file, extension, format, schema);
-}
-
-/// Debian's GDAL has no drivers for these; those who add them get the files from here, too.
-std::unique_ptr<ResultWriter> openColumnarWriter(const std::string& file,
-                                                 const std::string& extension,
-                                                 const OgrFormat& format,
-                                                 const ResultSchema& schema) {
     if (!isAvailable(format)) {
         throw Failure(ExitCode::usage, file + ": GDAL has no driver for " + format.driver +
-                                           " files here; \"python -m qorvel\" writes them, "
-                                           "see its --help");
+                                           " files here; " + format.otherwise);
     }
-    return openOgrWriter(file, extension, format, schema);
+    return std::make_unique<OgrWriter>(file, extension, format, schema);
 }
 
 void checkTiles(const std::string& tiles, OutputFormat format) {
@@ -174,9 +166,9 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
     case OutputFormat::flatgeobuf:
         return openOgrWriter(file, extension, flatGeobufFormat(), schema);
     case OutputFormat::parquet:
-        return openColumnarWriter(file, extension, parquetFormat(), schema);
+        return openOgrWriter(file, extension, parquetFormat(), schema);
     case OutputFormat::arrow:
-        return openColumnarWriter(file, extension, arrowFormat(), schema);
+        return openOgrWriter(file, extension, arrowFormat(), schema);
     case OutputFormat::html:
         return std::make_unique<HtmlWriter>(file, extension, schema, options.tiles);
     }
