@@ -26,7 +26,7 @@ struct KeySizes {
     std::uint32_t secondary;
 };
 
-/// A row has at most 1 MiB, so that a size fits.
+/// Of one that is not too large for a piece.
 std::uint32_t sizeOf(const std::string& text) {
     return static_cast<std::uint32_t>(text.size());
 }
@@ -57,6 +57,10 @@ const char* get(const char* at, std::string& text, std::size_t size) {
 
 void KeptFixes::add(const Fix& fix) {
     if (!holdsAll_) {
+        return;
+    }
+    if (std::max({fix.entity.size(), fix.primaryKey.size(), fix.secondaryKey.size()}) > kPiece) {
+        drop(); // before a size is cut to 32 bits
         return;
     }
     const KeySizes keys{sizeOf(fix.primaryKey), sizeOf(fix.secondaryKey)};
