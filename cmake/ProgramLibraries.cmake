@@ -38,3 +38,7 @@ target_link_libraries(
     qorvel_program_libraries
     INTERFACE CLI11::CLI11 simdjson::simdjson SQLite::SQLite3 ZLIB::ZLIB GDAL::GDAL
               Threads::Threads ${CSV_LIBRARY})
+# simdjson lays its parser out by whether the compiler optimises, which it does not do for the tests.
+target_compile_definitions(
+    qorvel_program_libraries
+    INTERFACE SIMDJSON_DEVELOPMENT_CHECKS=$<BOOL:$<CONFIG:Debug>>)
