@@ -36,9 +36,13 @@ add_library(qorvel_program_libraries INTERFACE)
 target_include_directories(qorvel_program_libraries SYSTEM INTERFACE ${CSV_INCLUDE_DIR})
 target_link_libraries(
     qorvel_program_libraries
-    INTERFACE CLI11::CLI11 simdjson::simdjson SQLite::SQLite3 ZLIB::ZLIB GDAL::GDAL
-              Threads::Threads ${CSV_LIBRARY})
+    INTERFACE CLI11::CLI11 simdjson::simdjson SQLite::SQLite3 ZLIB::ZLIB Threads::Threads
+              ${CSV_LIBRARY})
 # simdjson lays its parser out by whether the compiler optimises, which it does not do for the tests.
 target_compile_definitions(
     qorvel_program_libraries
     INTERFACE SIMDJSON_DEVELOPMENT_CHECKS=$<BOOL:$<CONFIG:Debug>>)
+
+# What is loaded with GDAL alone.
+add_library(qorvel_gdal_libraries INTERFACE)
+target_link_libraries(qorvel_gdal_libraries INTERFACE GDAL::GDAL SQLite::SQLite3)

@@ -2,10 +2,10 @@
 #include "engine/columns/ResultLayout.h"
 #include "program/Failure.h"
 #include "program/commands/Progress.h"
+#include "program/gdal/OgrRows.h"
+#include "program/gdal/SpatialIndex.h"
 #include "program/output/CellBounds.h"
-#include "program/output/OgrRows.h"
 #include "program/output/ResultWriter.h"
-#include "program/output/SpatialIndex.h"
 
 #include <algorithm>
 #include <csignal>

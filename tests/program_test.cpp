@@ -430,6 +430,22 @@ TEST(Program, PacksResultsAndReadsThemFromManyFiles) {
     EXPECT_TRUE(has(some.out, "file,line,reason,row\n" + parts + "/paa.csv.gz,2,"));
 }
 
+TEST(Program, NeedsTheModuleForTheFormatsOfGdalAlone) {
+    std::filesystem::copy_file(QORVEL_PROGRAM, scratch("alone"));
+    const std::string row = "'id,lat,lon,t\na,1,2,3\n'";
+    const auto ask = [&](const std::string& options) {
+        return shell("printf " + row + " | " + scratch("alone") + " boxes " + options);
+    };
+    EXPECT_EQ(ask("-").code, 0);
+    for (const char* options : {"--out b.gpkg -", "x.gpx", "--out PG:dbname=x -"}) {
+        const Outcome refused = ask(options);
+        EXPECT_EQ(refused.code, 3) << options;
+        EXPECT_TRUE(
+            has(refused.err, "GDAL's formats and databases are not to be had: qorvel_gdal.so: "))
+            << refused.err;
+    }
+}
+
 TEST(Program, EndsWhenOutputCannotBeWritten) {
     const std::string tracks = save("tracks", shell("$Q synth --entities 5 --days 1").out);
     for (int round = 0; round < 12; ++round) { // whichever thread meets it

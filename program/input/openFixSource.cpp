@@ -1,10 +1,10 @@
+#include "program/GdalFormats.h"
 #include "program/fileName.h"
 #include "program/input/CsvSource.h"
 #include "program/input/FileSequence.h"
 #include "program/input/FixSource.h"
 #include "program/input/NdjsonSource.h"
-#include "program/input/OgrSource.h"
-#include "program/input/gdalOpening.h"
+#include "program/input/gdalDriver.h"
 #include "program/input/inputFiles.h"
 
 #include <algorithm>
@@ -65,7 +65,7 @@ std::unique_ptr<FixSource> openFixSource(const InputOptions& options) {
     InputFormat format =
         options.format == InputFormat::byName ? formatOf(options.file) : options.format;
     if (format == InputFormat::gdal || !options.gdalDriver.empty()) {
-        return std::make_unique<OgrSource>(options);
+        return gdalFormats().openSource(options);
     }
     auto bytes = std::make_unique<ByteSource>(options.file);
     if (format == InputFormat::byName) {

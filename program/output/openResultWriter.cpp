@@ -1,12 +1,10 @@
 #include "program/Failure.h"
+#include "program/GdalFormats.h"
 #include "program/fileName.h"
 #include "program/output/CsvFormat.h"
 #include "program/output/GeoJsonFormat.h"
-#include "program/output/GeoPackageWriter.h"
 #include "program/output/HtmlWriter.h"
 #include "program/output/NdjsonFormat.h"
-#include "program/output/OgrWriter.h"
-#include "program/output/PostgresWriter.h"
 #include "program/output/ResultWriter.h"
 #include "program/output/TextFile.h"
 #include "program/output/TextWriter.h"
@@ -87,17 +85,6 @@ void checkRealFile(const std::string& file, const std::string& extension) {
     }
 }
 
-/// Debian's GDAL has no drivers for some; those who add them get the files from here, too.
-std::unique_ptr<ResultWriter> openOgrWriter(const std::string& file, const std::string& extension,
-                                            const OgrFormat& format, const ResultSchema& schema) {
-    checkRealFile(file, extension);
-    if (!isAvailable(format)) {
-        throw Failure(ExitCode::usage, file + ": GDAL has no driver for " + format.driver +
-                                           " files here; " + format.otherwise);
-    }
-    return std::make_unique<OgrWriter>(file, extension, format, schema);
-}
-
 void checkTiles(const std::string& tiles, OutputFormat format) {
     if (!tiles.empty() && format != OutputFormat::html) {
         throw Failure(ExitCode::usage, "--tiles is for a page: --out NAME.html or --format html");
@@ -141,7 +128,7 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
     const std::string& file = options.file;
     if (isPostgres(file)) {
         checkTiles(options.tiles, OutputFormat::byName);
-        return std::make_unique<PostgresWriter>(file, options.table, options.replacesTable, schema);
+        return gdalFormats().openTable(file, options.table, options.replacesTable, schema);
     }
     checkTable(options);
     const OutputFormat format =
@@ -161,14 +148,11 @@ std::unique_ptr<ResultWriter> openResultWriter(const OutputOptions& options,
     case OutputFormat::geojson:
         return text(std::make_shared<GeoJsonFormat>(schema, options.zone));
     case OutputFormat::geopackage:
-        checkRealFile(file, extension);
-        return std::make_unique<GeoPackageWriter>(file, extension, schema);
     case OutputFormat::flatgeobuf:
-        return openOgrWriter(file, extension, flatGeobufFormat(), schema);
     case OutputFormat::parquet:
-        return openOgrWriter(file, extension, parquetFormat(), schema);
     case OutputFormat::arrow:
-        return openOgrWriter(file, extension, arrowFormat(), schema);
+        checkRealFile(file, extension);
+        return gdalFormats().openFile(file, extension, format, schema);
     case OutputFormat::html:
         return std::make_unique<HtmlWriter>(file, extension, schema, options.tiles);
     }

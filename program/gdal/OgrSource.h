@@ -1,5 +1,5 @@
-#ifndef QORVEL_PROGRAM_INPUT_OGRSOURCE_H
-#define QORVEL_PROGRAM_INPUT_OGRSOURCE_H
+#ifndef QORVEL_PROGRAM_GDAL_OGRSOURCE_H
+#define QORVEL_PROGRAM_GDAL_OGRSOURCE_H
 
 #include "program/input/FixReader.h"
 #include "program/input/FixSource.h"

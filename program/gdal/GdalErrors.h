@@ -1,5 +1,5 @@
-#ifndef QORVEL_PROGRAM_GDALERRORS_H
-#define QORVEL_PROGRAM_GDALERRORS_H
+#ifndef QORVEL_PROGRAM_GDAL_GDALERRORS_H
+#define QORVEL_PROGRAM_GDAL_GDALERRORS_H
 
 #include <cpl_error.h>
 #include <string>

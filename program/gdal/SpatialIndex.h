@@ -1,9 +1,9 @@
-#ifndef QORVEL_PROGRAM_OUTPUT_SPATIALINDEX_H
-#define QORVEL_PROGRAM_OUTPUT_SPATIALINDEX_H
+#ifndef QORVEL_PROGRAM_GDAL_SPATIALINDEX_H
+#define QORVEL_PROGRAM_GDAL_SPATIALINDEX_H
 
+#include "program/gdal/SqliteDatabase.h"
+#include "program/gdal/SqliteInsertion.h"
 #include "program/output/CellBounds.h"
-#include "program/output/SqliteDatabase.h"
-#include "program/output/SqliteInsertion.h"
 
 #include <cstddef>
 #include <cstdint>

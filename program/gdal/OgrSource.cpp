@@ -1,12 +1,13 @@
-#include "program/input/OgrSource.h"
+#include "program/gdal/OgrSource.h"
 
 #include "program/Failure.h"
-#include "program/GdalErrors.h"
 #include "program/Interrupt.h"
 #include "program/fileName.h"
-#include "program/input/gdalOpening.h"
-#include "program/input/ogrLayers.h"
-#include "program/input/ogrText.h"
+#include "program/gdal/GdalErrors.h"
+#include "program/gdal/gdalOpening.h"
+#include "program/gdal/ogrLayers.h"
+#include "program/gdal/ogrText.h"
+#include "program/input/gdalDriver.h"
 #include "program/shownName.h"
 
 #include <algorithm>

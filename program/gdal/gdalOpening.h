@@ -1,5 +1,5 @@
-#ifndef QORVEL_PROGRAM_INPUT_GDALOPENING_H
-#define QORVEL_PROGRAM_INPUT_GDALOPENING_H
+#ifndef QORVEL_PROGRAM_GDAL_GDALOPENING_H
+#define QORVEL_PROGRAM_GDAL_GDALOPENING_H
 
 #include <string>
 #include <string_view>
@@ -7,12 +7,6 @@
 class GDALDataset;
 
 namespace program {
-
-/// GDAL's driver for an input of that name: of .gpx, .gpkg, .geojson, .geojsonl, .json, .fgb and
-/// .shp, also in front of .gz, and of what is no file but begins like the name of a database
-/// ("PG:dbname=fleet"). Empty for others: GDAL knows formats by what is in a file, and some of them
-/// are programs that read, write and fetch what they like. So a file never chooses its driver.
-std::string gdalDriverOf(const std::string& input);
 
 /// Opens an input for reading, with that driver alone. GDAL prints nothing from then on.
 ///

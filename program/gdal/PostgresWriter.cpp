@@ -1,6 +1,6 @@
-#include "program/output/PostgresWriter.h"
+#include "program/gdal/PostgresWriter.h"
 
-#include "program/GdalErrors.h"
+#include "program/gdal/GdalErrors.h"
 #include "program/output/writeFailure.h"
 #include "program/shownName.h"
 

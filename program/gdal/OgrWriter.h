@@ -1,7 +1,7 @@
-#ifndef QORVEL_PROGRAM_OUTPUT_OGRWRITER_H
-#define QORVEL_PROGRAM_OUTPUT_OGRWRITER_H
+#ifndef QORVEL_PROGRAM_GDAL_OGRWRITER_H
+#define QORVEL_PROGRAM_GDAL_OGRWRITER_H
 
-#include "program/output/OgrRows.h"
+#include "program/gdal/OgrRows.h"
 #include "program/output/PartialFile.h"
 #include "program/output/ResultWriter.h"
 

@@ -1,4 +1,4 @@
-#include "program/input/sqliteFault.h"
+#include "program/gdal/sqliteFault.h"
 
 #include <algorithm>
 #include <filesystem>

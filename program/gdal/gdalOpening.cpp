@@ -1,10 +1,11 @@
-#include "program/input/gdalOpening.h"
+#include "program/gdal/gdalOpening.h"
 
 #include "program/Failure.h"
-#include "program/GdalErrors.h"
 #include "program/fileName.h"
-#include "program/input/shapeFault.h"
-#include "program/input/sqliteFault.h"
+#include "program/gdal/GdalErrors.h"
+#include "program/gdal/shapeFault.h"
+#include "program/gdal/sqliteFault.h"
+#include "program/input/gdalDriver.h"
 #include "program/shownName.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@
 #include <cpl_http.h>
 #include <filesystem>
 #include <gdal_priv.h>
-#include <iterator>
 #include <memory>
 #include <ogr_srs_api.h>
 #include <vector>
@@ -20,30 +20,6 @@
 namespace program {
 
 namespace {
-
-struct Naming {
-    std::string_view piece; ///< of a name, in small letters
-    const char* driver;
-};
-constexpr Naming kEndings[] = {
-    {".gpx", "GPX"},
-    {".gpkg", "GPKG"},
-    {".fgb", "FlatGeobuf"},
-    {".geojson", "GeoJSON"},
-    {".json", "GeoJSON"},
-    {".geojsonl", "GeoJSONSeq"},
-    {".shp", "ESRI Shapefile"},
-    {".parquet", "Parquet"},
-    {".geoparquet", "Parquet"},
-    {".arrow", "Arrow"},
-    {".feather", "Arrow"},
-};
-constexpr Naming kBeginnings[] = {
-    {"pg:", "PostgreSQL"},
-    {"postgresql:", "PostgreSQL"},
-    {"mysql:", "MySQL"},
-    {"mssql:", "MSSQLSpatial"},
-};
 
 /// How a driver is kept from writing beside what it reads, and what it is to look at.
 struct OpenOption {
@@ -123,14 +99,6 @@ std::string pathOf(const std::string& file, const std::string& driver, bool isTr
     return isPacked(file) ? "/vsigzip/" + path : path;
 }
 
-const char* driverByBeginning(const std::string& input) {
-    const std::string name = formatName(input);
-    const auto* known =
-        std::find_if(std::begin(kBeginnings), std::end(kBeginnings),
-                     [&name](const Naming& entry) { return name.starts_with(entry.piece); });
-    return known == std::end(kBeginnings) || isThere(input) ? nullptr : known->driver;
-}
-
 std::string nameForGdal(const std::string& input, const std::string& driver, bool isTrusted) {
     const bool isFile = isThere(input);
     setNetwork(isTrusted && !isFile);
@@ -143,7 +111,7 @@ std::string nameForGdal(const std::string& input, const std::string& driver, boo
     if (isFile) {
         return pathOf(input, driver, isTrusted);
     }
-    if (isTrusted ? input.find(':') == std::string::npos : driverByBeginning(input) == nullptr) {
+    if (isTrusted ? input.find(':') == std::string::npos : !isDatabaseName(input)) {
         refuse(input, "there is no such file");
     }
     return input;
@@ -161,17 +129,6 @@ std::vector<const char*> openOptionsOf(const std::string& driver) {
 }
 
 } // namespace
-
-std::string gdalDriverOf(const std::string& input) {
-    if (const char* driver = driverByBeginning(input)) {
-        return driver;
-    }
-    const std::string name = formatName(input);
-    const auto* known =
-        std::find_if(std::begin(kEndings), std::end(kEndings),
-                     [&name](const Naming& entry) { return name.ends_with(entry.piece); });
-    return known == std::end(kEndings) ? "" : known->driver;
-}
 
 GDALDataset* openWithGdal(const std::string& input, const std::string& driver, bool isTrusted) {
     registerDrivers();

@@ -1,5 +1,5 @@
-#ifndef QORVEL_PROGRAM_OUTPUT_OGRROWS_H
-#define QORVEL_PROGRAM_OUTPUT_OGRROWS_H
+#ifndef QORVEL_PROGRAM_GDAL_OGRROWS_H
+#define QORVEL_PROGRAM_GDAL_OGRROWS_H
 
 #include "engine/columns/ResultTable.h"
 #include "program/engineNames.h"

@@ -1,6 +1,6 @@
-#include "program/output/OgrRows.h"
+#include "program/gdal/OgrRows.h"
 
-#include "program/GdalErrors.h"
+#include "program/gdal/GdalErrors.h"
 #include "program/output/CellBounds.h"
 #include "program/output/jsonText.h"
 #include "program/output/valueText.h"

@@ -1,4 +1,4 @@
-#include "program/output/SpatialIndex.h"
+#include "program/gdal/SpatialIndex.h"
 
 #include <algorithm>
 #include <bit>

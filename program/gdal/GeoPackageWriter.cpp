@@ -1,7 +1,7 @@
-#include "program/output/GeoPackageWriter.h"
+#include "program/gdal/GeoPackageWriter.h"
 
-#include "program/GdalErrors.h"
-#include "program/output/OgrRows.h"
+#include "program/gdal/GdalErrors.h"
+#include "program/gdal/OgrRows.h"
 #include "program/output/valueText.h"
 #include "program/output/writeFailure.h"
 

@@ -1,4 +1,4 @@
-#include "program/input/ogrText.h"
+#include "program/gdal/ogrText.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,8 +1,8 @@
-#include "program/input/ogrLayers.h"
+#include "program/gdal/ogrLayers.h"
 
 #include "program/Failure.h"
-#include "program/GdalErrors.h"
-#include "program/input/gdalOpening.h"
+#include "program/gdal/GdalErrors.h"
+#include "program/gdal/gdalOpening.h"
 
 #include <algorithm>
 #include <ogrsf_frmts.h>

@@ -1,7 +1,7 @@
-#ifndef QORVEL_PROGRAM_OUTPUT_POSTGRESWRITER_H
-#define QORVEL_PROGRAM_OUTPUT_POSTGRESWRITER_H
+#ifndef QORVEL_PROGRAM_GDAL_POSTGRESWRITER_H
+#define QORVEL_PROGRAM_GDAL_POSTGRESWRITER_H
 
-#include "program/output/OgrRows.h"
+#include "program/gdal/OgrRows.h"
 #include "program/output/ResultWriter.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
-#include "program/output/OgrWriter.h"
+#include "program/gdal/OgrWriter.h"
 
-#include "program/GdalErrors.h"
+#include "program/gdal/GdalErrors.h"
 #include "program/output/writeFailure.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
-#ifndef QORVEL_PROGRAM_OUTPUT_SQLITEINSERTION_H
-#define QORVEL_PROGRAM_OUTPUT_SQLITEINSERTION_H
+#ifndef QORVEL_PROGRAM_GDAL_SQLITEINSERTION_H
+#define QORVEL_PROGRAM_GDAL_SQLITEINSERTION_H
 
-#include "program/output/SqliteDatabase.h"
+#include "program/gdal/SqliteDatabase.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "program/output/SqliteDatabase.h"
+#include "program/gdal/SqliteDatabase.h"
 
 #include <sqlite3.h>
 

@@ -1,4 +1,4 @@
-#include "program/output/SqliteInsertion.h"
+#include "program/gdal/SqliteInsertion.h"
 
 #include <utility>
 

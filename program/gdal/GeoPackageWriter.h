@@ -1,11 +1,11 @@
-#ifndef QORVEL_PROGRAM_OUTPUT_GEOPACKAGEWRITER_H
-#define QORVEL_PROGRAM_OUTPUT_GEOPACKAGEWRITER_H
+#ifndef QORVEL_PROGRAM_GDAL_GEOPACKAGEWRITER_H
+#define QORVEL_PROGRAM_GDAL_GEOPACKAGEWRITER_H
 
+#include "program/gdal/SpatialIndex.h"
+#include "program/gdal/SqliteDatabase.h"
+#include "program/gdal/SqliteInsertion.h"
 #include "program/output/PartialFile.h"
 #include "program/output/ResultWriter.h"
-#include "program/output/SpatialIndex.h"
-#include "program/output/SqliteDatabase.h"
-#include "program/output/SqliteInsertion.h"
 
 #include <cstddef>
 #include <cstdint>

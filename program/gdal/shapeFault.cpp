@@ -1,4 +1,4 @@
-#include "program/input/shapeFault.h"
+#include "program/gdal/shapeFault.h"
 
 #include "program/Interrupt.h"
 #include "program/fileName.h"
