@@ -100,8 +100,11 @@ std::vector<SeenFix> Encounters::fixesAround(Slots::iterator slot) {
 /// Half by half where the moments are too many: it is their order in time that matters.
 void Encounters::join(std::int64_t from, std::int64_t to) {
     if (finder_.find(from, to, moments_)) {
+        Encounter* last = nullptr; // moments of a pair follow each other
         for (const Moment& moment : moments_) {
-            join(moment);
+            const bool isSame = last != nullptr && last->a == moment.a && last->b == moment.b;
+            last = isSame ? last : &underWay_.findOrAdd({moment.a, moment.b}).known;
+            join(moment, *last);
         }
     } else {
         const std::int64_t middle = from + (to - from) / 2;
@@ -110,7 +113,8 @@ void Encounters::join(std::int64_t from, std::int64_t to) {
     }
 }
 
-void Encounters::join(const Moment& moment) {
+/// With what is under way of its pair, if there is something.
+void Encounters::join(const Moment& moment, Encounter& encounter) {
     const Encounter begun{moment.a,
                           moment.b,
                           moment.time,
@@ -119,9 +123,8 @@ void Encounters::join(const Moment& moment) {
                           moment.latitude,
                           moment.longitude,
                           1};
-    const auto [entry, isNew] = underWay_.try_emplace({moment.a, moment.b}, begun);
-    Encounter& encounter = entry->second;
-    if (isNew) {
+    if (encounter.fixes == 0) {
+        encounter = begun;
         return;
     }
     if (moment.time - encounter.to > options_.apart) {
@@ -144,36 +147,46 @@ std::int64_t Encounters::lastSlotOf(const Encounter& encounter) const {
     return after(encounter.to, options_.apart) / slotLength_;
 }
 
+/// Those whose last slot is before this one.
 void Encounters::close(std::int64_t slot) {
-    for (auto entry = underWay_.begin(); entry != underWay_.end();) {
-        if (lastSlotOf(entry->second) < slot) {
-            ended_.push_back(entry->second);
-            entry = underWay_.erase(entry);
-        } else {
-            ++entry;
+    const std::int64_t last = slot > kEndOfTime / slotLength_ ? kEndOfTime : slot * slotLength_ - 1;
+    ended_.reserve(ended_.size() + underWay_.size()); // nothing may be thrown on the way
+    underWay_.eraseIf([&](const PairSlot<Encounter>& entry) {
+        const bool hasEnded = after(entry.known.to, options_.apart) <= last;
+        if (hasEnded) {
+            ended_.push_back(entry.known);
         }
-    }
+        return hasEnded;
+    });
 }
 
 /// Slot by slot, so that it does not matter how many slots were closed at once.
 void Encounters::handOver(const NameOrder& isBefore, const Sink& sink) {
+    struct Rank {
+        std::int64_t slot;
+        std::int64_t from;
+        const Encounter* encounter;
+    };
+    std::vector<Rank> order;
+    order.reserve(ended_.size());
     for (Encounter& encounter : ended_) {
-        if (isBefore(encounter.b, encounter.a)) {
-            std::swap(encounter.a, encounter.b);
+        if (encounter.to - encounter.from >= options_.minDuration) {
+            if (isBefore(encounter.b, encounter.a)) {
+                std::swap(encounter.a, encounter.b);
+            }
+            order.push_back({lastSlotOf(encounter), encounter.from, &encounter});
         }
     }
-    std::sort(ended_.begin(), ended_.end(), [&](const Encounter& left, const Encounter& right) {
-        const auto one = std::pair(lastSlotOf(left), left.from);
-        const auto other = std::pair(lastSlotOf(right), right.from);
-        if (one != other) {
-            return one < other;
+    std::sort(order.begin(), order.end(), [&](const Rank& left, const Rank& right) {
+        if (left.slot != right.slot || left.from != right.from) {
+            return left.slot != right.slot ? left.slot < right.slot : left.from < right.from;
         }
-        return left.a != right.a ? isBefore(left.a, right.a) : isBefore(left.b, right.b);
+        const Encounter& one = *left.encounter;
+        const Encounter& other = *right.encounter;
+        return one.a != other.a ? isBefore(one.a, other.a) : isBefore(one.b, other.b);
     });
-    for (const Encounter& encounter : ended_) {
-        if (encounter.to - encounter.from >= options_.minDuration) {
-            sink(encounter);
-        }
+    for (const Rank& rank : order) {
+        sink(*rank.encounter);
     }
     ended_.clear();
 }
@@ -194,7 +207,9 @@ void Encounters::save(StateWriter& out) const {
             out.f64(fix.longitude);
         }
     }
-    const std::map<Pair, Encounter> sorted(underWay_.begin(), underWay_.end());
+    std::map<Pair, Encounter> sorted;
+    underWay_.forEach(
+        [&sorted](const PairSlot<Encounter>& entry) { sorted.emplace(entry.pair, entry.known); });
     out.u64(sorted.size());
     for (const auto& [pair, encounter] : sorted) {
         savePair(pair, out);
@@ -234,13 +249,17 @@ void Encounters::load(StateReader& in, std::uint64_t entities) {
         encounter.longitude = in.longitude();
         encounter.fixes = in.time();
         in.expect(pair.first < pair.second && encounter.from <= encounter.to &&
-                  encounter.fixes < kMostFixes && underWay_.emplace(pair, encounter).second);
+                  encounter.fixes > 0 && encounter.fixes < kMostFixes &&
+                  underWay_.find(pair) == nullptr);
+        if (in.isGood()) {
+            underWay_.findOrAdd(pair).known = encounter;
+        }
     }
 }
 
 void Encounters::takeState(Encounters& other) noexcept {
     slots_.swap(other.slots_);
-    underWay_.swap(other.underWay_);
+    underWay_ = std::move(other.underWay_);
     nextSlot_ = other.nextSlot_;
     lateFixes_ = other.lateFixes_;
 }

@@ -8,12 +8,13 @@
 #include "engine/analysis/detail/Pair.h"
 #include "engine/analysis/detail/state.h"
 
+#include "qorvel/base/FlatTable.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -83,7 +84,7 @@ private:
     void lookThrough(Slots::iterator slot);
     std::vector<SeenFix> fixesAround(Slots::iterator slot);
     void join(std::int64_t from, std::int64_t to);
-    void join(const Moment& moment);
+    void join(const Moment& moment, Encounter& encounter);
     std::int64_t lastSlotOf(const Encounter& encounter) const;
     void close(std::int64_t slot);
     void handOver(const NameOrder& isBefore, const Sink& sink);
@@ -94,7 +95,7 @@ private:
     std::vector<Moment> moments_;
     Slots slots_;               ///< by their number
     std::int64_t nextSlot_ = 0; ///< those before have been looked through
-    std::unordered_map<Pair, Encounter, PairHash> underWay_; ///< the smaller number first
+    qorvel_detail::FlatTable<PairSlot<Encounter>> underWay_; ///< the smaller number first
     std::vector<Encounter> ended_;
     std::uint64_t lateFixes_ = 0;
 };

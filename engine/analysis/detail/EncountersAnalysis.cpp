@@ -102,31 +102,29 @@ Encounters::Sink EncountersAnalysis::sinkFor(LastResults& results) {
 }
 
 void EncountersAnalysis::sum(const Encounter& encounter) {
-    const auto [entry, isNew] =
-        sums_.try_emplace({encounter.a, encounter.b}, Sum{0, 0, encounter.from, encounter.to});
-    Sum& sum = entry->second;
-    ++sum.encounters;
+    Sum& sum = sums_.findOrAdd({encounter.a, encounter.b}).known;
+    if (++sum.encounters == 1) {
+        sum.first = encounter.from;
+    }
     sum.duration = qorvel_detail::wrappingAdd(sum.duration, encounter.to - encounter.from);
     sum.last = encounter.to;
 }
 
 void EncountersAnalysis::addPairs(const NameOrder& isBefore, LastResults& results) const {
-    std::vector<const Sums::value_type*> all;
+    std::vector<const PairSlot<Sum>*> all;
     all.reserve(sums_.size());
-    for (const auto& entry : sums_) {
-        all.push_back(&entry);
-    }
-    std::sort(all.begin(), all.end(), [&](const auto* left, const auto* right) {
-        const auto one = std::pair(~left->second.duration, left->second.first);
-        const auto other = std::pair(~right->second.duration, right->second.first);
+    sums_.forEach([&all](const PairSlot<Sum>& entry) { all.push_back(&entry); });
+    std::sort(all.begin(), all.end(), [&](const PairSlot<Sum>* left, const PairSlot<Sum>* right) {
+        const auto one = std::pair(~left->known.duration, left->known.first);
+        const auto other = std::pair(~right->known.duration, right->known.first);
         if (one != other) {
             return one < other;
         }
-        return left->first.first != right->first.first
-                   ? isBefore(left->first.first, right->first.first)
-                   : isBefore(left->first.second, right->first.second);
+        return left->pair.first != right->pair.first
+                   ? isBefore(left->pair.first, right->pair.first)
+                   : isBefore(left->pair.second, right->pair.second);
     });
-    for (const auto* entry : all) {
+    for (const PairSlot<Sum>* entry : all) {
         const auto& [pair, sum] = *entry;
         results.add({0, results.places().size()},
                     PairResult{pair.first, pair.second, sum.encounters, minutesOf(sum.duration),
@@ -136,7 +134,9 @@ void EncountersAnalysis::addPairs(const NameOrder& isBefore, LastResults& result
 
 void EncountersAnalysis::save(StateWriter& out) const {
     encounters_.save(out);
-    const std::map<Pair, Sum> sorted(sums_.begin(), sums_.end());
+    std::map<Pair, Sum> sorted;
+    sums_.forEach(
+        [&sorted](const PairSlot<Sum>& entry) { sorted.emplace(entry.pair, entry.known); });
     out.u64(sorted.size());
     for (const auto& [pair, sum] : sorted) {
         savePair(pair, out);
@@ -160,11 +160,15 @@ void EncountersAnalysis::load(StateReader& in, std::uint64_t entities) {
         sum.duration = in.time();
         sum.first = in.time();
         sum.last = in.time();
-        in.expect(sum.encounters < kMostEncounters && sums.emplace(pair, sum).second);
+        in.expect(sum.encounters > 0 && sum.encounters < kMostEncounters &&
+                  sums.find(pair) == nullptr);
+        if (in.isGood()) {
+            sums.findOrAdd(pair).known = sum;
+        }
     }
     if (in.isDone()) {
         encounters_.takeState(encounters);
-        sums_.swap(sums);
+        sums_ = std::move(sums);
     }
 }
 

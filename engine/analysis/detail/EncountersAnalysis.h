@@ -6,9 +6,10 @@
 #include "engine/analysis/detail/Encounters.h"
 #include "engine/analysis/detail/Pair.h"
 
+#include "qorvel/base/FlatTable.h"
+
 #include <atomic>
 #include <cstdint>
-#include <unordered_map>
 
 namespace qorvel_engine::detail {
 
@@ -47,7 +48,7 @@ private:
         std::int64_t first = 0;    ///< ms since 1970 UTC
         std::int64_t last = 0;     ///< ms since 1970 UTC
     };
-    using Sums = std::unordered_map<Pair, Sum, PairHash>; ///< names in their order
+    using Sums = qorvel_detail::FlatTable<PairSlot<Sum>>; ///< names in their order
 
     Encounters::Sink sinkFor(LastResults& results);
     void sum(const Encounter& encounter);

@@ -27,11 +27,8 @@ std::size_t firstIn(const std::vector<FixGrid::Fix>& fixes, std::size_t begin, s
 
 } // namespace
 
-void FixGrid::fill(std::vector<Fix> fixes, std::size_t slices) {
-    byTime_ = std::move(fixes);
-    std::sort(byTime_.begin(), byTime_.end(), [](const Fix& left, const Fix& right) {
-        return left.time != right.time ? left.time < right.time : left.index < right.index;
-    });
+void FixGrid::fill(const std::vector<Fix>& fixes, std::size_t slices) {
+    putInOrder(fixes);
     first_ = byTime_.empty() ? 0 : byTime_.front().time;
     last_ = byTime_.empty() ? 0 : byTime_.back().time;
     slicesPerMs_ = static_cast<double>(slices) / (static_cast<double>(last_ - first_) + 1.0);
@@ -41,15 +38,39 @@ void FixGrid::fill(std::vector<Fix> fixes, std::size_t slices) {
     }
     starts_.assign(buckets + 1, 0);
     sliceStarts_.assign(sliceOf(last_) + 2, 0);
+    std::vector<std::size_t> bucketsOf;
+    bucketsOf.reserve(byTime_.size());
     for (const Fix& fix : byTime_) {
-        ++starts_[bucketOf(fix)];
+        bucketsOf.push_back(bucketOf(fix));
+        ++starts_[bucketsOf.back()];
         ++sliceStarts_[sliceOf(fix.time) + 1];
     }
     sumUp(sliceStarts_);
     sumUp(starts_);
     byBucket_.resize(byTime_.size());
-    for (auto fix = byTime_.rbegin(); fix != byTime_.rend(); ++fix) {
-        byBucket_[--starts_[bucketOf(*fix)]] = *fix; // in the end it is where the bucket starts
+    for (std::size_t i = byTime_.size(); i-- > 0;) {
+        byBucket_[--starts_[bucketsOf[i]]] = byTime_[i]; // in the end it is where the bucket starts
+    }
+}
+
+/// Sorts what is small, and moves each fix once.
+void FixGrid::putInOrder(const std::vector<Fix>& fixes) {
+    struct Place {
+        std::int64_t time;
+        std::size_t at;
+    };
+    std::vector<Place> order;
+    order.reserve(fixes.size());
+    for (std::size_t i = 0; i < fixes.size(); ++i) {
+        order.push_back({fixes[i].time, i});
+    }
+    std::sort(order.begin(), order.end(), [](const Place& left, const Place& right) {
+        return left.time != right.time ? left.time < right.time : left.at < right.at;
+    });
+    byTime_.clear();
+    byTime_.reserve(fixes.size());
+    for (const Place& place : order) {
+        byTime_.push_back(fixes[place.at]);
     }
 }
 

@@ -41,7 +41,7 @@ public:
     explicit FixGrid(double cellSize) : perMetre_(1.0 / cellSize) {}
 
     /// @param slices  of time, at least 1; best about as long as what is asked for at once
-    void fill(std::vector<Fix> fixes, std::size_t slices);
+    void fill(const std::vector<Fix>& fixes, std::size_t slices);
 
     bool isEmpty() const { return byTime_.empty(); }
 
@@ -61,7 +61,7 @@ public:
         return firstAfter(to) - firstFrom(from);
     }
 
-    /// Calls visit(fix) for all fixes from the first to the last of these ms.
+    /// Calls visit(fix) for all fixes from the first to the last of these ms, by time.
     template <class Visit>
     void visitIn(std::int64_t from, std::int64_t to, Visit visit) const {
         const std::size_t end = firstAfter(to);
@@ -87,6 +87,8 @@ public:
     }
 
 private:
+    void putInOrder(const std::vector<Fix>& fixes);
+
     /// Descends for no later time; those before and after all fixes have the slices of these.
     std::size_t sliceOf(std::int64_t time) const {
         const std::int64_t since = std::clamp(time, first_, last_) - first_;

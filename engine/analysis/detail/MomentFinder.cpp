@@ -155,7 +155,7 @@ void MomentFinder::fillGrid() {
         }
     }
     const std::size_t slices = entities > 0 ? asked.size() / entities : 1;
-    grid_.fill(std::move(asked), slices);
+    grid_.fill(asked, slices);
 }
 
 /// The way of one entity, piece by piece.
@@ -263,7 +263,7 @@ void MomentFinder::fillGridAround() {
         }
     }
     nearest_.assign(eids_.size(), Nearest());
-    grid_.fill(std::move(fixes), 1);
+    grid_.fill(fixes, 1);
 }
 
 /// A crowd that stands still is found fix by fix, but kept entity by entity.
@@ -299,20 +299,23 @@ void MomentFinder::lookAround(std::size_t own, std::size_t index) {
 /// place; of the others nothing.
 std::vector<std::size_t> MomentFinder::ranksInTime() const {
     std::vector<std::size_t> order;
-    for (std::size_t i = 0; i < fixes_.size(); ++i) {
-        if (fixes_[i].time >= from_ && fixes_[i].time <= to_) {
-            order.push_back(i);
-        }
-    }
+    grid_.visitIn(from_, to_, [&order](const FixGrid::Fix& fix) { order.push_back(fix.index); });
     const auto key = [this](std::size_t index) {
         const SeenFix& fix = fixes_[index];
-        return std::tuple(fix.time, fix.latitude, fix.longitude, index);
+        return std::tuple(fix.latitude, fix.longitude, index);
     };
-    std::sort(order.begin(), order.end(),
-              [&key](std::size_t left, std::size_t right) { return key(left) < key(right); });
     std::vector<std::size_t> ranks(fixes_.size());
-    for (std::size_t rank = 0; rank < order.size(); ++rank) {
-        ranks[order[rank]] = rank;
+    for (std::size_t begin = 0, end = 0; begin < order.size(); begin = end) {
+        const std::int64_t time = fixes_[order[begin]].time;
+        while (end < order.size() && fixes_[order[end]].time == time) {
+            ++end;
+        }
+        std::sort(order.begin() + static_cast<std::ptrdiff_t>(begin),
+                  order.begin() + static_cast<std::ptrdiff_t>(end),
+                  [&key](std::size_t left, std::size_t right) { return key(left) < key(right); });
+        for (std::size_t rank = begin; rank < end; ++rank) {
+            ranks[order[rank]] = rank;
+        }
     }
     return ranks;
 }

@@ -5,7 +5,6 @@
 
 #include "qorvel/base/hashing.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -27,10 +26,21 @@ inline Pair loadPair(StateReader& in, std::uint64_t entities) {
     return pair;
 }
 
-struct PairHash {
-    std::size_t operator()(const Pair& pair) const {
-        return static_cast<std::size_t>(
-            qorvel_detail::combine(qorvel_detail::mix(pair.first), pair.second));
+/// A pair in a FlatTable, with what is known of it. No entity makes a pair with itself: that is a
+/// free slot.
+template <class Known>
+struct PairSlot {
+    using Key = Pair;
+
+    Pair pair{};
+    Known known{};
+
+    bool isUsed() const { return pair.first != pair.second; }
+    const Pair& key() const { return pair; }
+    bool holds(const Pair& key) const { return pair == key; }
+    void occupy(const Pair& key) { pair = key; }
+    static std::uint64_t hash(const Pair& key) {
+        return qorvel_detail::combine(qorvel_detail::mix(key.first), key.second);
     }
 };
 
