@@ -22,6 +22,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <malloc.h>
 #include <map>
 #include <memory>
 #include <string>
@@ -336,18 +337,19 @@ public:
 
     /// What an event of one of many entities costs to one of a thousand, and on the other side. All
     /// are known and what there is to report has been reported; see scenarios::residents.
+    /// @param goal  0: none
     void grow(Mode mode, std::uint32_t entities, double goal) {
         const std::string name = mode == Mode::presence ? "presence" : "hangouts";
-        std::vector<measure::Contender> contenders;
-        for (const std::uint32_t size : {std::uint32_t{1000}, entities}) {
-            contenders.push_back(residents(mode, size));
-        }
+        double bytes = 0.0;
+        const std::vector<measure::Contender> contenders = {residents(mode, 1000, bytes),
+                                                            residents(mode, entities, bytes)};
         const auto samples = measure::inTurn(contenders, std::min<std::size_t>(repetitions_, 3));
         const double ratio = measure::spreadOf(measure::ratios(samples[1], samples[0])).median;
-        growth_.push_back({name, wholeNumber(entities),
-                           number(measure::spreadOf(samples[0]).median),
-                           number(measure::spreadOf(samples[1]).median), times(ratio),
-                           "at most " + times(goal), report_.judge(ratio <= goal)});
+        growth_.push_back(
+            {name, wholeNumber(entities), number(measure::spreadOf(samples[0]).median),
+             number(measure::spreadOf(samples[1]).median), times(ratio),
+             goal > 0.0 ? "at most " + times(goal) : "",
+             goal > 0.0 ? report_.judge(ratio <= goal) : "", wholeNumber(bytes / entities)});
     }
 
     int finish() {
@@ -359,7 +361,8 @@ public:
         }
         if (!growth_.empty()) {
             Report::heading("Entities, from columns to columns, ns a row");
-            Report::table({"mode", "entities", "1,000", "so many", "ratio", "goal", ""}, growth_);
+            Report::table({"mode", "entities", "1,000", "so many", "ratio", "goal", "", "bytes"},
+                          growth_);
         }
         return report_.finish();
     }
@@ -404,7 +407,14 @@ private:
         row.push_back(goal > 0.0 ? report_.judge(figure >= goal) : "");
     }
 
-    static measure::Contender residents(Mode mode, std::uint32_t entities) {
+    /// That are allocated.
+    static double bytesNow() {
+        const struct mallinfo2 info = mallinfo2();
+        return static_cast<double>(info.uordblks + info.hblkhd);
+    }
+
+    /// @param bytes  becomes those of the last session
+    static measure::Contender residents(Mode mode, std::uint32_t entities, double& bytes) {
         constexpr std::int64_t kInterval = 720000;
         constexpr int kWarmReports = 6;
         constexpr int kTimedReports = 4;
@@ -420,12 +430,14 @@ private:
             }
             return measure::threadTime() - begin;
         };
-        return {rounds * kTimedReports * entities, [=] {
+        return {rounds * kTimedReports * entities, [=, &bytes] {
                     double time = 0.0;
                     for (std::size_t round = 0; round < rounds; ++round) {
+                        const double before = bytesNow();
                         const std::unique_ptr<Session> session = start(*asked);
                         reportTo(*session, kWarmReports);
                         time += reportTo(*session, kTimedReports);
+                        bytes = bytesNow() - before;
                         table->moveLater(-(kWarmReports + kTimedReports) * kInterval);
                     }
                     return time;
@@ -485,5 +497,11 @@ int main(int count, char** arguments) {
              [&](const std::string&) { speeds.grow(Mode::presence, 1000000, 2.5); });
     ifWanted("entities, hangouts",
              [&](const std::string&) { speeds.grow(Mode::hangouts, 1000000, 2.5); });
+    if (count > 2) { // ten minutes, and 12 GB
+        ifWanted("ten million, presence",
+                 [&](const std::string&) { speeds.grow(Mode::presence, 10000000, 0.0); });
+        ifWanted("ten million, hangouts",
+                 [&](const std::string&) { speeds.grow(Mode::hangouts, 10000000, 0.0); });
+    }
     return speeds.finish();
 }
