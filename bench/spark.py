@@ -105,11 +105,13 @@ def measure(spark: SparkSession, rows: int, folder: str, questions: list[str]) -
             tell(f"{name}, the bare engine", rows, ask)
 
 
-def measure_stream(spark: SparkSession, entities: int, buckets: int | None) -> None:
+def measure_stream(
+    spark: SparkSession, entities: int, buckets: int | None, batches: int = MICRO_BATCHES
+) -> None:
     """Micro-batches with a few fixes of each entity, from files to files."""
     folder = pathlib.Path(os.environ.get("SPARK_LOCAL_DIRS", "/tmp")) / "stream"
     shutil.rmtree(folder, ignore_errors=True)
-    for part in range(MICRO_BATCHES):
+    for part in range(batches):
         minute = F.col("id") % 5 + 5 * part
         spark.range(5 * entities, numPartitions=1).select(
             F.concat(F.lit("e"), (F.col("id") / 5).cast("long")).alias("entity"),
@@ -125,7 +127,7 @@ def measure_stream(spark: SparkSession, entities: int, buckets: int | None) -> N
         query = answer.writeStream.format("noop").trigger(availableNow=True)
         query.option("checkpointLocation", str(folder / "checkpoint")).start().awaitTermination()
 
-    tell(f"{entities:,} entities, {buckets} buckets", 5 * entities * MICRO_BATCHES, work)
+    tell(f"{entities:,} entities, {buckets} buckets", 5 * entities * batches, work)
     state = [file for file in (folder / "checkpoint" / "state").rglob("*") if file.is_file()]
     print(f"{sum(file.stat().st_size for file in state) // 1000:>60,} kB of checkpoints")
 
@@ -197,9 +199,15 @@ def main() -> None:
         spark = start()
         for entities in map(int, sys.argv[2:]):
             for buckets in (None, 16, 64, 256):
-                # By entity, 100,000 take three hours; a million, and small buckets, hours likewise.
+                # By entity, 100,000 take hours, see --by-entity; a million and small buckets, likewise.
                 if entities <= 1_000 or (buckets and (entities <= 100_000 or buckets == 64)):
                     measure_stream(spark, entities, buckets)
+        spark.stop()
+        return
+    if sys.argv[1:2] == ["--by-entity"]:
+        spark = start()
+        for entities in map(int, sys.argv[2:]):
+            measure_stream(spark, entities, None, batches=1)
         spark.stop()
         return
     if sys.argv[1:2] == ["--peak"]:
