@@ -48,11 +48,7 @@ install(
     COMPONENT development)
 
 if(QORVEL_BUILD_PROGRAM)
-    cmake_path(
-        RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
-        OUTPUT_VARIABLE lib_from_bin_dir)
-    set(libraries "$ORIGIN/${lib_from_bin_dir}")
-    set_target_properties(qorvel_cli PROPERTIES INSTALL_RPATH "${libraries};${libraries}/qorvel")
+    set_target_properties(qorvel_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${lib_from_bin_dir}")
     set_target_properties(qorvel_gdal PROPERTIES INSTALL_RPATH "$ORIGIN/..")
     install(TARGETS qorvel_cli COMPONENT program)
     install(TARGETS qorvel_gdal DESTINATION ${CMAKE_INSTALL_LIBDIR}/qorvel COMPONENT program)
