@@ -1,6 +1,7 @@
 """Rows a second of a core on Spark, beside the bare engine and Spark's own work, and memory.
 
-python spark.py [--questions NAME,...] [MILLIONS OF ROWS...], or --streams ENTITIES..., or --crowd MILLIONS OF ROWS...
+python spark.py [--questions NAME,...] [MILLIONS OF ROWS...], or --streams ENTITIES..., --by-entity ENTITIES...,
+or --crowd MILLIONS OF ROWS...
 """
 
 import functools
