@@ -38,7 +38,10 @@ namespace {
 std::atomic<int> allocationsLeft = -1;
 
 [[gnu::noinline]] void* allocate(std::size_t size, std::size_t alignment) {
-    const bool fails = allocationsLeft >= 0 && allocationsLeft-- == 0;
+    int left = allocationsLeft;
+    while (left >= 0 && !allocationsLeft.compare_exchange_weak(left, left - 1)) {
+    }
+    const bool fails = left == 0; // at most one of all threads, and none once it is taken back
     const std::size_t rounded = (size / alignment + 1) * alignment;
     void* const memory = fails ? nullptr : std::aligned_alloc(alignment, rounded);
     return memory != nullptr ? memory : throw std::bad_alloc();
@@ -822,8 +825,7 @@ public:
         const auto attempt = [&] {
             allocationsLeft = allocations_;
             const int code = call();
-            allocations_ = allocationsLeft;
-            allocationsLeft = -1;
+            allocations_ = allocationsLeft.exchange(-1);
             return code;
         };
         int code = attempt();
