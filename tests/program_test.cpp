@@ -182,6 +182,13 @@ TEST(Program, SaysWhatItCannotDoAndWhy) {
         {0, 1, "boxes --bbox 9,47,8,48 -", "3 left out"}, // across longitude 180
         {2, 0, "stays --max-speed '-1 km/h' -", "want a speed above 0"},
         {2, 0, "stays --max-speed 1e9m/s -", "want a speed above 0"},
+        {0, 2, "meet --fixes-only --within 55.7km -", "a,b,", // 55.6 km apart
+         kHeader + "a,1,2,0,9\nb,1,2.5,0,9\n"},
+        {0, 1, "meet --fixes-only --within '182000 ft' -", "0 results",
+         kHeader + "a,1,2,0,9\nb,1,2.5,0,9\n"},
+        {2, 0, "stays --radius '200 yards' -", "\"200 yards\": want metres"},
+        {2, 0, "stays --radius 200 m -", "a distance and its unit are one value"},
+        {2, 0, "stays --state '' --out x.csv -", "--state has an empty value"},
         {2, 0, "stays --from soon -", "--from \"soon\": the time is no ISO"},
         {2, 0, "stays --to 2012.12.18 -", "--to \"2012.12.18\": the time is no ISO"},
         {2, 0, "stays --time-zone Nowhere/Land -", "Nowhere/Land"},

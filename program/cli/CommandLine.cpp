@@ -66,6 +66,7 @@ public:
         }
         for (const Command& command : commands_) {
             if (command.parser->parsed()) {
+                refuseEmptyValues(*command.parser);
                 return command.run();
             }
         }

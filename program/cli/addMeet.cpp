@@ -28,7 +28,7 @@ Command addMeet(CLI::App& program) {
     addLate(command, *run);
     addSortBeyond(command, *run);
     EncounterOptions& encounters = run->analysis.encounters;
-    addValue(command, "--within", encounters.within, "how near two are who are together, metres");
+    addDistance(command, "--within", encounters.within, "how near two are who are together");
     addLength(command, "--apart", encounters.apart,
               "how far apart in time two fixes may be for what is between them to be known: "
               "where somebody was on the way from one to the next, or that two stayed "

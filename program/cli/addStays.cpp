@@ -23,8 +23,8 @@ std::shared_ptr<RunOptions> addStaying(CLI::App& command, Question question) {
         "ones are left out and counted. Not said: a file may be in any order (it is looked "
         "through first), other input has \"1 hours\"");
     StayOptions& stays = run.analysis.stays;
-    addValue(command, "--radius", stays.radius,
-             "how far from the middle of a stay its fixes may lie, metres");
+    addDistance(command, "--radius", stays.radius,
+                "how far from the middle of a stay its fixes may lie");
     addLength(command, "--min-stay", stays.minStay,
               "the least time that makes a stay; its fixes have to show a third of it");
     addLength(command, "--max-gap", stays.maxGap,
@@ -34,8 +34,8 @@ std::shared_ptr<RunOptions> addStaying(CLI::App& command, Question question) {
     addLength(command, "--max-away", stays.maxAway,
               "fixes elsewhere end a stay when they go on for so long; shorter runs are "
               "strays");
-    addValue(command, "--max-accuracy", stays.maxAccuracy,
-             "a less accurate fix neither begins, ends nor moves a stay, metres");
+    addDistance(command, "--max-accuracy", stays.maxAccuracy,
+                "a less accurate fix neither begins, ends nor moves a stay");
     return options;
 }
 
@@ -53,7 +53,7 @@ Command addPlaces(CLI::App& program) {
     const auto run = addStaying(command, Question::places);
     command.get_option("--radius")
         ->description("how far from the middle of a stay its fixes may lie, and from that of a "
-                      "place its stays, metres");
+                      "place its stays");
     command.add_flag("--label", run->analysis.places.labels,
                      "name the likely home, with most hours by night, and work, with most "
                      "hours from 9 to 17 on Mondays to Fridays elsewhere, if a visit is an "

@@ -70,24 +70,17 @@ std::int64_t readTime(const std::string& option, const std::string& text,
 }
 
 double readSpeed(const std::string& text) {
-    constexpr std::pair<std::string_view, double> kUnits[] = {
+    constexpr Unit kUnits[] = {
         {"km/h", 1000.0 / 3600.0},  {"kmh", 1000.0 / 3600.0},   {"m/s", 1.0},
         {"mph", 1609.344 / 3600.0}, {"knots", 1852.0 / 3600.0}, {"kn", 1852.0 / 3600.0}};
-    std::string_view number = text;
-    double unit = kUnits[0].second;
-    for (const auto& [name, metresPerSecond] : kUnits) {
-        if (number.ends_with(name)) {
-            number.remove_suffix(name.size());
-            unit = metresPerSecond;
-        }
-    }
-    double speed = 0.0;
-    if (!readNumber(plainNumber(number), speed) || !(speed > 0.0 && speed < 1e9)) {
+    constexpr double kMost = 1e9;
+    const double speed = readQuantity(text, kUnits).value_or(0.0);
+    if (!(speed > 0.0 && speed < kMost)) {
         throw usageFailure("--max-speed", text,
                            "want a speed above 0, as in \"200 km/h\", \"50 m/s\", \"120 mph\" or "
                            "\"30 knots\"");
     }
-    return speed * unit;
+    return speed;
 }
 
 } // namespace

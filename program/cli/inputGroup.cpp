@@ -76,8 +76,8 @@ void addInput(CLI::App& command, InputOptions& input, bool isRequired) {
 }
 
 void addEvents(CLI::App& command, EventOptions& events) {
-    addValue(command, "--default-tolerance", events.defaultTolerance,
-             "accuracy of a fix without one, metres");
+    addDistance(command, "--default-tolerance", events.defaultTolerance,
+                "accuracy of a fix without one");
     addValue(command, "--time-tolerance", events.timeTolerance, "of every fix, 0 or 1 millisecond");
 }
 

@@ -8,7 +8,10 @@
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <map>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace program {
@@ -22,12 +25,26 @@ Failure usageFailure(const std::string& option, const std::string& text, const s
 std::int64_t readLength(const std::string& option, const std::string& text,
                         const char* otherwise = "want days or a shorter unit");
 
+/// Of a quantity: what its name behind a number multiplies that with.
+struct Unit {
+    std::string_view name;
+    double size;
+};
+
+/// A number with one of these units behind it, or without, which is the first of them; none for
+/// what is no such number.
+std::optional<double> readQuantity(std::string_view text, std::span<const Unit> units);
+
 /// An option for a span of time.
 void addSpan(CLI::App& command, const std::string& option, Span& span, const std::string& what);
 
 /// An option for a span of a fixed length, in ms.
 void addLength(CLI::App& command, const std::string& option, std::int64_t& ms,
                const std::string& what);
+
+/// An option for a distance, in metres unless its unit is said.
+void addDistance(CLI::App& command, const std::string& option, double& metres,
+                 const std::string& what);
 
 /// An option whose default is what the value holds.
 template <typename Value>
@@ -51,6 +68,13 @@ void addChoice(CLI::App& command, const std::string& option, Value& value,
     }
     added->check(CLI::IsMember(known));
 }
+
+/// Throws Failure(usage) for an option of what was parsed with an empty value, as of a variable
+/// that is not set: it would count as not said.
+void refuseEmptyValues(const CLI::App& command);
+
+/// Throws Failure(usage) for a file of tracks that is rather the unit of the distance before it.
+void refuseUnit(const std::string& file);
 
 /// Whether to write the one would replace the other.
 bool isSameFile(const std::string& written, const std::string& other);

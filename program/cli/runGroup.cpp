@@ -163,6 +163,7 @@ void settle(RunOptions& run) {
     }
     for (const std::string& file : inputFiles(run.input).names) {
         refuseAmbiguous(file);
+        refuseUnit(file);
         const std::string input = file == "-" ? "/dev/stdin" : file;
         if (isSameFile(run.rejectsFile, input)) {
             throw usageFailure("--rejects cannot be the file of the tracks");
