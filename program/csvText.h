@@ -1,6 +1,7 @@
 #ifndef QORVEL_PROGRAM_CSVTEXT_H
 #define QORVEL_PROGRAM_CSVTEXT_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,6 +25,19 @@ void appendUnsigned(std::string& out, std::uint64_t value);
 
 /// Appends units / 10^decimals with exactly that many decimals (1 to 19): (-5, 2) gives "-0.05".
 void appendDecimal(std::string& out, std::int64_t units, std::uint32_t decimals);
+
+// What follows puts text where there is room for all that it may write, and returns its end. Behind
+// that end, as far as there is to be room, anything may have been written.
+
+/// A field that needs no quotes, with room for all of it; null, if it needs them.
+char* putPlainField(char* at, std::string_view text);
+
+inline constexpr std::size_t kMostNumber = 24; ///< room for a number
+
+char* putInteger(char* at, std::int64_t value);
+
+/// As appendDecimal.
+char* putDecimal(char* at, std::int64_t units, std::uint32_t decimals);
 
 } // namespace csv
 

@@ -5,6 +5,9 @@
 
 #include "qorvel/base/calendar.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace program {
 
 namespace {
@@ -137,89 +140,104 @@ const char* faultOf(const Date& date, const TimeOfDay& time) {
                             : nullptr;
 }
 
-void appendYear(std::string& out, std::int64_t year) {
+char* putYear(char* at, std::int64_t year) {
     if (0 <= year && year <= 9999) {
-        char digits[4];
-        putPair(digits, year / 100);
-        putPair(digits + 2, year % 100);
-        out.append(digits, sizeof digits);
-        return;
+        putPair(at, year / 100);
+        putPair(at + 2, year % 100);
+        return at + 4;
     }
     const std::string digits = std::to_string(year < 0 ? -year : year);
-    out += year < 0 ? '-' : '+';
-    out.append(digits.size() < 4 ? 4 - digits.size() : 0, '0') += digits;
-}
-
-std::string dateText(std::int64_t daysSince1970) {
-    const qorvel_detail::CivilDate date = qorvel_detail::civilFromDays(daysSince1970);
-    std::string text;
-    appendYear(text, date.year);
-    char rest[] = "-00-00T";
-    putPair(rest + 1, date.month + 1);
-    putPair(rest + 4, date.day);
-    return text += rest;
+    *at++ = year < 0 ? '-' : '+';
+    at = std::fill_n(at, digits.size() < 4 ? 4 - digits.size() : 0, '0');
+    return std::copy(digits.begin(), digits.end(), at);
 }
 
 /// A day as text. Times that are written one after another are mostly of the same one.
 struct Day {
     std::int64_t daysSince1970 = 0;
-    std::string text = dateText(0);
+    char text[24] = "1970-01-01T";
+    std::size_t length = 11;
 };
 
+Day dayOf(std::int64_t daysSince1970) {
+    const qorvel_detail::CivilDate date = qorvel_detail::civilFromDays(daysSince1970);
+    Day day;
+    day.daysSince1970 = daysSince1970;
+    char* const at = putYear(day.text, date.year);
+    at[0] = '-';
+    putPair(at + 1, date.month + 1);
+    at[3] = '-';
+    putPair(at + 4, date.day);
+    at[6] = 'T';
+    day.length = static_cast<std::size_t>(at + 7 - day.text);
+    return day;
+}
+
 /// As clocks show it, without what says which clocks.
-void appendClock(std::string& out, std::int64_t time) {
-    thread_local Day last;
+char* putClock(char* at, std::int64_t time) {
+    thread_local constinit Day last;
     const auto [days, msOfDay] = qorvel_detail::floorDivide(time, kMsPerDay);
     if (days != last.daysSince1970) {
-        last = {days, dateText(days)};
+        last = dayOf(days);
     }
+    std::memcpy(at, last.text, sizeof last.text);
+    at += last.length;
     const auto ms = static_cast<std::uint32_t>(msOfDay);
     const std::uint32_t second = ms / 1000;
-    char text[] = "00:00:00.000";
-    putPair(text, second / 3600);
-    putPair(text + 3, second / 60 % 60);
-    putPair(text + 6, second % 60);
-    text[9] = static_cast<char>('0' + ms % 1000 / 100);
-    putPair(text + 10, ms % 100);
-    out += last.text;
-    out.append(text, ms % 1000 != 0 ? 12 : 8);
+    putPair(at, second / 3600);
+    at[2] = ':';
+    putPair(at + 3, second / 60 % 60);
+    at[5] = ':';
+    putPair(at + 6, second % 60);
+    if (ms % 1000 == 0) {
+        return at + 8;
+    }
+    at[8] = '.';
+    at[9] = static_cast<char>('0' + ms % 1000 / 100);
+    putPair(at + 10, ms % 100);
+    return at + 12;
 }
 
 /// "+01:00", with seconds only where there are any, as before zones had whole minutes.
-void appendOffset(std::string& out, std::int64_t ms) {
+char* putOffset(char* at, std::int64_t ms) {
     const std::int64_t seconds = (ms < 0 ? -ms : ms) / 1000;
-    char text[] = "+00:00:00";
-    text[0] = ms < 0 ? '-' : '+';
-    putPair(text + 1, seconds / 3600 % 100);
-    putPair(text + 4, seconds / 60 % 60);
-    putPair(text + 7, seconds % 60);
-    out.append(text, seconds % 60 != 0 ? 9 : 6);
+    at[0] = ms < 0 ? '-' : '+';
+    putPair(at + 1, seconds / 3600 % 100);
+    at[3] = ':';
+    putPair(at + 4, seconds / 60 % 60);
+    if (seconds % 60 == 0) {
+        return at + 6;
+    }
+    at[6] = ':';
+    putPair(at + 7, seconds % 60);
+    return at + 9;
 }
 
 } // namespace
 
+char* putTime(char* at, std::int64_t time, const std::optional<qorvel_engine::TimeZone>& zone) {
+    if (zone) {
+        return putOffset(putClock(at, zone->toLocal(time)), zone->offsetAt(time));
+    }
+    at = putClock(at, time);
+    *at = 'Z';
+    return at + 1;
+}
+
+char* putBoxEnd(char* at, std::int64_t time, const std::optional<qorvel_engine::TimeZone>& zone) {
+    constexpr std::string_view kEver = "ever";
+    return qorvel_engine::isEver(time) ? std::copy(kEver.begin(), kEver.end(), at)
+                                       : putTime(at, time, zone);
+}
+
 void appendTime(std::string& out, std::int64_t time) {
-    appendClock(out, time);
-    out += 'Z';
+    char text[kMostTime];
+    out.append(text, putTime(text, time));
 }
 
-void appendTime(std::string& out, std::int64_t time,
-                const std::optional<qorvel_engine::TimeZone>& zone) {
-    if (!zone) {
-        appendTime(out, time);
-        return;
-    }
-    appendClock(out, zone->toLocal(time));
-    appendOffset(out, zone->offsetAt(time));
-}
-
-void appendBoxEnd(std::string& out, std::int64_t time,
-                  const std::optional<qorvel_engine::TimeZone>& zone) {
-    if (qorvel_engine::isEver(time)) {
-        out += "ever";
-    } else {
-        appendTime(out, time, zone);
-    }
+void appendBoxEnd(std::string& out, std::int64_t time) {
+    char text[kMostTime];
+    out.append(text, putBoxEnd(text, time));
 }
 
 const char* readIsoTime(std::string_view text, IsoTime& result) {

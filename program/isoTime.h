@@ -3,6 +3,7 @@
 
 #include "engine/setup/TimeZone.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,19 +11,26 @@
 
 namespace program {
 
-/// Appends a time stamp (ms since 1970) as ISO 8601 in UTC: "2012-12-18T11:53:30Z", with
-/// milliseconds only where there are any: "2012-12-18T11:53:30.250Z". Proleptic Gregorian calendar
-/// for every time stamp; years outside 0000 to 9999 have a sign and all their digits
-/// ("+292278994-08-17T07:12:55.807Z").
-void appendTime(std::string& out, std::int64_t time);
+/// Room for a time as text.
+inline constexpr std::size_t kMostTime = 48;
 
-/// The same as the clocks of a zone show it, with their offset: "2012-12-18T12:53:30+01:00".
-void appendTime(std::string& out, std::int64_t time,
-                const std::optional<qorvel_engine::TimeZone>& zone);
+/// Puts a time stamp (ms since 1970) as ISO 8601 in UTC: "2012-12-18T11:53:30Z", with milliseconds
+/// only where there are any: "2012-12-18T11:53:30.250Z". Proleptic Gregorian calendar for every
+/// time stamp; years outside 0000 to 9999 have a sign and all their digits
+/// ("+292278994-08-17T07:12:55.807Z").
+///
+/// @param zone  the time as its clocks show it, with their offset: "2012-12-18T12:53:30+01:00"
+/// @return      where the text ends; all the room may have been written to
+char* putTime(char* at, std::int64_t time,
+              const std::optional<qorvel_engine::TimeZone>& zone = std::nullopt);
 
 /// The same for the end of a time box, but ends beyond the year 9999 are "ever".
-void appendBoxEnd(std::string& out, std::int64_t time,
-                  const std::optional<qorvel_engine::TimeZone>& zone = std::nullopt);
+char* putBoxEnd(char* at, std::int64_t time,
+                const std::optional<qorvel_engine::TimeZone>& zone = std::nullopt);
+
+void appendTime(std::string& out, std::int64_t time);
+
+void appendBoxEnd(std::string& out, std::int64_t time);
 
 /// A time as it was read.
 struct IsoTime {

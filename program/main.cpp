@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <exception>
 #include <fcntl.h>
+#include <malloc.h>
 #include <new>
 #include <unistd.h>
 
@@ -26,8 +27,19 @@ void occupyStandardStreams() {
     }
 }
 
+/// What one batch gives back the next one asks for again: the heap keeps so much of it. Otherwise
+/// the system clears these pages again and again, a tenth of the time of what writes much.
+void keepFreedMemory() {
+#ifdef __GLIBC__
+    constexpr int kMiB = 1024 * 1024;
+    mallopt(M_MMAP_THRESHOLD, kMiB);
+    mallopt(M_TRIM_THRESHOLD, 4 * kMiB);
+#endif
+}
+
 program::ExitCode run(int argc, const char* const* argv) {
     occupyStandardStreams();
+    keepFreedMemory();
     program::installSignalHandlers();
     return program::runCommandLine(argc, argv);
 }

@@ -6,6 +6,7 @@
 #include "program/engineNames.h"
 #include "program/isoTime.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <optional>
@@ -36,29 +37,39 @@ constexpr bool isTime(ResultKind kind) {
     return kind == ResultKind::time || kind == ResultKind::boxEnd;
 }
 
-/// Appends degrees with seven decimals, which is a centimetre.
-inline void appendDegrees(std::string& text, double degrees) {
-    csv::appendDecimal(text, std::llround(degrees * 1e7), 7);
+/// Room for a value as text.
+inline constexpr std::size_t kMostValue = std::max(kMostTime, csv::kMostNumber);
+
+/// Puts degrees with seven decimals, which is a centimetre; see csv::putDecimal.
+inline char* putDegrees(char* at, double degrees) {
+    return csv::putDecimal(at, std::llround(degrees * 1e7), 7);
 }
 
-/// Appends a value that is none of textOf: whole numbers as such, degrees with seven decimals,
-/// which is a centimetre, as are two decimals of a metre, and two of an hour; times as ISO 8601, in
-/// any text format, as the clocks of the zone show them (none: UTC).
-inline void appendValue(std::string& text, const ResultTable& table, std::size_t row,
-                        std::size_t column, const std::optional<TimeZone>& zone = std::nullopt) {
+/// Puts a value that is none of textOf: whole numbers as such, degrees with seven decimals, which
+/// is a centimetre, as are two decimals of a metre, and two of an hour; times as ISO 8601, in any
+/// text format, as the clocks of the zone show them (none: UTC). Returns where it ends; all the
+/// room may have been written to.
+inline char* putValue(char* at, const ResultTable& table, std::size_t row, std::size_t column,
+                      const std::optional<TimeZone>& zone = std::nullopt) {
     switch (table.schema().columns[column].kind) {
     case ResultKind::degrees:
-        return appendDegrees(text, table.real(row, column));
+        return putDegrees(at, table.real(row, column));
     case ResultKind::metres:
     case ResultKind::hours:
-        return csv::appendDecimal(text, std::llround(table.real(row, column) * 1e2), 2);
+        return csv::putDecimal(at, std::llround(table.real(row, column) * 1e2), 2);
     case ResultKind::time:
-        return appendTime(text, table.whole(row, column), zone);
+        return putTime(at, table.whole(row, column), zone);
     case ResultKind::boxEnd:
-        return appendBoxEnd(text, table.whole(row, column), zone);
+        return putBoxEnd(at, table.whole(row, column), zone);
     default:
-        return csv::appendInteger(text, table.whole(row, column));
+        return csv::putInteger(at, table.whole(row, column));
     }
+}
+
+inline void appendValue(std::string& text, const ResultTable& table, std::size_t row,
+                        std::size_t column, const std::optional<TimeZone>& zone = std::nullopt) {
+    char value[kMostValue];
+    text.append(value, putValue(value, table, row, column, zone));
 }
 
 } // namespace program

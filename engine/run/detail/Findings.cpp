@@ -21,6 +21,7 @@ ResultBatch Findings::takeAll() {
     ResultBatch fresh = maker_->makeBatch();
     if (maker_->makesTexts()) {
         std::swap(fresh.text, results_.text);
+        results_.text.reserve(fresh.text.size()); // the next will have about as much
         std::swap(fresh.size, results_.size);
     } else {
         std::swap(fresh, results_);
